@@ -1,0 +1,84 @@
+# The few functions that every folder's CMakeLists.txt is made of.
+
+set(LOAM_STAGED_HEADERS ${PROJECT_BINARY_DIR}/include)
+
+# Puts the folder's public headers on the include path of outside programs, before and after installation.
+# Only what is named here can be included by the examples, so that they never lean on an inner header.
+function(loam_headers)
+    file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+    file(MAKE_DIRECTORY ${LOAM_STAGED_HEADERS}/${folder})
+    foreach(header IN LISTS ARGN)
+        file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR}/${header} ${LOAM_STAGED_HEADERS}/${folder}/${header} SYMBOLIC)
+        set_property(GLOBAL APPEND PROPERTY LOAM_PUBLIC_HEADERS ${folder}/${header})
+    endforeach()
+    install(FILES ${ARGN} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/loam/${folder})
+endfunction()
+
+# loam_objects(<folder> SOURCES a.cpp ... [LIBRARIES lib ...]): one folder of Loam.
+function(loam_objects folder)
+    cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+    add_library(loam_${folder} OBJECT ${arg_SOURCES})
+    target_include_directories(loam_${folder} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_link_libraries(loam_${folder} PRIVATE ${arg_LIBRARIES})
+    set_property(GLOBAL APPEND PROPERTY LOAM_OBJECTS loam_${folder})
+    set_property(GLOBAL APPEND PROPERTY LOAM_LIBRARIES ${arg_LIBRARIES})
+endfunction()
+
+# The finished library, made of all folders named so far, and `loam_inner`, which tests link to reach everything.
+function(loam_library)
+    get_property(folders GLOBAL PROPERTY LOAM_OBJECTS)
+    get_property(libraries GLOBAL PROPERTY LOAM_LIBRARIES)
+    set(objects ${folders})
+    list(TRANSFORM objects REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>")
+
+    find_package(Threads REQUIRED)
+    add_library(loam ${objects})
+    target_link_libraries(loam PUBLIC marl PRIVATE ${libraries} Threads::Threads)
+    loam_finish_library(loam)
+
+    add_library(loam_inner INTERFACE)
+    target_include_directories(loam_inner INTERFACE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(loam_inner INTERFACE ${libraries} Threads::Threads)
+    target_sources(loam_inner INTERFACE ${objects} $<TARGET_OBJECTS:marl_objects>)
+endfunction()
+
+# What both shared libraries have in common: the alias, the staged headers, the version and the export map.
+function(loam_finish_library name)
+    add_library(Loam::${name} ALIAS ${name})
+    target_include_directories(${name} INTERFACE $<BUILD_INTERFACE:${LOAM_STAGED_HEADERS}>
+                                                 $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/loam>)
+    target_compile_features(${name} INTERFACE cxx_std_17)
+    set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+    if(BUILD_SHARED_LIBS AND NOT APPLE)
+        set(map ${PROJECT_SOURCE_DIR}/cmake/${name}.map)
+        target_link_options(${name} PRIVATE -Wl,--version-script=${map} -Wl,--no-undefined-version)
+        if(NOT LOAM_SANITIZE)
+            target_link_options(${name} PRIVATE -Wl,--no-undefined)
+        endif()
+        set_target_properties(${name} PROPERTIES LINK_DEPENDS ${map})
+    endif()
+    install(TARGETS ${name} EXPORT LoamTargets
+            LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+            ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endfunction()
+
+# loam_test(<name> SOURCES a_test.cpp ... [LIBRARIES lib ...] [LABEL fast|slow|net] [WRAP symbol ...])
+# Every case is a ctest test of its own, so no case can lean on another. WRAP hands a C function to the test
+# as __wrap_<symbol>.
+function(loam_test name)
+    cmake_parse_arguments(arg "" "LABEL" "SOURCES;LIBRARIES;WRAP" ${ARGN})
+    if(NOT arg_LABEL)
+        set(arg_LABEL fast)
+    endif()
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE loam_testing loam_inner ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
+    foreach(symbol IN LISTS arg_WRAP)
+        target_link_options(${name} PRIVATE -Wl,--wrap=${symbol})
+    endforeach()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+                         PROPERTIES LABELS ${arg_LABEL} TIMEOUT 300)
+endfunction()
+
+if(LOAM_TESTS)
+    include(GoogleTest)
+endif()

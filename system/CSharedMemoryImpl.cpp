@@ -1,0 +1,15 @@
+#include "system/CSharedMemoryImpl.h"
+
+#include <cerrno>
+#include <string>
+
+#include "foundation/FailureCategories.h"
+#include "foundation/FailureDomains.h"
+#include "marl/HierarchicalException.h"
+
+void CSharedMemoryImpl::ThrowException(CSharedMemoryError error, char const* operation)
+{
+    int const osError = errno;
+    throw HierarchicalException(
+        kSharedMemoryDomain, SharedMemoryCategoryOf(osError), error, osError, std::string(operation));
+}
