@@ -14,13 +14,28 @@ function(loam_headers)
     install(FILES ${ARGN} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/loam/${folder})
 endfunction()
 
-# loam_objects(<folder> SOURCES a.cpp ... [LIBRARIES lib ...]): one folder of Loam.
+# Notes which sources make up a library on macOS, whatever this system is: what tools/check-macos compiles.
+function(loam_note_macos_sources library)
+    foreach(source IN LISTS ARGN)
+        set_property(GLOBAL APPEND_STRING PROPERTY LOAM_MACOS_SOURCES
+                     "${library} ${CMAKE_CURRENT_SOURCE_DIR}/${source}\n")
+    endforeach()
+endfunction()
+
+# loam_objects(<folder> SOURCES a.cpp ... [LINUX_SOURCES b.cpp ...] [MACOS_SOURCES c.mm ...] [LIBRARIES lib ...]):
+# one folder of Loam. SOURCES are portable; of the other two lists this system's own is compiled.
 function(loam_objects folder)
-    cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
-    if(NOT arg_SOURCES)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINUX_SOURCES;MACOS_SOURCES;LIBRARIES" ${ARGN})
+    loam_note_macos_sources(loam ${arg_SOURCES} ${arg_MACOS_SOURCES})
+    if(APPLE)
+        set(sources ${arg_SOURCES} ${arg_MACOS_SOURCES})
+    else()
+        set(sources ${arg_SOURCES} ${arg_LINUX_SOURCES})
+    endif()
+    if(NOT sources)
         return()
     endif()
-    add_library(loam_${folder} OBJECT ${arg_SOURCES})
+    add_library(loam_${folder} OBJECT ${sources})
     target_include_directories(loam_${folder} PUBLIC ${PROJECT_SOURCE_DIR})
     target_link_libraries(loam_${folder} PRIVATE ${arg_LIBRARIES})
     set_property(GLOBAL APPEND PROPERTY LOAM_OBJECTS loam_${folder})
@@ -38,6 +53,9 @@ function(loam_library)
     add_library(loam ${objects})
     target_link_libraries(loam PUBLIC marl PRIVATE ${libraries} Threads::Threads)
     loam_finish_library(loam)
+
+    get_property(macosSources GLOBAL PROPERTY LOAM_MACOS_SOURCES)
+    file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/macos-sources.txt CONTENT "${macosSources}" @ONLY)
 
     add_library(loam_inner INTERFACE)
     target_include_directories(loam_inner INTERFACE ${PROJECT_SOURCE_DIR})

@@ -1,0 +1,87 @@
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <ctime>
+
+#include <mach/clock.h>
+#include <mach/mach.h>
+#include <sys/time.h>
+
+#include "system/platform/CBasicDateTimePlatform.h"
+
+namespace {
+
+class CDateTimePlatformMacOSX final : public CBasicDateTimePlatform
+{
+public:
+    CDateTimePlatformMacOSX() { host_get_clock_service(mach_host_self(), SYSTEM_CLOCK, &mClock); }
+
+    bool GetIntegerPreference(char const* domain, char const* key, long long& value) const override
+    {
+        CFStringRef const domainName =
+            CFStringCreateWithCString(kCFAllocatorDefault, domain, kCFStringEncodingUTF8);
+        CFStringRef const keyName =
+            CFStringCreateWithCString(kCFAllocatorDefault, key, kCFStringEncodingUTF8);
+        Boolean isThere = false;
+        CFIndex const found = CFPreferencesGetAppIntegerValue(keyName, domainName, &isThere);
+        CFRelease(keyName);
+        CFRelease(domainName);
+        if (isThere) value = found;
+        return isThere;
+    }
+
+    int GetFirstWeekday() const override
+    {
+        CFCalendarRef const calendar = CFCalendarCopyCurrent();
+        CFIndex const first = CFCalendarGetFirstWeekday(calendar);
+        CFRelease(calendar);
+        return static_cast<int>(first);
+    }
+
+    // tzset alone keeps to the TZ variable where there is one.
+    void ReloadTimeZone() const override
+    {
+        tzset();
+        tzsetwall();
+    }
+
+    long GetSeconds() const override { return time(nullptr); }
+
+    void GetMicroSeconds(long& seconds, long& microSeconds) const override
+    {
+        timeval now{};
+        gettimeofday(&now, nullptr);
+        seconds = now.tv_sec;
+        microSeconds = now.tv_usec;
+    }
+
+    // The system's record: standard time as it was at the first call in the process.
+    long GetMinutesWest() const override
+    {
+        timeval now{};
+
+        struct timezone zone
+        {
+        };
+
+        gettimeofday(&now, &zone);
+        return zone.tz_minuteswest;
+    }
+
+    long long GetMonotonicMicroSeconds() const override
+    {
+        mach_timespec_t now{};
+        clock_get_time(mClock, &now);
+        return now.tv_sec * 1000000LL + now.tv_nsec / 1000;
+    }
+
+private:
+    // Asked for once: every further answer would add a reference to the port.
+    clock_serv_t mClock = MACH_PORT_NULL;  // owned until the process ends
+};
+
+}  // namespace
+
+CBasicDateTimePlatform* NewDateTimePlatform()
+{
+    return new CDateTimePlatformMacOSX;
+}
