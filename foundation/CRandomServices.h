@@ -3,10 +3,10 @@
 //     long const number = CRandomServices::GetRandomServices()->mImp->Random();
 #pragma once
 
-#include <atomic>
-
 #include "foundation/CBasicRandomServicesImp.h"
 #include "foundation/LoamExport.h"
+
+#include <atomic>
 
 /// The process's random numbers. Any thread may call the getter, which takes no lock.
 class LOAM_EXPORT CRandomServices

@@ -1,10 +1,10 @@
 #include "foundation/CRandomServicesImp.h"
 
+#include "system/CProcessServices.h"
+
 #include <cstdlib>
 
 #include <sys/time.h>
-
-#include "system/CProcessServices.h"
 
 void CRandomServicesImp::Initialize()
 {

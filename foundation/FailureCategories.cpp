@@ -1,8 +1,8 @@
 #include "foundation/FailureCategories.h"
 
-#include <cerrno>
-
 #include "foundation/FailureDomains.h"
+
+#include <cerrno>
 
 namespace {
 

@@ -1,11 +1,10 @@
 #include "marl/HierarchicalException.h"
 
 #include <cctype>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <utility>
-
-#include <cerrno>
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include "marl/basic_binstream.h"
 
+#include "marl/HierarchicalException.h"
+
 #include <cstdint>
 #include <cstring>
-
-#include "marl/HierarchicalException.h"
 
 namespace {
 

@@ -7,10 +7,10 @@
 // holds leaves the fields of a `tm` as the C library leaves them.
 #pragma once
 
+#include "foundation/LoamExport.h"
+
 #include <ctime>
 #include <string>
-
-#include "foundation/LoamExport.h"
 
 class LOAM_EXPORT CBasicDateTimeServicesImp
 {

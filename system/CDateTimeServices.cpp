@@ -1,10 +1,10 @@
 #include "system/CDateTimeServices.h"
 
-#include <cstdio>
-
 #include "foundation/FirstUse.h"
 #include "marl/stringhelpers.h"
 #include "system/CDateTimeServicesImp.h"
+
+#include <cstdio>
 
 namespace {
 

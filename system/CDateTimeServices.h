@@ -15,11 +15,11 @@
 // process.
 #pragma once
 
-#include <atomic>
-#include <string>
-
 #include "foundation/LoamExport.h"
 #include "system/CBasicDateTimeServicesImp.h"
+
+#include <atomic>
+#include <string>
 
 /// The process's clock. Any thread may call the getter, which takes no lock.
 class LOAM_EXPORT CDateTimeServices

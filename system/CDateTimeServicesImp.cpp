@@ -1,11 +1,11 @@
 #include "system/CDateTimeServicesImp.h"
 
-#include <clocale>
-#include <cstdlib>
-
 #include "system/CDateTimeServices.h"
 #include "system/platform/CBasicDateTimePlatform.h"
 #include "text/CUTFConverter.h"
+
+#include <clocale>
+#include <cstdlib>
 
 namespace {
 

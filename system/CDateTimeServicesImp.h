@@ -1,9 +1,9 @@
 // The clock and calendar over the C library and the platform in use.
 #pragma once
 
-#include <atomic>
-
 #include "system/CBasicDateTimeServicesImp.h"
+
+#include <atomic>
 
 class CDateTimeServicesImp final : public CBasicDateTimeServicesImp
 {

@@ -1,10 +1,10 @@
 // Process control. So far it tells which process this is.
 #pragma once
 
-#include <atomic>
-
 #include "foundation/LoamExport.h"
 #include "system/CBasicProcessServicesImp.h"
+
+#include <atomic>
 
 /// The process's facade of process control. Any thread may call the getter, which takes no lock.
 class LOAM_EXPORT CProcessServices

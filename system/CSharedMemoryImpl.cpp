@@ -1,11 +1,11 @@
 #include "system/CSharedMemoryImpl.h"
 
-#include <cerrno>
-#include <string>
-
 #include "foundation/FailureCategories.h"
 #include "foundation/FailureDomains.h"
 #include "marl/HierarchicalException.h"
+
+#include <cerrno>
+#include <string>
 
 void CSharedMemoryImpl::ThrowException(CSharedMemoryError error, char const* operation)
 {

@@ -1,8 +1,10 @@
-#include <atomic>
+#include "system/platform/CBasicDateTimePlatform.h"
 
 #include "foundation/FirstUse.h"
 #include "system/CDateTimeServicesImp.h"
-#include "system/platform/CBasicDateTimePlatform.h"
+
+#include <atomic>
+#include <memory>
 
 namespace {
 

@@ -1,6 +1,7 @@
 #include "system/platform/StandardZone.h"
 
 #include <ctime>
+#include <initializer_list>
 
 namespace {
 

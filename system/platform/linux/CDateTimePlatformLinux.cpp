@@ -1,3 +1,7 @@
+#include "system/platform/CBasicDateTimePlatform.h"
+
+#include "system/platform/StandardZone.h"
+
 #include <glib.h>
 
 #include <cstdlib>
@@ -5,13 +9,11 @@
 #include <ctime>
 #include <memory>
 #include <string>
+#include <type_traits>
 
 #include <langinfo.h>
 #include <locale.h>
 #include <sys/time.h>
-
-#include "system/platform/CBasicDateTimePlatform.h"
-#include "system/platform/StandardZone.h"
 
 namespace {
 

@@ -1,3 +1,5 @@
+#include "system/platform/CBasicDateTimePlatform.h"
+
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <ctime>
@@ -5,8 +7,6 @@
 #include <mach/clock.h>
 #include <mach/mach.h>
 #include <sys/time.h>
-
-#include "system/platform/CBasicDateTimePlatform.h"
 
 namespace {
 
