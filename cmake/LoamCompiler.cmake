@@ -20,6 +20,10 @@ if(LOAM_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
 endif()
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+if(APPLE)
+    # Four-character codes are written as their text, and some services have no call but a deprecated one.
+    add_compile_options(-Wno-deprecated-declarations -Wno-multichar -Wno-four-char-constants)
+endif()
 if(LOAM_WERROR)
     add_compile_options(-Werror)
 endif()

@@ -4,6 +4,8 @@
 #     need examples         what loamctl stands on
 #     need tests            GoogleTest and what single tests start
 #     need checks           clang, formatter, linter
+#     need macos            the linker and the runtime's symbols for tools/check-macos
+#     need npm              npm, where it isn't there in another way
 #     need benchmarks       Google Benchmark and the peers that are measured beside us
 #
 # Debian and Ubuntu by apt, macOS by Homebrew. sudo is used only where something is missing and we are not root.
@@ -14,6 +16,8 @@ loam_packages() {
         examples)   echo "libcli11-dev libfmt-dev nlohmann-json3-dev" ;;
         tests)      echo "libgtest-dev libgmock-dev python3 locales util-linux" ;;
         checks)     echo "clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev binutils git" ;;
+        macos)      echo "clang-14 lld-14 llvm-14 libc++1-14 python3" ;;
+        npm)        echo "npm" ;;
         benchmarks) echo "libbenchmark-dev libicu-dev libsqlite3-dev" ;;
         *)          echo "setup: no such set of packages: $1" >&2; return 1 ;;
     esac
