@@ -1,8 +1,8 @@
 #include "testing/StEnvironment.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
+
+#include <gtest/gtest.h>
 
 TEST(StEnvironment, PutsBackWhatWasThere)
 {

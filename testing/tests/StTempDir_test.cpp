@@ -1,8 +1,8 @@
 #include "testing/StTempDir.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
+
+#include <gtest/gtest.h>
 
 namespace fs = std::filesystem;
 
