@@ -5,13 +5,17 @@
 #include "marl/HierarchicalException.h"
 #include "text/CUTFConverter.h"
 
-void CFileExceptionHandler::ThrowFileException(int error, int operation, std::string const& path) const
+void CFileExceptionHandler::ThrowFileException(int error,
+                                               int operation,
+                                               std::string const& path) const
 {
     if (error == 0) return;
     throw HierarchicalException(kFileDomain, FileCategoryOf(error), operation, error, path);
 }
 
-void CFileExceptionHandler::ThrowFileException(int error, int operation, std::u16string const& path) const
+void CFileExceptionHandler::ThrowFileException(int error,
+                                               int operation,
+                                               std::u16string const& path) const
 {
     if (error == 0) return;
     std::string path8bit;

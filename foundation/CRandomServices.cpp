@@ -18,8 +18,8 @@ CRandomServices::~CRandomServices()
 CRandomServices* CRandomServices::GetRandomServices()
 {
     bool isMaker = false;
-    CRandomServices* const services =
-        GetOrMake(sRandomServices, [] { return std::make_unique<CRandomServices>(); }, &isMaker);
+    CRandomServices* const services = GetOrMake(
+        sRandomServices, [] { return std::make_unique<CRandomServices>(); }, &isMaker);
     if (isMaker) services->mImp->Initialize();
     return services;
 }

@@ -28,16 +28,11 @@ constexpr int kResolverBand = 1000;
 constexpr int kResolverSpecial = 2001;
 
 constexpr Row kNetRows[] = {
-    {EAGAIN, kNetTimedOut},
-    {ETIMEDOUT, kNetTimedOut},
-    {EPERM, kNetNotPermitted},
-    {EADDRNOTAVAIL, kNetNotPermitted},
-    {EINTR, kNetInterrupted},
-    {EACCES, kNetRefused},
-    {EADDRINUSE, kNetRefused},
-    {ECONNREFUSED, kNetRefused},
-    {ECONNABORTED, kNetAborted},
-    {ENETUNREACH, kNetUnreachable},
+    {EAGAIN, kNetTimedOut},      {ETIMEDOUT, kNetTimedOut},
+    {EPERM, kNetNotPermitted},   {EADDRNOTAVAIL, kNetNotPermitted},
+    {EINTR, kNetInterrupted},    {EACCES, kNetRefused},
+    {EADDRINUSE, kNetRefused},   {ECONNREFUSED, kNetRefused},
+    {ECONNABORTED, kNetAborted}, {ENETUNREACH, kNetUnreachable},
     {EPIPE, kNetBrokenPipe},
 };
 
@@ -46,14 +41,10 @@ constexpr Row kThreadRows[] = {
 };
 
 constexpr Row kSharedMemoryRows[] = {
-    {EACCES, kSharedMemoryAccessDenied},
-    {EROFS, kSharedMemoryAccessDenied},
-    {EEXIST, kSharedMemoryExists},
-    {ENFILE, kSharedMemoryTooManyFiles},
-    {EMFILE, kSharedMemoryTooManyFiles},
-    {ENAMETOOLONG, kSharedMemoryNameTooLong},
-    {ENOENT, kSharedMemoryNotFound},
-    {ENOSPC, kSharedMemoryNoSpace},
+    {EACCES, kSharedMemoryAccessDenied}, {EROFS, kSharedMemoryAccessDenied},
+    {EEXIST, kSharedMemoryExists},       {ENFILE, kSharedMemoryTooManyFiles},
+    {EMFILE, kSharedMemoryTooManyFiles}, {ENAMETOOLONG, kSharedMemoryNameTooLong},
+    {ENOENT, kSharedMemoryNotFound},     {ENOSPC, kSharedMemoryNoSpace},
     {EIO, kSharedMemoryInputOutput},
 };
 

@@ -1,29 +1,33 @@
-// What the library's exceptions carry: the domains, their categories and the codes of what was being done.
+// What the library's exceptions carry: the domains, their categories and the codes of what was
+// being done.
 //
-// A host catches `HierarchicalException` by reference, compares `levels[0].signature` and then `levels[0].category`,
-// acts on the pair that it knows and lets all else go on:
+// A host catches `HierarchicalException` by reference, compares `levels[0].signature` and then
+// `levels[0].category`, acts on the pair that it knows and lets all else go on:
 //
 //     if (e.levels[0].signature == kFileDomain && e.levels[0].category == kFileNotFound) ...
 //
-// A category means something only within its domain. 100 is the rest of every domain that maps platform errors.
-// `osError` is the running platform's own number, for logs only.
+// A category means something only within its domain. 100 is the rest of every domain that maps
+// platform errors. `osError` is the running platform's own number, for logs only.
 #pragma once
 
 /// `levels[0].signature`.
-enum FailureDomain : unsigned int {
+enum FailureDomain : unsigned int
+{
     kFileDomain = 0x66696C65,           ///< `file`: files and folders; `text` is the path in UTF-8
     kNetConnectionDomain = 0x4E657443,  ///< `NetC`: network connections
     kThreadDomain = 0x74687265,         ///< `thre`: threads and their synchronisation
-    kSharedMemoryDomain = 0x53684D6D,   ///< `ShMm`: shared memory; `text` is the system call that failed
-    kCharsetDomain = 0x63686376,        ///< `chcv`: character-set conversion
-    kCryptoDomain = 0x63727970,         ///< `cryp`: encryption and random keys
+    kSharedMemoryDomain =
+        0x53684D6D,               ///< `ShMm`: shared memory; `text` is the system call that failed
+    kCharsetDomain = 0x63686376,  ///< `chcv`: character-set conversion
+    kCryptoDomain = 0x63727970,   ///< `cryp`: encryption and random keys
 };
 
 /// The category of every platform error that has no category of its own, in all domains.
 constexpr int kOtherFailure = 100;
 
 /// Categories of `kFileDomain`. There is no 4.
-enum FileCategory {
+enum FileCategory
+{
     kFileNameTooLong = 1,
     kFileNotFound = 2,
     kFileNotAFolder = 3,
@@ -33,7 +37,8 @@ enum FileCategory {
 };
 
 /// Contexts of `kFileDomain`.
-enum FileOperation {
+enum FileOperation
+{
     kFileCreate = 1,
     kFileOpen = 2,
     kFileClose = 3,
@@ -51,7 +56,8 @@ enum FileOperation {
 };
 
 /// Categories of `kNetConnectionDomain`.
-enum NetCategory {
+enum NetCategory
+{
     kNetTimedOut = 1,
     kNetNotPermitted = 2,
     kNetInterrupted = 4,
@@ -64,7 +70,8 @@ enum NetCategory {
 };
 
 /// Contexts of `kNetConnectionDomain`.
-enum NetOperation {
+enum NetOperation
+{
     kNetResolve = 2,
     kNetConnect = 3,
     kNetDisconnect = 4,
@@ -74,13 +81,15 @@ enum NetOperation {
 };
 
 /// Categories of `kThreadDomain`.
-enum ThreadCategory {
+enum ThreadCategory
+{
     kThreadNoMemory = 3,
     kThreadAborted = 4,  ///< the semaphore that was waited for has been aborted
 };
 
 /// Contexts of `kThreadDomain`.
-enum ThreadOperation {
+enum ThreadOperation
+{
     kThreadStart = 1,
     kThreadKill = 4,
     kMutexInitOrDestroy = 5,
@@ -95,7 +104,8 @@ enum ThreadOperation {
 };
 
 /// Categories of `kSharedMemoryDomain`.
-enum SharedMemoryCategory {
+enum SharedMemoryCategory
+{
     kSharedMemoryAccessDenied = 1,
     kSharedMemoryExists = 2,
     kSharedMemoryTooManyFiles = 3,
@@ -106,19 +116,22 @@ enum SharedMemoryCategory {
 };
 
 /// Categories of `kCharsetDomain`; `osError` is 0.
-enum CharsetCategory {
+enum CharsetCategory
+{
     kCharsetBufferTooSmall = 1,
     kCharsetNotSupported = 99,
 };
 
 /// Contexts of `kCharsetDomain`.
-enum CharsetOperation {
+enum CharsetOperation
+{
     kCharsetFromUnicode = 1,
     kCharsetToUnicode = 2,
 };
 
 /// Contexts of `kCryptoDomain`, whose category is always `kOtherFailure`.
-enum CryptoOperation {
+enum CryptoOperation
+{
     kCryptoAESInit = 1,
     kCryptoBlowFishInit = 2,
     kCryptoUpdate = 3,

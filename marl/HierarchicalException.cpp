@@ -19,7 +19,8 @@ std::string SignatureText(unsigned int signature)
     return text;
 }
 
-// strerror is not safe beside other threads, and what a platform knows of its number is only a hint here.
+// strerror is not safe beside other threads, and what a platform knows of its number is only a hint
+// here.
 std::string ErrorText(int error)
 {
     char buffer[256] = "";
@@ -64,12 +65,14 @@ HierarchicalException::HierarchicalException(
 }
 
 HierarchicalException::HierarchicalException(HierarchicalException const& other) = default;
-HierarchicalException& HierarchicalException::operator=(HierarchicalException const& other) = default;
+HierarchicalException&
+HierarchicalException::operator=(HierarchicalException const& other) = default;
 
 HierarchicalException::~HierarchicalException()
 {
     // The outermost record goes first, as scopes do.
-    while (!levels.empty()) levels.pop_back();
+    while (!levels.empty())
+        levels.pop_back();
 }
 
 char const* HierarchicalException::what() const noexcept

@@ -18,7 +18,8 @@ void amortizedmemblock::resize(unsigned long newSize)
         SetCapacity(GrownCapacity(newSize));
     } else if (!mKeepAllocation && mCapacity > kReleaseThreshold && newSize < mCapacity / 4) {
         mSize = newSize;
-        // Twice the content leaves as much room to grow again as the release threshold leaves to shrink.
+        // Twice the content leaves as much room to grow again as the release threshold leaves to
+        // shrink.
         SetCapacity(newSize * 2);
     }
     mSize = newSize;
@@ -36,7 +37,8 @@ unsigned long amortizedmemblock::allocatedSize() const
 
 unsigned long amortizedmemblock::GrownCapacity(unsigned long needed) const
 {
-    // The factor is applied to the excess in double precision: exact up to 2^53 bytes, and never below `mCapacity`.
+    // The factor is applied to the excess in double precision: exact up to 2^53 bytes, and never
+    // below `mCapacity`.
     unsigned long grown = mCapacity;
     if (mFactor > 1.0F) {
         double const excess = static_cast<double>(mCapacity) * (static_cast<double>(mFactor) - 1.0);

@@ -3,12 +3,13 @@
 
 #include "marl/memblock.h"
 
-/// What every producer of data writes its output into: remember `size()`, `resize` to it plus an upper bound, write
-/// behind the old content, `resize` down to what was really written.
+/// What every producer of data writes its output into: remember `size()`, `resize` to it plus an
+/// upper bound, write behind the old content, `resize` down to what was really written.
 ///
-/// Storage grows to the larger of `factor` times what there is and `step` bytes more, or to the size asked for if
-/// that is larger still. Shrinking keeps the storage while `setKeepAllocation(true)` is in force, and otherwise gives
-/// it back only when the content falls below a quarter of storage larger than `kReleaseThreshold`.
+/// Storage grows to the larger of `factor` times what there is and `step` bytes more, or to the
+/// size asked for if that is larger still. Shrinking keeps the storage while
+/// `setKeepAllocation(true)` is in force, and otherwise gives it back only when the content falls
+/// below a quarter of storage larger than `kReleaseThreshold`.
 class MARL_EXPORT amortizedmemblock : public memblock
 {
 public:
@@ -17,7 +18,9 @@ public:
 
     /// `step`: least growth in bytes. `factor`: growth factor; below 1 or not a number acts as 1.
     /// `keepAllocation`: the first state of what `setKeepAllocation` sets.
-    explicit amortizedmemblock(unsigned long step = 1024, float factor = 2.0F, bool keepAllocation = false) noexcept
+    explicit amortizedmemblock(unsigned long step = 1024,
+                               float factor = 2.0F,
+                               bool keepAllocation = false) noexcept
         : mStep(step)
         , mFactor(factor)
         , mKeepAllocation(keepAllocation)

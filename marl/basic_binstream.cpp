@@ -9,7 +9,12 @@ namespace {
 
 constexpr unsigned long kLengthSize = 4;
 
-enum Context { kReading = 1, kWriting = 2, kSeeking = 3 };
+enum Context
+{
+    kReading = 1,
+    kWriting = 2,
+    kSeeking = 3
+};
 
 [[noreturn]] void Throw(int category, Context context)
 {
@@ -18,7 +23,8 @@ enum Context { kReading = 1, kWriting = 2, kSeeking = 3 };
 
 void StoreLength(char* target, std::uint32_t length)
 {
-    for (unsigned i = 0; i < kLengthSize; ++i) target[i] = static_cast<char>(length >> (8 * i));
+    for (unsigned i = 0; i < kLengthSize; ++i)
+        target[i] = static_cast<char>(length >> (8 * i));
 }
 
 }  // namespace
@@ -120,7 +126,8 @@ unsigned long basic_binstream::PeekLength(unsigned long unitSize) const
     if (mCursor > size || size - mCursor < kLengthSize) Throw(kPastEnd, kReading);
     auto const* field = reinterpret_cast<unsigned char const*>(mBlock->data()) + mCursor;
     unsigned long length = 0;
-    for (unsigned i = 0; i < kLengthSize; ++i) length |= static_cast<unsigned long>(field[i]) << (8 * i);
+    for (unsigned i = 0; i < kLengthSize; ++i)
+        length |= static_cast<unsigned long>(field[i]) << (8 * i);
     if (length > (size - mCursor - kLengthSize) / unitSize) Throw(kPastEnd, kReading);
     return length;
 }

@@ -63,8 +63,8 @@ void memblock::append(char const* bytes, unsigned long count)
 {
     if (count == 0) return;
 
-    // The source may be a stretch of this very block, which the growth below can move. Addresses are compared as
-    // numbers, since pointers into different objects have no order of their own.
+    // The source may be a stretch of this very block, which the growth below can move. Addresses
+    // are compared as numbers, since pointers into different objects have no order of their own.
     auto const source = reinterpret_cast<std::uintptr_t>(bytes);
     auto const start = reinterpret_cast<std::uintptr_t>(data());
     unsigned long const oldSize = size();

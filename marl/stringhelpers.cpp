@@ -23,5 +23,6 @@ void ConvToUpper(std::string& text)
 void appendstring(std::u16string* target, std::string const& source)
 {
     target->reserve(target->size() + source.size());
-    for (char const byte : source) target->push_back(static_cast<unsigned char>(byte));
+    for (char const byte : source)
+        target->push_back(static_cast<unsigned char>(byte));
 }

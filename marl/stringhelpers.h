@@ -5,8 +5,9 @@
 
 #include "marl/MarlExport.h"
 
-/// Upper-cases UTF-16 text in place, unit by unit, by the simple upper-case mapping of `UnicodeData.txt`, Unicode
-/// 13.0. Units whose upper case lies outside the BMP, surrogates and units without one stay.
+/// Upper-cases UTF-16 text in place, unit by unit, by the simple upper-case mapping of
+/// `UnicodeData.txt`, Unicode 13.0. Units whose upper case lies outside the BMP, surrogates and
+/// units without one stay.
 MARL_EXPORT void ConvToUpper(std::u16string& text);
 
 /// Upper-cases the ASCII letters of `text` in place; bytes above 0x7F stay, whatever the locale.

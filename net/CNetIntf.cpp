@@ -6,5 +6,6 @@
 
 void CNetIntf::ThrowNetConnectionException(int error, int operation)
 {
-    throw HierarchicalException(kNetConnectionDomain, NetCategoryOf(error), operation, error, nullptr);
+    throw HierarchicalException(kNetConnectionDomain, NetCategoryOf(error), operation, error,
+                                nullptr);
 }

@@ -10,6 +10,6 @@
 void CSharedMemoryImpl::ThrowException(CSharedMemoryError error, char const* operation)
 {
     int const osError = errno;
-    throw HierarchicalException(
-        kSharedMemoryDomain, SharedMemoryCategoryOf(osError), error, osError, std::string(operation));
+    throw HierarchicalException(kSharedMemoryDomain, SharedMemoryCategoryOf(osError), error,
+                                osError, std::string(operation));
 }

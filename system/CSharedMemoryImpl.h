@@ -2,7 +2,8 @@
 #pragma once
 
 /// What was being done: the context of an exception of `kSharedMemoryDomain`.
-enum CSharedMemoryError {
+enum CSharedMemoryError
+{
     kSharedMemoryAllocate = 1,
     kSharedMemoryOpenExisting = 2,
     kSharedMemoryClose = 3,
@@ -12,6 +13,7 @@ enum CSharedMemoryError {
 class CSharedMemoryImpl
 {
 public:
-    /// Throws for what `errno` holds at the call. `operation` is the name of the system call that failed.
+    /// Throws for what `errno` holds at the call. `operation` is the name of the system call that
+    /// failed.
     [[noreturn]] static void ThrowException(CSharedMemoryError error, char const* operation);
 };

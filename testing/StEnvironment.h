@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-/// Sets `name`, or unsets it where `value` is empty, and puts back what was there. The environment belongs to the
-/// whole process: only for tests that run no thread beside.
+/// Sets `name`, or unsets it where `value` is empty, and puts back what was there. The environment
+/// belongs to the whole process: only for tests that run no thread beside.
 class StEnvironment
 {
 public:

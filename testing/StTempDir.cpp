@@ -21,8 +21,7 @@ StTempDir::~StTempDir()
     for (fs::recursive_directory_iterator
              entry(mPath, fs::directory_options::skip_permission_denied, ignored),
          end;
-         entry != end;
-         entry.increment(ignored)) {
+         entry != end; entry.increment(ignored)) {
         if (entry->is_directory(ignored) && !entry->is_symlink(ignored)) {
             fs::permissions(entry->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
         }

@@ -3,7 +3,8 @@
 
 #include <string>
 
-/// Made under the system's folder for temporary files. A failure to make it ends the test by an exception.
+/// Made under the system's folder for temporary files. A failure to make it ends the test by an
+/// exception.
 class StTempDir
 {
 public:
@@ -15,9 +16,12 @@ public:
 
     /// The folder's path without a trailing slash, UTF-8, with no link on the way.
     std::string const& Path() const { return mPath; }
+
     std::u16string Path16() const;
+
     /// The path of something in the folder, which need not exist.
     std::string Path(std::string const& name) const { return mPath + "/" + name; }
+
     std::u16string Path16(std::string const& name) const;
 
     /// Writes a file in the folder, making the folders on its way, and answers its path.

@@ -1,8 +1,8 @@
 #include "testing/StEnvironment.h"
 
-#include <cstdlib>
-
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 
 TEST(StEnvironment, PutsBackWhatWasThere)
 {

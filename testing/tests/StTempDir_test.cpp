@@ -1,8 +1,8 @@
 #include "testing/StTempDir.h"
 
-#include <filesystem>
-
 #include <gtest/gtest.h>
+
+#include <filesystem>
 
 namespace fs = std::filesystem;
 
