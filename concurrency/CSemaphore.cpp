@@ -1,40 +1,45 @@
 #include "concurrency/CSemaphore.h"
 
+#include <utility>
+
 #include "concurrency/StMutexLocker.h"
+#include "concurrency/StMutexUnlocker.h"
 #include "foundation/FailureDomains.h"
 #include "marl/HierarchicalException.h"
 
 namespace {
 
-// Gives up a lock that the caller holds. `Retake` takes it back and may throw; a wait that fails,
-// or a thread that is cancelled in it, takes it back on the way out, where a failure ends the
-// process.
+// Gives up the lock that a waiter's caller holds, where there is one. `Retake` takes it back and
+// may throw; a wait that fails, or a thread that is cancelled in it, takes it back on the way out,
+// where a failure ends the process.
 class StGivenUp
 {
 public:
-    explicit StGivenUp(CMutex& mutex)
-        : mMutex(&mutex)
+    StGivenUp(CMutex* heldMutex, CMutex* stateMutex)
+        : mHeldMutex(heldMutex)
+        , mStateMutex(stateMutex)
     {
-        mutex.Unlock();
+        if (mHeldMutex) mHeldMutex->Unlock();
     }
 
     StGivenUp(StGivenUp const&) = delete;
     StGivenUp& operator=(StGivenUp const&) = delete;
 
-    ~StGivenUp()
-    {
-        if (mMutex) mMutex->Lock();
-    }
+    ~StGivenUp() { Retake(); }
 
     void Retake()
     {
-        CMutex* const mutex = mMutex;
-        mMutex = nullptr;
-        mutex->Lock();
+        CMutex* const heldMutex = std::exchange(mHeldMutex, nullptr);
+        if (!heldMutex || heldMutex->TryLock()) return;
+        // Somebody has it, and may be about to enter a wait or a post with it: the next thing they
+        // want is the lock of the state, which must not be held while waiting for theirs.
+        StMutexUnlocker const open(mStateMutex);
+        heldMutex->Lock();
     }
 
 private:
-    CMutex* mMutex;  // not owned; null once it is held again
+    CMutex* mHeldMutex;   // not owned; null where there is none or it is held again
+    CMutex* mStateMutex;  // not owned
 };
 
 }  // namespace
@@ -67,41 +72,40 @@ void CSemaphore::Post()
 
 void CSemaphore::Wait()
 {
-    CMutex scratch;
-    StMutexLocker const lock(scratch);
-    Wait(scratch);
+    Wait_(nullptr, nullptr);
 }
 
 void CSemaphore::Wait(CMutex& heldMutex)
+{
+    Wait_(&heldMutex, nullptr);
+}
+
+bool CSemaphore::TimedWait(long long microseconds)
+{
+    return Wait_(nullptr, &microseconds);
+}
+
+bool CSemaphore::TimedWait(CMutex& heldMutex, long long microseconds)
+{
+    return Wait_(&heldMutex, &microseconds);
+}
+
+// One wait, for ever where `microseconds` is null. `heldMutex` may be null.
+bool CSemaphore::Wait_(CMutex* heldMutex, long long const* microseconds)
 {
     // Kept on purpose: the flag is looked at before the lock is taken, so a waiter can slip in
     // behind an Abort.
     ThrowIfAborted(kSemaphoreWait);
     StMutexLocker const lock(mMutex);
-    if (Take() < 1) {
-        StGivenUp givenUp(heldMutex);
-        // Kept on purpose: no loop. Each signal is one unit, and the wake itself is taken for it.
-        mCondition.Wait(*mMutex);
-        givenUp.Retake();
-    }
-    ThrowIfAborted(kSemaphoreWait);
-}
-
-bool CSemaphore::TimedWait(long long microseconds)
-{
-    CMutex scratch;
-    StMutexLocker const lock(scratch);
-    return TimedWait(scratch, microseconds);
-}
-
-bool CSemaphore::TimedWait(CMutex& heldMutex, long long microseconds)
-{
-    ThrowIfAborted(kSemaphoreWait);
-    StMutexLocker const lock(mMutex);
     bool isTaken = true;
     if (Take() < 1) {
-        StGivenUp givenUp(heldMutex);
-        isTaken = mCondition.TimedWait(*mMutex, microseconds);
+        StGivenUp givenUp(heldMutex, mMutex);
+        // Kept on purpose: no loop. Each signal is one unit, and the wake itself is taken for it.
+        if (microseconds) {
+            isTaken = mCondition.TimedWait(*mMutex, *microseconds);
+        } else {
+            mCondition.Wait(*mMutex);
+        }
         // Kept on purpose: withdrawn also if Abort has set the count to 0 meanwhile.
         if (!isTaken) mCount.store(GetState() + 1, std::memory_order_relaxed);
         givenUp.Retake();

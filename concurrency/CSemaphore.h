@@ -41,10 +41,9 @@ public:
     /// Takes a unit, blocking until there is one.
     void Wait();
     /// The same for a caller who holds `heldMutex`: if the call has to block it gives that lock up
-    /// meanwhile, and holds it again when it comes back, also by an exception. The lock that guards
-    /// the state is taken first and `heldMutex` inside it, so nobody may post while holding
-    /// `heldMutex` alone and waiting for the former. The two may be one mutex only if that is
-    /// recursive.
+    /// meanwhile, and holds it again when it comes back, also by an exception. It is taken back
+    /// before the lock of the state is let go, unless that would make two threads wait for each
+    /// other. It may be the very mutex that guards the state if that is recursive.
     void Wait(CMutex& heldMutex);
     /// As `Wait`, for at most `microseconds` by the wall clock. True if a unit was taken.
     bool TimedWait(long long microseconds);
@@ -62,6 +61,7 @@ public:
     void Unabort();
 
 private:
+    bool Wait_(CMutex* heldMutex, long long const* microseconds);
     int Take();
     void ThrowIfAborted(int operation) const;
 

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "concurrency/StMutexLocker.h"
 #include "foundation/FailureDomains.h"
 #include "marl/HierarchicalException.h"
 
@@ -250,4 +251,36 @@ TEST(CSemaphore, AnExternalMutexGuardsTheState)
     monitor.Unlock();
     poster.join();
     EXPECT_EQ(semaphore.GetState(), 1);
+}
+
+// Each waiter holds the mutex when it enters, wants it back when it leaves, and the posters hold it
+// too.
+TEST(CSemaphore, SharesOneHeldMutexBetweenWaitersAndPosters)
+{
+    constexpr int kRounds = 2000;
+    CMutex held;
+    CSemaphore semaphore;
+    int inside = 0;
+    auto const wait = [&] {
+        for (int i = 0; i < kRounds; ++i) {
+            StMutexLocker const lock(held);
+            semaphore.Wait(held);
+            ++inside;
+        }
+    };
+    auto const post = [&] {
+        for (int i = 0; i < kRounds; ++i) {
+            StMutexLocker const lock(held);
+            semaphore.Post();
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back(wait);
+        threads.emplace_back(post);
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(inside, 3 * kRounds);
+    EXPECT_EQ(semaphore.GetState(), 0);
 }

@@ -3,6 +3,7 @@
 #include "concurrency/CThread.h"
 
 #include <cerrno>
+#include <iterator>
 #include <limits>
 #include <optional>
 #include <vector>
@@ -84,17 +85,17 @@ TEST(CThreadFailures, StartAndKillTellTheSystemsRefusal)
         int mContext;
     };
 
-    Case const cases[] = {
+    static constexpr Case cases[] = {
         {"no room for a thread", false, EAGAIN, 100, 1},
         {"no memory", false, ENOMEM, 3, 1},
         {"no such thread", true, ESRCH, 100, 4},
     };
     // Reachable for good: what a thread object leaves that was never started is lost by design.
-    static std::vector<CBasicThreadImp*> sLeftBehind;
+    static CBasicThreadImp* sLeftBehind[std::size(cases)] = {};
     for (Case const& c : cases) {
         SCOPED_TRACE(c.mWhat);
         auto* const idle = new CIdle;
-        sLeftBehind.push_back(idle->mImp);
+        sLeftBehind[&c - cases] = idle->mImp;
         (c.mIsKill ? sCancelResult : sCreateResult) = c.mError;
         auto const thrown = Thrown([&] {
             if (c.mIsKill) {
@@ -106,6 +107,7 @@ TEST(CThreadFailures, StartAndKillTellTheSystemsRefusal)
         sCancelResult = sCreateResult = 0;
         // Still the creator's to delete.
         delete idle;
+        EXPECT_NE(sLeftBehind[&c - cases], nullptr);
         ASSERT_TRUE(thrown);
         EXPECT_EQ(thrown->levels[0].signature, 0x74687265u);
         EXPECT_EQ(thrown->levels[0].category, c.mCategory);
