@@ -43,7 +43,7 @@ public:
     explicit CFileSpec(StdContainerEnum container);
     /// With `unique` false the path exactly as it is given. Otherwise what stands behind its last
     /// "/" is made legal and unique in the folder before it.
-    CFileSpec(std::u16string const& path, bool unique);
+    CFileSpec(std::u16string path, bool unique);
     CFileSpec(std::string const& path, bool unique);
     /// The old path stays until the new one is there, so that assignment to itself does nothing.
     CFileSpec& operator=(CFileSpec const& other);

@@ -8,6 +8,3 @@ char16_t const s_dotDot[] = u"..";
 char16_t const s_underscore[] = u"_";
 char16_t const s_underscoreUnderscore[] = u"__";
 char16_t const s_mountPoint[] = u"/Volumes/";
-
-char const CFileSpecURLReservedAndUnreservedCharacters[] =
-    "!*'();:@&=+$,/?%#[]ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.~";
