@@ -1,3 +1,4 @@
+#include "files/CFURLCreateFromFileSpec.h"
 #include "files/CFileSpec.h"
 #include "files/platform/CBasicFilePlatform.h"
 
