@@ -1,0 +1,414 @@
+#include "text/CUnicodeMappingTable.h"
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "foundation/FirstUse.h"
+#include "text/CTableBlobReader.h"
+#include "text/CUnicodeCategoryTable.h"
+#include "text/tables/MappingTableData.h"
+
+namespace {
+
+// What the growing forms map into before they append it: neither blank-filled nor allocated.
+constexpr int kChunkSize = 1024;
+
+// Where ordinary text finds room at once.
+std::size_t FirstCapacity(std::size_t sourceLength)
+{
+    return std::max<std::size_t>(10, sourceLength + sourceLength / 10);
+}
+
+CUnicodeMappingTable*
+GetShared(std::atomic<CUnicodeMappingTable*>& slot, signed char const* data, int length)
+{
+    return GetOrMake(slot, [data, length] {
+        auto table = std::make_unique<CUnicodeMappingTable>();
+        table->LoadMappingTable(data, length);
+        return table;
+    });
+}
+
+}  // namespace
+
+std::atomic<CUnicodeMappingTable*> CUnicodeMappingTable::sDefaultTable;
+std::atomic<CUnicodeMappingTable*> CUnicodeMappingTable::sDecomposeAllTable;
+std::atomic<CUnicodeMappingTable*> CUnicodeMappingTable::sDecomposeDiacriticsTable;
+std::atomic<CUnicodeMappingTable*> CUnicodeMappingTable::sCaseFoldingTable;
+std::atomic<CUnicodeMappingTable*> CUnicodeMappingTable::sStripNSMTable;
+
+// A page on its way into its slot.
+struct CUnicodeMappingTable::Page
+{
+    unsigned int mNumber;
+    int mCount;  // of units in `mData`
+    std::unique_ptr<char16_t[]> mData;
+    std::unique_ptr<std::uint16_t[]> mIndex;
+
+    Page(unsigned int number, int count)
+        : mNumber(number)
+        , mCount(count)
+        , mData(std::make_unique<char16_t[]>(static_cast<std::size_t>(count)))
+        , mIndex(std::make_unique<std::uint16_t[]>(kIndexSize))
+    {
+        std::fill_n(mIndex.get(), kSingles, kUnmapped);
+    }
+
+    // Whether `at` is the offset of an entry, the whole of which lies in the data.
+    bool HasEntry(int at) const { return at < mCount && mData[at] < mCount - at; }
+
+    void FillSingles()
+    {
+        for (unsigned int low = 0; low < 256; ++low) {
+            std::uint16_t const at = mIndex[low];
+            std::uint16_t& single = mIndex[kSingles + low];
+            if (at == kUnmapped) {
+                single = static_cast<std::uint16_t>(mNumber << 8 | low);
+            } else {
+                single = mData[at] == 1 ? mData[at + 1] : kNoSingleUnit;
+            }
+        }
+    }
+
+    static std::optional<Page> Read(CTableBlobReader& blob);
+    static std::optional<Page> Compose(unsigned int number, std::u16string const (&mappings)[256]);
+};
+
+// The next record of a mapping blob, or nothing where it runs past the end or leads out of its own
+// data.
+std::optional<CUnicodeMappingTable::Page> CUnicodeMappingTable::Page::Read(CTableBlobReader& blob)
+{
+    if (blob.Left() < 3) return {};
+    unsigned int const number = blob.Byte();
+    int const count = blob.Word();
+    if (blob.Left() < 2 * count + 2) return {};
+
+    Page page(number, count);
+    std::generate_n(page.mData.get(), count, [&blob] { return blob.Word(); });
+    int const first = blob.Byte();
+    int const last = blob.Byte();
+    if (last < first || blob.Left() < 2 * (last - first + 1)) return {};
+
+    for (int low = first; low <= last; ++low) {
+        std::uint16_t const at = blob.Word();
+        if (at != kUnmapped && !page.HasEntry(at)) return {};
+        page.mIndex[low] = at;
+    }
+    page.FillSingles();
+    return page;
+}
+
+// The page on which the unit of each low byte becomes the string of that number, or nothing where
+// all stay as they are.
+std::optional<CUnicodeMappingTable::Page>
+CUnicodeMappingTable::Page::Compose(unsigned int number, std::u16string const (&mappings)[256])
+{
+    auto const isUnchanged = [number, &mappings](unsigned int low) {
+        return mappings[low].size() == 1 && mappings[low][0] == (number << 8 | low);
+    };
+    int count = 0;
+    for (unsigned int low = 0; low < 256; ++low) {
+        if (!isUnchanged(low)) count += static_cast<int>(mappings[low].size()) + 1;
+    }
+    if (count == 0) return {};
+
+    Page page(number, count);
+    int at = 0;
+    for (unsigned int low = 0; low < 256; ++low) {
+        if (isUnchanged(low)) continue;
+        std::u16string const& mapping = mappings[low];
+        page.mIndex[low] = static_cast<std::uint16_t>(at);
+        page.mData[at++] = static_cast<char16_t>(mapping.size());
+        at += static_cast<int>(mapping.copy(&page.mData[at], mapping.size()));
+    }
+    page.FillSingles();
+    return page;
+}
+
+void CUnicodeMappingTable::TakePage(Page&& page)
+{
+    Slot& slot = mSlots[page.mNumber];
+    delete[] slot.mData;
+    delete[] slot.mIndex;
+    slot = {page.mData.release(), page.mIndex.release()};
+}
+
+void CUnicodeMappingTable::InitMappingTable()
+{
+    std::fill(std::begin(mSlots), std::end(mSlots), Slot{nullptr, nullptr});
+}
+
+void CUnicodeMappingTable::LoadMappingTable(signed char* data, int length)
+{
+    UnloadMappingTable();
+    CTableBlobReader blob(data, length);
+    while (std::optional<Page> page = Page::Read(blob))
+        TakePage(std::move(*page));
+}
+
+void CUnicodeMappingTable::UnloadMappingTable()
+{
+    for (Slot const& slot : mSlots) {
+        delete[] slot.mData;
+        delete[] slot.mIndex;
+    }
+    InitMappingTable();
+}
+
+void CUnicodeMappingTable::CreateDynamicMappingTableFromMultipleMappingAndCategoryTables(
+    std::vector<CUnicodeMappingTable*> const& mappings,
+    std::vector<CUnicodeCategoryTable*> const& categories)
+{
+    UnloadMappingTable();
+    std::u16string strings[256];
+    std::u16string mapped;
+    auto const isDeleted = [&categories](char16_t unit) {
+        return std::any_of(categories.begin(), categories.end(),
+                           [unit](auto const* table) { return table && table->Contains(unit); });
+    };
+    for (unsigned int number = 0; number < 256; ++number) {
+        for (unsigned int low = 0; low < 256; ++low) {
+            std::u16string& string = strings[low];
+            string.assign(1, static_cast<char16_t>(number << 8 | low));
+            for (CUnicodeMappingTable const* const table : mappings) {
+                if (!table) continue;
+                table->MapText(string, mapped);
+                string.swap(mapped);
+            }
+            std::erase_if(string, isDeleted);
+            if (string.size() > kLongestMapping) string.resize(kLongestMapping);
+        }
+        std::optional<Page> page = Page::Compose(number, strings);
+        if (page) TakePage(std::move(*page));
+    }
+}
+
+bool CUnicodeMappingTable::HasMappableText(char16_t const* text, int length) const
+{
+    return length > 0 && FindMappable(text, text + length) != text + length;
+}
+
+bool CUnicodeMappingTable::HasMappableText(std::u16string const& text) const
+{
+    char16_t const* const end = text.data() + text.size();
+    return FindMappable(text.data(), end) != end;
+}
+
+// The first unit that has a mapping, or `end`.
+char16_t const* CUnicodeMappingTable::FindMappable(char16_t const* text, char16_t const* end) const
+{
+    return std::find_if(text, end, [this](char16_t unit) {
+        std::uint16_t const* const index = mSlots[unit >> 8].mIndex;
+        return index && index[unit & 0xFF] != kUnmapped;
+    });
+}
+
+template <bool kWithOffsets>
+bool CUnicodeMappingTable::MapText_(char16_t const* source,
+                                    int sourceLength,
+                                    int& sourcePos,
+                                    char16_t* target,
+                                    int targetCapacity,
+                                    int& targetPos,
+                                    int* offsets) const
+{
+    int from = sourcePos;
+    int to = targetPos;
+    while (from < sourceLength) {
+        // Units that give one unit each, as far as there is room for: nothing else to test.
+        int const end = from + std::min(sourceLength - from, targetCapacity - to);
+        for (; from < end; ++from, ++to) {
+            char16_t const single = MapToSingleUnit(source[from]);
+            if (single == kNoSingleUnit) break;
+            target[to] = single;
+            if constexpr (kWithOffsets) offsets[to] = from;
+        }
+        if (from == sourceLength) break;
+
+        char16_t const* units = &source[from];
+        int count = 1;
+        FindEntry(source[from], units, count);
+        if (count > targetCapacity - to) {
+            sourcePos = from;
+            targetPos = to;
+            return false;
+        }
+        for (int k = 0; k < count; ++k, ++to) {
+            target[to] = units[k];
+            if constexpr (kWithOffsets) offsets[to] = from;
+        }
+        ++from;
+    }
+    if constexpr (kWithOffsets) offsets[to] = from;
+    sourcePos = from;
+    targetPos = to;
+    return true;
+}
+
+bool CUnicodeMappingTable::MapText(char16_t const* source,
+                                   int sourceLength,
+                                   int& sourcePos,
+                                   char16_t* target,
+                                   int targetCapacity,
+                                   int& targetPos,
+                                   int* offsets) const
+{
+    if (offsets) {
+        return MapText_<true>(source, sourceLength, sourcePos, target, targetCapacity, targetPos,
+                              offsets);
+    }
+    return MapText_<false>(source, sourceLength, sourcePos, target, targetCapacity, targetPos,
+                           nullptr);
+}
+
+void CUnicodeMappingTable::MapText(char16_t const* source,
+                                   int sourceLength,
+                                   std::u16string& target,
+                                   std::vector<int>& offsets) const
+{
+    target.clear();
+    offsets.clear();
+    if (sourceLength > 0) {
+        offsets.reserve(FirstCapacity(static_cast<std::size_t>(sourceLength)) + 1);
+        AppendMapped(source, sourceLength, target, &offsets);
+    }
+    offsets.push_back(std::max(sourceLength, 0));
+}
+
+void CUnicodeMappingTable::MapText(std::u16string const& source, std::u16string& target) const
+{
+    if (&source == &target) return MapText(std::u16string(source), target);
+
+    target.clear();
+    // What `int` counts at a time: each unit is mapped on its own, so any cut will do.
+    constexpr std::size_t kLongestPiece = std::numeric_limits<int>::max();
+    for (std::u16string_view rest = source; !rest.empty();) {
+        std::u16string_view const piece = rest.substr(0, kLongestPiece);
+        AppendMapped(piece.data(), static_cast<int>(piece.size()), target, nullptr);
+        rest.remove_prefix(piece.size());
+    }
+}
+
+void CUnicodeMappingTable::AppendMapped(char16_t const* source,
+                                        int sourceLength,
+                                        std::u16string& target,
+                                        std::vector<int>* offsets) const
+{
+    char16_t units[kChunkSize];
+    int unitOffsets[kChunkSize + 1];
+    target.reserve(target.size() + FirstCapacity(static_cast<std::size_t>(sourceLength)));
+    int from = 0;
+    for (bool isDone = false; !isDone;) {
+        int count = 0;
+        isDone = MapText(source, sourceLength, from, units, kChunkSize, count,
+                         offsets ? unitOffsets : nullptr);
+        target.append(units, static_cast<std::size_t>(count));
+        if (offsets) offsets->insert(offsets->end(), unitOffsets, unitOffsets + count);
+
+        char16_t const* entry = nullptr;
+        if (!isDone && count == 0 && FindEntry(source[from], entry, count)) {
+            // Longer than a chunk, which only a hand-made table can hold.
+            target.append(entry, static_cast<std::size_t>(count));
+            if (offsets) offsets->insert(offsets->end(), static_cast<std::size_t>(count), from);
+            ++from;
+        }
+    }
+}
+
+// The first unit from `at` on with which a hit can begin: one that gives `first`, or several units,
+// or none.
+int CUnicodeMappingTable::FindCandidate(char16_t const* text,
+                                        int textLength,
+                                        int at,
+                                        char16_t first) const
+{
+    for (; at < textLength; ++at) {
+        char16_t const single = MapToSingleUnit(text[at]);
+        if (single == first || single == kNoSingleUnit) break;
+    }
+    return at;
+}
+
+bool CUnicodeMappingTable::FindMappedText(char16_t const* text,
+                                          int textLength,
+                                          int startPos,
+                                          int& matchPos,
+                                          int& matchLength,
+                                          char16_t const* needle,
+                                          int needleLength) const
+{
+    if (startPos >= textLength) return false;
+    if (needleLength <= 0) {
+        // Kept on purpose: nothing is found where something is mapped.
+        char16_t const* const hit = FindMappable(text + startPos, text + textLength);
+        if (needleLength < 0 || hit == text + textLength) return false;
+        matchPos = static_cast<int>(hit - text);
+        matchLength = 1;
+        return true;
+    }
+
+    int at = startPos;
+    int matched = 0;  // units of the needle
+    int raw = 0;      // raw units that they came from, deleted ones between them included
+    while (at < textLength) {
+        if (matched == 0) at = FindCandidate(text, textLength, at, needle[0]);
+        if (at == textLength) return false;
+
+        char16_t const* units = &text[at];
+        int count = 1;
+        FindEntry(text[at], units, count);
+        // Kept on purpose: this goes on behind the needle's end, up to the first difference.
+        int same = 0;
+        while (same < count && units[same] == needle[matched + same])
+            ++same;
+        if (same < count) {
+            at -= raw - 1;
+            matched = 0;
+            raw = 0;
+            continue;
+        }
+        matched += count;
+        if (matched == needleLength) {
+            matchPos = at - raw;
+            matchLength = raw + 1;
+            return true;
+        }
+        // A deleted unit in front of a hit isn't part of it.
+        raw = matched == 0 ? 0 : raw + 1;
+        ++at;
+    }
+    return false;
+}
+
+CUnicodeMappingTable* CUnicodeMappingTable::GetDefaultTable()
+{
+    return GetShared(sDefaultTable, sDefaultMappingTableData, sDefaultMappingTableDataLen);
+}
+
+CUnicodeMappingTable* CUnicodeMappingTable::GetDecomposeAllTable()
+{
+    return GetShared(sDecomposeAllTable, sDecomposeAllMappingTableData,
+                     sDecomposeAllMappingTableDataLen);
+}
+
+CUnicodeMappingTable* CUnicodeMappingTable::GetDecomposeDiacriticsTable()
+{
+    return GetShared(sDecomposeDiacriticsTable, sDecomposeDiacriticsMappingTableData,
+                     sDecomposeDiacriticsMappingTableDataLen);
+}
+
+CUnicodeMappingTable* CUnicodeMappingTable::GetCaseFoldingTable()
+{
+    return GetShared(sCaseFoldingTable, sCaseFoldingMappingTableData,
+                     sCaseFoldingMappingTableDataLen);
+}
+
+CUnicodeMappingTable* CUnicodeMappingTable::GetStripNSTable()
+{
+    return GetShared(sStripNSMTable, sStripNSMMappingTableData, sStripNSMMappingTableDataLen);
+}
