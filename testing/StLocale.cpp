@@ -1,23 +1,40 @@
 #include "testing/StLocale.h"
 
+#include <gtest/gtest.h>
+
 #include <clocale>
+#include <cstdio>
 #include <cstdlib>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 StLocale::StLocale(std::string const& source, std::string const& charset)
-    : mPath("LOCPATH", mFolder.Path())
-    , mChoice("LC_ALL", source == "C" || source == "POSIX" ? source : source + "." + charset)
-    , mFormer(std::setlocale(LC_ALL, nullptr))
+    : mName(source == "C" ? source : source + "." + charset)
+    , mIsThere(source == "C")
 {
-    if (source != "C" && source != "POSIX") {
-        // Not asked for its result: it is 1 for mere warnings, and what was made tells more.
-        std::string const command = "localedef --no-archive -c -i " + source + " -f " + charset +
-                                    " " + mFolder.Path(source + "." + charset) + " >/dev/null 2>&1";
-        static_cast<void>(std::system(command.c_str()));
-    }
-    mIsThere = std::setlocale(LC_ALL, "") != nullptr;
+    if (mIsThere) return;
+    // Its result is 1 for mere warnings too, so what it made is looked at.
+    std::string const command = "localedef --no-archive -c -i " + source + " -f " + charset + " " +
+                                mFolder.Path(mName) + " >/dev/null 2>&1";
+    static_cast<void>(std::system(command.c_str()));
+    mIsThere = mFolder.Has(mName + "/LC_TIME");
 }
 
-StLocale::~StLocale()
+void StLocale::Run(std::function<void()> const& body) const
 {
-    std::setlocale(LC_ALL, mFormer.c_str());
+    std::fflush(nullptr);
+    pid_t const child = fork();
+    ASSERT_NE(child, -1);
+    if (child == 0) {
+        setenv("LOCPATH", mFolder.Path().c_str(), 1);
+        setenv("LC_ALL", mName.c_str(), 1);
+        EXPECT_NE(std::setlocale(LC_ALL, ""), nullptr);
+        body();
+        std::fflush(nullptr);
+        std::_Exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0) << "in the locale " << mName;
 }

@@ -1,26 +1,26 @@
 #include "testing/StLocale.h"
 
+#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
-
-#include <clocale>
 
 #include <langinfo.h>
 
-TEST(StLocale, IsTheProcesssOwnForAScope)
+TEST(StLocale, IsTheOneOfTheChildOnly)
 {
-    ASSERT_STREQ(nl_langinfo(DAY_1), "Sunday");
-    {
-        StLocale const german("de_DE");
-        if (!german.IsThere())
-            GTEST_SKIP() << "localedef or its sources are missing (package locales)";
-        EXPECT_STREQ(nl_langinfo(DAY_1), "Sonntag");
-    }
+    StLocale const german("de_DE");
+    if (!german.IsThere()) GTEST_SKIP() << "localedef or its sources are missing (package locales)";
+    german.Run([] { EXPECT_STREQ(nl_langinfo(DAY_1), "Sonntag"); });
     EXPECT_STREQ(nl_langinfo(DAY_1), "Sunday");
+}
+
+TEST(StLocale, FailsTheTestWithTheChild)
+{
+    StLocale const plain("C");
+    ASSERT_TRUE(plain.IsThere());
+    EXPECT_NONFATAL_FAILURE(plain.Run([] { std::_Exit(3); }), "in the locale C");
 }
 
 TEST(StLocale, IsNotThereIfNobodyKnowsIt)
 {
-    StLocale const unknown("xx_XX");
-    EXPECT_FALSE(unknown.IsThere());
-    EXPECT_STREQ(nl_langinfo(DAY_1), "Sunday");
+    EXPECT_FALSE(StLocale("xx_XX").IsThere());
 }
