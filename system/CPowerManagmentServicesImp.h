@@ -1,0 +1,10 @@
+// Power management over the platform in use.
+#pragma once
+
+#include "system/CBasicPowerManagmentServicesImp.h"
+
+class CPowerManagmentServicesImp final : public CBasicPowerManagmentServicesImp
+{
+public:
+    bool HasACPower() const override;
+};
