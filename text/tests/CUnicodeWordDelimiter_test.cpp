@@ -1,0 +1,211 @@
+#include "text/CUnicodeWordDelimiter.h"
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "text/CUnicodeCategoriesTable.h"
+#include "text/CUnicodeCategoryTable.h"
+#include "text/CUnicodeMappingTable.h"
+#include "text/CUnicodeWordDelimiterStub.h"
+#include "text/CUnicodeWordDelimiterStubLegacy.h"
+#include "text/tests/WordWalks.h"
+
+namespace {
+
+TEST(CUnicodeWordDelimiter, SharesOneDelimiterAndOneTable)
+{
+    CUnicodeWordDelimiter* const shared = CUnicodeWordDelimiter::GetDefaultDelimiter();
+    ASSERT_NE(shared, nullptr);
+    EXPECT_EQ(shared, CUnicodeWordDelimiter::GetDefaultDelimiter());
+    EXPECT_NE(dynamic_cast<CUnicodeWordDelimiterStub*>(shared), nullptr);
+    EXPECT_EQ(CUnicodeWordDelimiter::GetWordDelimiterCategoryTable(),
+              CUnicodeWordDelimiter::GetWordDelimiterCategoryTable());
+}
+
+TEST(CUnicodeWordDelimiter, HandsOutADelimiterThatTheCallerOwns)
+{
+    std::unique_ptr<CUnicodeWordDelimiter> const one(CUnicodeWordDelimiter::CreateDelimiter());
+    std::unique_ptr<CUnicodeWordDelimiter> const two(CUnicodeWordDelimiter::CreateDelimiter());
+    EXPECT_NE(one, two);
+    EXPECT_NE(dynamic_cast<CUnicodeWordDelimiterStub*>(one.get()), nullptr);
+}
+
+TEST(CUnicodeWordDelimiter, HasAllLettersDigitsMarksSymbolsAndSurrogatesInItsTable)
+{
+    CUnicodeCategoryTable* const table = CUnicodeWordDelimiter::GetWordDelimiterCategoryTable();
+    for (unsigned int unit = 0; unit < 0x10000; ++unit) {
+        unsigned const category = CUnicodeCategoriesTable::sTable[unit] % 32;
+        bool const isMember = (category <= 10 && category != 6 && category != 7) ||
+                              category == 18 || category == 19 || category == 21 ||
+                              category == 27 || category == 28;
+        ASSERT_EQ(table->Contains(static_cast<char16_t>(unit)), isMember) << unit;
+    }
+}
+
+TEST(CUnicodeWordDelimiter, MeetsInItsFirstUseFromManyThreads)
+{
+    std::vector<CUnicodeWordDelimiter*> delimiters(8);
+    std::vector<std::thread> threads;
+    for (auto& delimiter : delimiters) {
+        threads.emplace_back([&delimiter] {
+            delimiter = CUnicodeWordDelimiter::GetDefaultDelimiter();
+            CUnicodeWordDelimiter::GetWordDelimiterCategoryTable();
+            MappedWords(*delimiter, u"Caf\u00E9 \u4E00", *CUnicodeMappingTable::GetDefaultTable());
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(std::count(delimiters.begin(), delimiters.end(), delimiters[0]), 8);
+}
+
+// The public form reaches whatever a subclass puts behind it.
+TEST(CUnicodeWordDelimiter, ForwardsTheMappedFormToItsInnerOperation)
+{
+    class InnerTest : public CUnicodeWordDelimiterStub
+    {
+    protected:
+        bool GetNextMappedWordInRawText_(char16_t const*,
+                                         unsigned int,
+                                         CUnicodeMappingTable&,
+                                         unsigned int& start,
+                                         unsigned int&,
+                                         amortizedmemblock&,
+                                         unsigned int&) override
+        {
+            start = 77;
+            return false;
+        }
+    } delimiter;
+
+    unsigned int start = 0;
+    unsigned int rawLength = 0;
+    unsigned int mappedLength = 0;
+    amortizedmemblock block;
+    CUnicodeMappingTable table;
+    EXPECT_FALSE(delimiter.GetNextMappedWordInRawText(u"a", 1, table, start, rawLength, block,
+                                                      mappedLength));
+    EXPECT_EQ(start, 77U);
+}
+
+// Both classes against the naive rule, with each kind of table.
+class WordRulesTest : public testing::Test
+{
+protected:
+    struct Table
+    {
+        char const* mWhat;
+        CUnicodeMappingTable* mTable;
+        NaiveWords::CMap mMap;
+    };
+
+    static std::vector<Table> const& Tables()
+    {
+        static std::vector<Table> const* const tables = [] {
+            static CUnicodeMappingTable empty;
+            static CUnicodeMappingTable dynamic;
+            dynamic.CreateDynamicMappingTableFromMultipleMappingAndCategoryTables(
+                {CUnicodeMappingTable::GetDecomposeAllTable(),
+                 CUnicodeMappingTable::GetCaseFoldingTable()},
+                {CUnicodeCategoryTable::GetPunctuationTable()});
+            auto* const made = new std::vector<Table>;
+            struct
+            {
+                char const* mWhat;
+                CUnicodeMappingTable* mTable;
+            } const all[] = {{"default", CUnicodeMappingTable::GetDefaultTable()},
+                             {"case folding", CUnicodeMappingTable::GetCaseFoldingTable()},
+                             {"decompose all", CUnicodeMappingTable::GetDecomposeAllTable()},
+                             {"empty", &empty},
+                             {"dynamic", &dynamic}};
+            for (auto const& one : all)
+                made->push_back({one.mWhat, one.mTable, NaiveWords::CMap(*one.mTable)});
+            return made;
+        }();
+        return *tables;
+    }
+
+    // False at the first difference, so that one mistake doesn't fill the screen.
+    bool AllHold(std::u16string_view text)
+    {
+        for (auto& [delimiter, rule] : mDelimiters) {
+            if (!WalksAsNaiveRaw(*delimiter, rule, text)) return false;
+            for (Table const& table : Tables()) {
+                SCOPED_TRACE(table.mWhat);
+                if (!WalksAsNaive(*delimiter, rule, text, *table.mTable, table.mMap)) return false;
+            }
+        }
+        return true;
+    }
+
+    CUnicodeWordDelimiterStub mStub;
+    CUnicodeWordDelimiterStubLegacy mLegacy;
+    std::vector<std::pair<CUnicodeWordDelimiter*, NaiveWords::Rule>> mDelimiters = {
+        {&mStub, NaiveWords::Rule::kStub},
+        {&mLegacy, NaiveWords::Rule::kLegacy},
+    };
+};
+
+// Two units of each category and flag that there is, and what is treated in a way of its own.
+std::u16string Representatives()
+{
+    std::u16string units;
+    std::vector<int> seen(256);
+    for (unsigned int unit = 0; unit < 0x10000; ++unit) {
+        if (seen[CUnicodeCategoriesTable::sTable[unit]]++ < 2) units += static_cast<char16_t>(unit);
+    }
+    // Apostrophes and what may follow them, deleted marks, expansions to one unit and to many,
+    // ideographs that expand, units that no table maps and the marks for lone surrogates.
+    return units + u"'tea\uFF07\u02BC\u0301\u0345\u3099\uFF9E\u00C4\u00DF\u00BC\u2460\uFB01\uFDFA"
+                   u"\u309F\u3300\u32C0\u3220\u2F00\uF900\uFA6C\u3007\u00A8\u1E9B\u0E33#\u2590"
+                   u"\u258C\xFFFF\xFFFE\xFEFF";
+}
+
+TEST_F(WordRulesTest, HoldForEveryUnit)
+{
+    for (unsigned int unit = 0; unit < 0x10000; ++unit) {
+        auto const c = static_cast<char16_t>(unit);
+        ASSERT_TRUE(AllHold(std::u16string(1, c))) << unit;
+        ASSERT_TRUE(AllHold(std::u16string{u'a', c, u'b'})) << unit;
+    }
+}
+
+TEST_F(WordRulesTest, HoldForEveryPairOfRepresentatives)
+{
+    std::u16string const units = Representatives();
+    for (char16_t const first : units) {
+        for (char16_t const second : units) {
+            ASSERT_TRUE(AllHold(std::u16string{first, second}));
+            ASSERT_TRUE(AllHold(std::u16string{u'a', first, second, u'b'}));
+            ASSERT_TRUE(AllHold(std::u16string{u' ', first, second, first}));
+        }
+    }
+}
+
+TEST_F(WordRulesTest, HoldForHostileText)
+{
+    // Small alphabets, so that everything meets everything; each text seeded by its number.
+    std::u16string const alphabets[] = {
+        u"ab \u0301\u0302#\u4E00\xD83D\xDE00\xD800\xDC00",
+        u"\xD83D\xD800\xDC00\xDE00\xD835\xDBFF\xDFFF",
+        u"a\u0301\xD83D\xD800\xDC00\uFDFA\u309F",
+        u"a'tze\uFF07\u02BC \u4E00",
+        u"\uFDFA\u00BC\u2460\u00DF\uFB01\u0301\u4E00\u3007\u309Fa 1",
+        Representatives(),
+    };
+    std::mt19937 random(1);
+    for (int round = 0; round < 3000; ++round) {
+        std::u16string const& alphabet = alphabets[random() % std::size(alphabets)];
+        std::u16string text(random() % 24, u' ');
+        for (char16_t& unit : text)
+            unit = alphabet[random() % alphabet.size()];
+        ASSERT_TRUE(AllHold(text)) << "round " << round;
+    }
+}
+
+}  // namespace

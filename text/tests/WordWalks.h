@@ -1,0 +1,186 @@
+// Whole walks over a text, for the tests of the word delimiters.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "marl/amortizedmemblock.h"
+#include "testing/NaiveWords.h"
+#include "text/CUnicodeMappingTable.h"
+#include "text/CUnicodeWordDelimiter.h"
+
+// A text in storage of exactly its size, so that a read outside it doesn't pass unseen.
+class CExactText
+{
+public:
+    explicit CExactText(std::u16string_view text)
+        : mUnits(new char16_t[text.size()])
+        , mLength(static_cast<unsigned int>(text.size()))
+    {
+        text.copy(mUnits.get(), text.size());
+    }
+
+    char16_t const* Units() const { return mUnits.get(); }
+
+    unsigned int Length() const { return mLength; }
+
+private:
+    std::unique_ptr<char16_t[]> mUnits;
+    unsigned int mLength;
+};
+
+inline std::u16string UnitsIn(amortizedmemblock& block)
+{
+    std::u16string units(block.size() / sizeof(char16_t), u'\0');
+    if (!units.empty()) std::memcpy(units.data(), block.data(), block.size());
+    return units;
+}
+
+inline std::string Escaped(std::u16string_view text)
+{
+    std::string shown;
+    for (char16_t const unit : text) {
+        if (unit > 0x20 && unit < 0x7F && unit != u'\\') {
+            shown += static_cast<char>(unit);
+        } else {
+            char code[8];
+            std::snprintf(code, sizeof code, "\\%04X", unsigned{unit});
+            shown += code;
+        }
+    }
+    return '"' + shown + '"';
+}
+
+struct RawWord
+{
+    unsigned int mStart;
+    unsigned int mLength;
+
+    bool operator==(RawWord const&) const = default;
+
+    friend std::ostream& operator<<(std::ostream& out, RawWord const& word)
+    {
+        return out << '(' << word.mStart << ", " << word.mLength << ')';
+    }
+};
+
+struct MappedWord
+{
+    std::u16string mWord;
+    unsigned int mStart;
+    unsigned int mRawLength;
+
+    bool operator==(MappedWord const&) const = default;
+
+    friend std::ostream& operator<<(std::ostream& out, MappedWord const& word)
+    {
+        return out << '(' << Escaped(word.mWord) << ", " << word.mStart << ", " << word.mRawLength
+                   << ')';
+    }
+};
+
+// No walk has more words than this, even with all expansions reported twice.
+inline size_t MostWords(std::u16string_view text)
+{
+    return 2 * 18 * text.size() + 1;
+}
+
+inline std::vector<RawWord> RawWords(CUnicodeWordDelimiter& delimiter, std::u16string_view text)
+{
+    CExactText const exact(text);
+    std::vector<RawWord> words;
+    unsigned int start = 0;
+    unsigned int wordLength = 0;
+    while (delimiter.GetNextWord(exact.Units(), exact.Length(), start, wordLength)) {
+        words.push_back({start, wordLength});
+        if (words.size() > MostWords(text)) {
+            ADD_FAILURE() << "the walk over " << Escaped(text) << " doesn't end";
+            break;
+        }
+    }
+    return words;
+}
+
+inline std::vector<MappedWord>
+MappedWords(CUnicodeWordDelimiter& delimiter, std::u16string_view text, CUnicodeMappingTable& table)
+{
+    CExactText const exact(text);
+    std::vector<MappedWord> words;
+    unsigned int start = 0;
+    unsigned int rawLength = 0;
+    unsigned int mappedLength = 0;
+    amortizedmemblock block;
+    while (delimiter.GetNextMappedWordInRawText(exact.Units(), exact.Length(), table, start,
+                                                rawLength, block, mappedLength)) {
+        words.push_back({UnitsIn(block).substr(0, mappedLength), start, rawLength});
+        if (words.size() > MostWords(text)) {
+            ADD_FAILURE() << "the walk over " << Escaped(text) << " doesn't end";
+            break;
+        }
+    }
+    return words;
+}
+
+// Walks with the delimiter and by the naive rule side by side: after each call all that a caller
+// can see must be the same, up to and including the call that finds nothing.
+inline bool
+WalksAsNaiveRaw(CUnicodeWordDelimiter& delimiter, NaiveWords::Rule rule, std::u16string_view text)
+{
+    CExactText const exact(text);
+    NaiveWords::RawWalk naive;
+    unsigned int start = 0;
+    unsigned int wordLength = 0;
+    for (size_t calls = 0; calls <= text.size() + 1; ++calls) {
+        bool const isFound =
+            delimiter.GetNextWord(exact.Units(), exact.Length(), start, wordLength);
+        bool const isNaive = NaiveWords::NextWord(rule, text, naive);
+        if (isFound != isNaive || start != naive.mStart || wordLength != naive.mWordLength) {
+            ADD_FAILURE() << Escaped(text) << ", call " << calls << ": " << isFound << ' ' << start
+                          << ' ' << wordLength << ", naive " << isNaive << ' ' << naive.mStart
+                          << ' ' << naive.mWordLength;
+            return false;
+        }
+        if (!isFound) return true;
+    }
+    ADD_FAILURE() << "the walk over " << Escaped(text) << " doesn't end";
+    return false;
+}
+
+inline bool WalksAsNaive(CUnicodeWordDelimiter& delimiter,
+                         NaiveWords::Rule rule,
+                         std::u16string_view text,
+                         CUnicodeMappingTable& table,
+                         NaiveWords::CMap const& map)
+{
+    CExactText const exact(text);
+    NaiveWords::MappedWalk naive;
+    unsigned int start = 0;
+    unsigned int rawLength = 0;
+    unsigned int mappedLength = 0;
+    amortizedmemblock block;
+    for (size_t calls = 0; calls <= MostWords(text); ++calls) {
+        bool const isFound = delimiter.GetNextMappedWordInRawText(
+            exact.Units(), exact.Length(), table, start, rawLength, block, mappedLength);
+        bool const isNaive = NaiveWords::NextMappedWord(rule, text, map, naive);
+        std::u16string const units = UnitsIn(block);
+        if (isFound != isNaive || start != naive.mStart || rawLength != naive.mRawLength ||
+            mappedLength != naive.mMappedLength || units != naive.mBlock) {
+            ADD_FAILURE() << Escaped(text) << ", call " << calls << ": " << isFound << ' ' << start
+                          << ' ' << rawLength << ' ' << mappedLength << ' ' << Escaped(units)
+                          << ", naive " << isNaive << ' ' << naive.mStart << ' ' << naive.mRawLength
+                          << ' ' << naive.mMappedLength << ' ' << Escaped(naive.mBlock);
+            return false;
+        }
+        if (!isFound) return true;
+    }
+    ADD_FAILURE() << "the walk over " << Escaped(text) << " doesn't end";
+    return false;
+}
