@@ -39,7 +39,6 @@ public:
 
 private:
     friend class CConditionImp;  // gives the lock up for a wait, with its count
-    friend class CLogFile;       // asks its lock to be recursive after making it
 
     bool LockAgain(unsigned long thread);
     void SetHeldBy(unsigned long thread);
