@@ -184,9 +184,9 @@ TEST(CFileMarks, AreThePlatforms)
     file.SetExcludeFromBackups(false);
     EXPECT_FALSE(file.GetExcludeFromBackups());
     file.SetQuarantine();
-    EXPECT_THAT(
-        platform.Calls(),
-        ElementsAre("SetBackupExclusion(" + path + ", true)", "GetBackupExclusion(" + path + ")",
-                    "SetBackupExclusion(" + path + ", false)", "GetBackupExclusion(" + path + ")",
-                    "SetQuarantine(" + path + ")"));
+    EXPECT_THAT(platform.Calls(),
+                ElementsAre("SetBackupExclusion(" + path + ", true)",
+                            "GetBackupExclusion(" + path + ")",
+                            "SetBackupExclusion(" + path + ", false)",
+                            "GetBackupExclusion(" + path + ")", "SetQuarantine(" + path + ")"));
 }

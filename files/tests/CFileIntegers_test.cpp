@@ -49,7 +49,8 @@ constexpr struct
 std::string Pattern(std::size_t size, unsigned int count, bool isSwapped)
 {
     std::string bytes(size * count, '\0');
-    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i + 1);
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<char>(i + 1);
     if (!isSwapped) return bytes;
     for (std::size_t i = 0; i < bytes.size(); i += size) {
         auto const first = bytes.begin() + static_cast<std::ptrdiff_t>(i);

@@ -36,6 +36,7 @@ TEST(CFileMove, RenamesInItsFolder)
         {"a name made legal", "x/y", false, false, "x_y"},
         {"another script", "caf\xC3\xA9", false, false, "caf\xC3\xA9"},
     };
+
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
         StTempDir const folder;
@@ -154,6 +155,7 @@ TEST(CFileMove, CopiesUnderTheNameAskedFor)
         {"a taken name, overwritten", "taken.txt", false, true, "taken.txt"},
         {"a name made legal", "x/y", false, false, "x_y"},
     };
+
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
         StTempDir const folder;
@@ -172,6 +174,7 @@ TEST(CFileMove, CopiesUnderTheNameAskedFor)
 TEST(CFileMove, CopiesWithoutWhatIsSkipped)
 {
     constexpr long long kMost = std::numeric_limits<long long>::max();
+
     struct
     {
         char const* mWhat;
@@ -179,19 +182,14 @@ TEST(CFileMove, CopiesWithoutWhatIsSkipped)
         long long mSkipEnd;
         std::string mCopy;
     } const cases[] = {
-        {"nothing", 0, 0, "0123456789"},
-        {"start", 3, 0, "3456789"},
-        {"end", 0, 3, "0123456"},
-        {"both", 2, 3, "23456"},
-        {"all but one", 4, 5, "4"},
-        {"all, from both", 5, 5, ""},
-        {"all, from the start", 10, 0, ""},
-        {"all, from the end", 0, 10, ""},
-        {"more than all", 8, 8, ""},
-        {"far more at the end", 20, kMost, ""},
-        {"a negative end", 8, -3, "89"},
-        {"the most negative end", 8, -kMost - 1, "89"},
+        {"nothing", 0, 0, "0123456789"},    {"start", 3, 0, "3456789"},
+        {"end", 0, 3, "0123456"},           {"both", 2, 3, "23456"},
+        {"all but one", 4, 5, "4"},         {"all, from both", 5, 5, ""},
+        {"all, from the start", 10, 0, ""}, {"all, from the end", 0, 10, ""},
+        {"more than all", 8, 8, ""},        {"far more at the end", 20, kMost, ""},
+        {"a negative end", 8, -3, "89"},    {"the most negative end", 8, -kMost - 1, "89"},
     };
+
     StTempDir const folder;
     CFile file(SpecOf(folder.Write("a", "0123456789")));
     for (auto const& c : cases) {
@@ -210,7 +208,8 @@ TEST(CFileMove, CopiesFilesOfManyBlocks)
          {std::size_t{1}, kBlock - 1, kBlock, kBlock + 1, 3 * kBlock + 5}) {
         SCOPED_TRACE(length);
         std::string content(length, '\0');
-        for (std::size_t i = 0; i < length; ++i) content[i] = static_cast<char>(i * 31 + i / 257);
+        for (std::size_t i = 0; i < length; ++i)
+            content[i] = static_cast<char>(i * 31 + i / 257);
         CFile file(SpecOf(folder.Write("a", content)));
         file.CopyTo(SpecOf(folder.Path()), u"b", false, true, nullptr, 0, 0);
         EXPECT_TRUE(folder.Read("b") == content);
@@ -273,8 +272,7 @@ static int CopyToAFullDisk(std::string const& disk, std::string const& source)
     Failure const failure =
         FailureOf([&] { file.CopyTo(SpecOf(disk), u"copy", false, false, nullptr, 0, 0); });
     bool const isPartial = fs::file_size(disk + "/copy") < fs::file_size(source);
-    return failure == FileFailure(kOtherFailure, kFileWrite, ENOSPC) && isPartial &&
-                   !file.IsOpen()
+    return failure == FileFailure(kOtherFailure, kFileWrite, ENOSPC) && isPartial && !file.IsOpen()
                ? 0
                : 1;
 }

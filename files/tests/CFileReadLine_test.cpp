@@ -94,6 +94,7 @@ TEST(CFileReadLine, TellsWhatEndedTheLine)
         {"CR LF across the cut", "abc\r\nd", 4, {"abc", 4, CFile::cEOLCR}},
         {"no room", "ab\n", 0, {"", 0, CFile::cEOLNone}},
     };
+
     StTempDir const folder;
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
@@ -117,15 +118,14 @@ TEST(CFileReadLine, GivesTheLFOfACutCRLFAsAnEmptyLine)
     CFile file(SpecOf(folder.Write("file", "abc\r\nd")));
     EXPECT_THAT(LinesOf(file, 4),
                 ElementsAre(Line{"abc", 4, CFile::cEOLCR}, Line{"", 1, CFile::cEOLLF},
-                            Line{"d", 1, CFile::cEOLEndOfFile},
-                            Line{"", 0, CFile::cEOLEndOfFile}));
+                            Line{"d", 1, CFile::cEOLEndOfFile}, Line{"", 0, CFile::cEOLEndOfFile}));
 }
 
 TEST(CFileReadLine, ReadsTheSameLinesAtEveryCut)
 {
     StTempDir const folder;
-    for (std::string const text :
-         {"a\nbc\r\ndef\rg\r\r\n\n\n\rhijkl\r\nm", "\r\n\r\n\r\n", "\r", "no end at all", "\n\r\n"}) {
+    for (std::string const text : {"a\nbc\r\ndef\rg\r\r\n\n\n\rhijkl\r\nm", "\r\n\r\n\r\n", "\r",
+                                   "no end at all", "\n\r\n"}) {
         CFile file(SpecOf(folder.Write("file", text)));
         for (std::size_t size = 1; size <= text.size() + 2; ++size) {
             SCOPED_TRACE(testing::Message() << '"' << text << "\", size " << size);

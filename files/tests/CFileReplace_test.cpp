@@ -35,6 +35,7 @@ struct Pair
     CFile mFile{SpecOf(mFolder.Write("here/file", "new"))};
 
     std::vector<std::string> Here() const { return NamesIn(mFolder.Path("here")); }
+
     std::vector<std::string> There() const { return NamesIn(mFolder.Path("there")); }
 };
 
@@ -44,9 +45,8 @@ TEST(CFileReplace, TakesThePlaceOfTheTarget)
 {
     for (bool const isRefused : {false, true}) {
         for (bool const keepReplaced : {false, true}) {
-            SCOPED_TRACE(testing::Message()
-                         << (isRefused ? "generic level" : "platform level")
-                         << (keepReplaced ? ", the target kept" : ""));
+            SCOPED_TRACE(testing::Message() << (isRefused ? "generic level" : "platform level")
+                                            << (keepReplaced ? ", the target kept" : ""));
             ScriptedFilePlatform platform;
             StFilePlatform const guard(platform);
             if (isRefused) platform.Fail("ReplaceObject", ScriptedFilePlatform::kAlways);
@@ -183,6 +183,8 @@ TEST(CFileReplace, ShowsAWholeFileUnderTheTargetsNameAtEveryMoment)
             }
         });
         for (int i = 1; i <= 20; ++i) {
+            // A new file: an old target that was kept may still be open in the reader.
+            fs::remove(folder.Path("file"));
             CFile file(SpecOf(folder.Write("file", contents[i % 2])));
             file.ReplaceFile(target, keepReplaced);
         }

@@ -53,6 +53,7 @@ TEST(CFile, CreateTellsWhyItCannot)
     StTempDir const folder;
     folder.Write("taken", "text");
     fs::create_symlink("nowhere", folder.Path("dangling"));
+
     struct
     {
         char const* mWhat;
@@ -67,6 +68,7 @@ TEST(CFile, CreateTellsWhyItCannot)
         {"a long name", std::string(256, 'n'),
          FileFailure(kFileNameTooLong, kFileCreate, ENAMETOOLONG)},
     };
+
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
         CFile file(SpecOf(c.mName.empty() ? folder.Path() : folder.Path(c.mName)));
@@ -112,6 +114,7 @@ TEST(CFile, OpensWithTheFlagsOfItsPrivileges)
         {"both", CFile::cPrivilegeReadWrite, O_RDWR | O_NONBLOCK},
         {"any other", 3, O_RDWR | O_NONBLOCK},
     };
+
     StTempDir const folder;
     std::string const path = folder.Write("file", "text");
     for (auto const& c : cases) {
@@ -153,6 +156,7 @@ TEST(CFile, OpenTellsWhyItCannot)
     StTempDir const folder;
     folder.Write("file", "text");
     folder.MakeFolder("folder");
+
     struct
     {
         char const* mWhat;
@@ -170,6 +174,7 @@ TEST(CFile, OpenTellsWhyItCannot)
         {"a folder, write", "folder", CFile::cPrivilegeWrite,
          FileFailure(kOtherFailure, kFileOpen, EISDIR)},
     };
+
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
         CFile file(SpecOf(folder.Path(c.mName)));
@@ -189,8 +194,15 @@ TEST(CFile, OpenRefusesWhatPermissionsForbid)
         EXPECT_EQ(FailureOf([&] { file.Open(privileges); }),
                   FileFailure(kFileAccessDenied, kFileOpen, EACCES));
     }
-    EXPECT_FALSE(file.Readable());
-    EXPECT_FALSE(file.Writeable());
+}
+
+TEST(CFile, AsksItsSpecifierWhatIsThere)
+{
+    StTempDir const folder;
+    CFile file(SpecOf(folder.Path("file")));
+    EXPECT_FALSE(file.Exist() || file.Readable() || file.Writeable());
+    folder.Write("file", "text");
+    EXPECT_TRUE(file.Exist() && file.Readable() && file.Writeable());
 }
 
 TEST(CFile, OpenThatFailsWithNoErrorThrowsNothing)
@@ -236,8 +248,7 @@ TEST(CFile, WriterRefusesWritersOfOtherProcesses)
     if (child == 0) {
         bool const isHeld = FailureOf([&] { other.Open(CFile::cPrivilegeWrite); }) ==
                             FileFailure(kFileAccessDenied, kFileOpen, EAGAIN);
-        bool const isReadable =
-            FailureOf([&] { other.Open(CFile::cPrivilegeRead); }) == Failure();
+        bool const isReadable = FailureOf([&] { other.Open(CFile::cPrivilegeRead); }) == Failure();
         _exit(isHeld && isReadable ? 0 : 1);
     }
     int status = -1;
@@ -289,6 +300,7 @@ TEST(CFile, ReportsEBADFWhenClosed)
     StTempDir const folder;
     CFile file(SpecOf(folder.Write("file", "text")));
     char buffer[8] = {};
+
     struct
     {
         char const* mWhat;
@@ -307,6 +319,7 @@ TEST(CFile, ReportsEBADFWhenClosed)
         {"WriteInt32", kFileWrite, [&] { file.WriteInt32(buffer); }},
         {"SetEOF", kFileSetEnd, [&] { file.SetEOF(0); }},
     };
+
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
         EXPECT_EQ(FailureOf(c.mAction), FileFailure(kOtherFailure, c.mContext, EBADF));
@@ -331,7 +344,8 @@ TEST(CFile, KeepsCountingAsOpenAfterAFailedClose)
     std::string const path = folder.Write("file", "text");
     CFile file(SpecOf(path));
     file.Open(CFile::cPrivilegeRead);
-    for (int const descriptor : DescriptorsOf(path)) close(descriptor);
+    for (int const descriptor : DescriptorsOf(path))
+        close(descriptor);
     EXPECT_EQ(FailureOf([&] { file.Close(); }), FileFailure(kOtherFailure, kFileClose, EBADF));
     EXPECT_TRUE(file.IsOpen());
     // Its end drops what the second attempt reports.
@@ -397,6 +411,7 @@ TEST(CFile, DeleteTellsWhyItCannot)
     StTempDir const folder;
     folder.Write("full/file", "text");
     fs::create_directory_symlink("full", folder.Path("link"));
+
     struct
     {
         char const* mWhat;
@@ -407,6 +422,7 @@ TEST(CFile, DeleteTellsWhyItCannot)
         {"a full folder", "full", FileFailure(kOtherFailure, kFileDelete, ENOTEMPTY)},
         {"a link to a folder", "link", FileFailure(kFileNotAFolder, kFileDelete, ENOTDIR)},
     };
+
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
         CFile file(SpecOf(folder.Path(c.mName)));
@@ -443,6 +459,7 @@ TEST(CFile, DeleteOrTrashReportsOnlyWhatIsThere)
 TEST(CFile, SpecifiersDeleteThroughFiles)
 {
     StTempDir const folder;
+
     struct
     {
         char const* mWhat;
@@ -457,6 +474,7 @@ TEST(CFile, SpecifiersDeleteThroughFiles)
         {"DeleteOrTrashWithoutError", [](CFileSpec& s) { s.DeleteOrTrashWithoutError(); },
          Failure()},
     };
+
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
         CFileSpec fileSpec = SpecOf(folder.Write("file", "text"));
@@ -489,8 +507,7 @@ TEST(CFile, TellsTheLengthOpenAndClosed)
     fs::remove(folder.Path("file"));
     EXPECT_EQ(file.GetLength(), 6);
     file.Close();
-    EXPECT_EQ(FailureOf([&] { file.GetLength(); }),
-              FileFailure(kFileNotFound, kFileStat, ENOENT));
+    EXPECT_EQ(FailureOf([&] { file.GetLength(); }), FileFailure(kFileNotFound, kFileStat, ENOENT));
 }
 
 TEST(CFile, SetsItsEnd)
@@ -504,8 +521,7 @@ TEST(CFile, SetsItsEnd)
     EXPECT_EQ(folder.Read("file"), "te");
     file.SetEOF(4);
     EXPECT_EQ(folder.Read("file"), std::string("te\0\0", 4));
-    EXPECT_EQ(FailureOf([&] { file.SetEOF(-1); }),
-              FileFailure(kOtherFailure, kFileSetEnd, EINVAL));
+    EXPECT_EQ(FailureOf([&] { file.SetEOF(-1); }), FileFailure(kOtherFailure, kFileSetEnd, EINVAL));
 }
 
 TEST(CFile, MovesTheCursorFromEachReference)
@@ -524,6 +540,7 @@ TEST(CFile, MovesTheCursorFromEachReference)
         {"backwards", -2, basic_binstream::cursor_from_current, 3},
         {"any other is the start", 4, 3, 4},
     };
+
     StTempDir const folder;
     CFile file(SpecOf(folder.Write("file", "0123456789")));
     file.Open(CFile::cPrivilegeRead);
@@ -592,9 +609,8 @@ TEST(CFile, TellsAPhysicalPositionUnlessItIsMinusOne)
     EXPECT_EQ(position, 7);
     EXPECT_TRUE(file.GetDevicePhysicalPos(2, position));
     EXPECT_EQ(position, 4096);
-    EXPECT_THAT(platform.Calls(),
-                ElementsAre("GetPhysicalPosition(2)", "GetPhysicalPosition(2)",
-                            "GetPhysicalPosition(2)"));
+    EXPECT_THAT(platform.Calls(), ElementsAre("GetPhysicalPosition(2)", "GetPhysicalPosition(2)",
+                                              "GetPhysicalPosition(2)"));
 }
 
 TEST(CFile, PhysicalPositionsFollowTheOffset)
@@ -670,10 +686,13 @@ TEST(CFile, UniqueNamesAreDistinctWhenThreadsRace)
             }
         });
     }
-    for (auto& thread : threads) thread.join();
+    for (auto& thread : threads)
+        thread.join();
 
     std::set<std::string> distinct;
-    for (auto const& own : paths) distinct.insert(own.begin(), own.end());
+    for (auto const& own : paths)
+        distinct.insert(own.begin(), own.end());
     EXPECT_THAT(distinct, SizeIs(kThreads * kFiles));
-    for (auto const& path : distinct) EXPECT_TRUE(fs::exists(path));
+    for (auto const& path : distinct)
+        EXPECT_TRUE(fs::exists(path));
 }

@@ -43,7 +43,8 @@ inline std::vector<int> DescriptorsOf(std::string const& path)
 class StUnprivileged
 {
 public:
-    StUnprivileged() : mUser(geteuid())
+    StUnprivileged()
+        : mUser(geteuid())
     {
         if (mUser == 0) mIsChanged = seteuid(65534) == 0;
     }
