@@ -14,11 +14,11 @@ StLocale::StLocale(std::string const& source, std::string const& charset)
     , mIsThere(source == "C")
 {
     if (mIsThere) return;
-    // Its result is 1 for mere warnings too, so what it made is looked at.
     std::string const command = "localedef --no-archive -c -i " + source + " -f " + charset + " " +
                                 mFolder.Path(mName) + " >/dev/null 2>&1";
-    static_cast<void>(std::system(command.c_str()));
-    mIsThere = mFolder.Has(mName + "/LC_TIME");
+    // The exit code is 1 for mere warnings too, so what it made is looked at.
+    bool const hasRun = std::system(command.c_str()) != -1;
+    mIsThere = hasRun && mFolder.Has(mName + "/LC_TIME");
 }
 
 void StLocale::Run(std::function<void()> const& body) const
