@@ -1,8 +1,6 @@
 #include "marl/HierarchicalException.h"
 
-#include <cctype>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -31,6 +29,24 @@ std::string ErrorText(int error)
 #endif
 }
 
+// A path may hold any byte but 0: what would break the line is written as \xHH, all else is UTF-8
+// as it is.
+std::string OneLine(std::string const& text)
+{
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string line;
+    line.reserve(text.size());
+    for (char const byte : text) {
+        auto const unit = static_cast<unsigned char>(byte);
+        if (unit < 0x20 || unit == 0x7F) {
+            line += {'\\', 'x', kDigits[unit >> 4], kDigits[unit & 0xF]};
+        } else {
+            line += byte;
+        }
+    }
+    return line;
+}
+
 std::string Render(std::vector<HierarchicalException::Level> const& levels)
 {
     // Whoever throws may still need errno, and strerror_r is allowed to set it.
@@ -43,7 +59,7 @@ std::string Render(std::vector<HierarchicalException::Level> const& levels)
         line += " in operation " + std::to_string(level.context);
         if (level.osError != 0) line += ", error " + std::to_string(level.osError);
         if (level.osError > 0) line += " (" + ErrorText(level.osError) + ")";
-        if (!level.text.empty()) line += ": " + level.text;
+        if (!level.text.empty()) line += ": " + OneLine(level.text);
     }
     errno = keptErrno;
     return line;

@@ -38,8 +38,8 @@ public:
 
     /// All records in one line, UTF-8, for logs; for instance
     /// `file: category 2 in operation 5, error 2 (No such file or directory): /a/b`.
-    /// Belongs to the exception and holds for the records that were there at the last call of
-    /// `AddLevel`, or at construction.
+    /// Control characters of a text come as `\xHH`. Belongs to the exception and tells the records
+    /// that were there at construction or at the last call of `AddLevel`.
     char const* what() const noexcept override;
 
     /// Adds a record that tells what the failure meant further out, and renders `what()` anew.

@@ -7,9 +7,10 @@
 /// upper bound, write behind the old content, `resize` down to what was really written.
 ///
 /// Storage grows to the larger of `factor` times what there is and `step` bytes more, or to the
-/// size asked for if that is larger still. Shrinking keeps the storage while
-/// `setKeepAllocation(true)` is in force, and otherwise gives it back only when the content falls
-/// below a quarter of storage larger than `kReleaseThreshold`.
+/// size asked for if that is larger still or all that there is memory for. Shrinking never fails.
+/// It keeps the storage while `setKeepAllocation(true)` is in force; otherwise it gives storage
+/// back, and may move the data, when the content falls below a quarter of storage larger than
+/// `kReleaseThreshold`.
 class MARL_EXPORT amortizedmemblock : public memblock
 {
 public:
@@ -45,6 +46,8 @@ public:
     virtual unsigned long allocatedSize() const;
 
 private:
+    void Grow(unsigned long needed);
+    void Release(unsigned long newSize);
     unsigned long GrownCapacity(unsigned long needed) const;
 
     unsigned long mStep;

@@ -21,12 +21,6 @@ enum Context
     throw HierarchicalException(basic_binstream::kSignature, category, context, 0, nullptr);
 }
 
-void StoreLength(char* target, std::uint32_t length)
-{
-    for (unsigned i = 0; i < kLengthSize; ++i)
-        target[i] = static_cast<char>(length >> (8 * i));
-}
-
 }  // namespace
 
 basic_binstream::basic_binstream(memblock& block)
@@ -36,31 +30,18 @@ basic_binstream::basic_binstream(memblock& block)
 
 basic_binstream& basic_binstream::operator<<(std::u16string const& text)
 {
-    if (text.size() > UINT32_MAX) Throw(kTooLong, kWriting);
-
-    unsigned long const end = mCursor + kLengthSize + 2 * text.size();
-    if (end > mBlock->size()) mBlock->resize(end);
-    char* target = mBlock->data() + mCursor;
-    StoreLength(target, static_cast<std::uint32_t>(text.size()));
-    target += kLengthSize;
+    char* target = MakeRoom(text.size(), 2);
     for (char16_t const unit : text) {
         *target++ = static_cast<char>(unit);
         *target++ = static_cast<char>(unit >> 8);
     }
-    mCursor = end;
     return *this;
 }
 
 basic_binstream& basic_binstream::operator<<(std::string const& text)
 {
-    if (text.size() > UINT32_MAX) Throw(kTooLong, kWriting);
-
-    char length[kLengthSize];
-    StoreLength(length, static_cast<std::uint32_t>(text.size()));
-    unsigned long const end = mCursor + kLengthSize + text.size();
-    if (end > mBlock->size()) mBlock->resize(end);
-    Write(length, kLengthSize);
-    Write(text.data(), text.size());
+    char* const target = MakeRoom(text.size(), 1);
+    if (!text.empty()) std::memcpy(target, text.data(), text.size());
     return *this;
 }
 
@@ -117,6 +98,19 @@ void basic_binstream::SetCursorPos(long long offset, cursorref_type reference)
     bool const isInside = offset < 0 ? magnitude <= base : base <= size && magnitude <= size - base;
     if (!isInside) Throw(kBadCursor, kSeeking);
     mCursor = offset < 0 ? base - magnitude : base + magnitude;
+}
+
+// Writes the length field, moves the cursor behind the string and answers where its units go.
+char* basic_binstream::MakeRoom(unsigned long length, unsigned long unitSize)
+{
+    if (length > UINT32_MAX) Throw(kTooLong, kWriting);
+    unsigned long const end = mCursor + kLengthSize + unitSize * length;
+    if (end > mBlock->size()) mBlock->resize(end);
+    char* target = mBlock->data() + mCursor;
+    for (unsigned i = 0; i < kLengthSize; ++i)
+        *target++ = static_cast<char>(length >> (8 * i));
+    mCursor = end;
+    return target;
 }
 
 // The length field at the cursor, once it is known that all its units are there.

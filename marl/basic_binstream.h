@@ -26,15 +26,18 @@ public:
     };
 
     static constexpr unsigned int kSignature = 0x62696E73;  ///< `bins`
-    static constexpr int kPastEnd = 1;  ///< a read wanted more than the stream holds
-    static constexpr int kTooLong = 2;  ///< a string has more units than its length field can tell
-    static constexpr int kBadCursor =
-        3;  ///< a cursor was asked to stand before the start or behind the end
+
+    /// A read wanted more than the stream holds.
+    static constexpr int kPastEnd = 1;
+    /// A string has more units than its length field can tell.
+    static constexpr int kTooLong = 2;
+    /// A cursor was asked to stand before the start or behind the end.
+    static constexpr int kBadCursor = 3;
 
     /// `block` belongs to the caller, outlives the stream and isn't changed by others meanwhile.
     explicit basic_binstream(memblock& block);
 
-    /// Writes a string.
+    /// Writes a string. If it can't be written whole, it throws and moves nothing.
     basic_binstream& operator<<(std::u16string const& text);
     basic_binstream& operator<<(std::string const& text);
     /// Replaces `text` by the next string in the stream. If the stream ends first, or its length
@@ -44,7 +47,7 @@ public:
 
     /// Copies exactly `count` bytes out of the stream, or throws and moves nothing.
     void Read(void* bytes, unsigned long count);
-    /// Copies `count` bytes into the stream.
+    /// Copies `count` bytes into the stream. They lie outside its block.
     void Write(void const* bytes, unsigned long count);
 
     /// Bytes from the start to the cursor.
@@ -55,6 +58,7 @@ public:
     void SetCursorPos(long long offset, cursorref_type reference);
 
 private:
+    char* MakeRoom(unsigned long length, unsigned long unitSize);
     unsigned long PeekLength(unsigned long unitSize) const;
 
     memblock* mBlock;  // not owned

@@ -32,7 +32,8 @@ public:
     /// Adds all of `other` at the end. `other` may be this block.
     virtual void append(memblock const& other);
     /// Sets the length. Bytes up to the smaller of the old and the new length keep their values,
-    /// new bytes are undefined. Shrinking neither fails nor moves the data.
+    /// new bytes are undefined. Shrinking doesn't fail; in a plain
+    /// `memblock` it doesn't move the data either.
     virtual void resize(unsigned long newSize);
     /// Empties the block before it is filled anew; the storage stays for the next content.
     virtual void reset();
