@@ -1,0 +1,214 @@
+#include "loamctl/CDocument.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "files/CFile.h"
+#include "text/CUTFConverter.h"
+#include "text/ConvertUTF.h"
+
+namespace {
+
+// How much of a malformed file is looked at to tell bytes that were never text.
+constexpr long long kBinaryProbe = 4096;
+
+unsigned char Byte(char c)
+{
+    return static_cast<unsigned char>(c);
+}
+
+// Control bytes that no text holds in any charset; tabs, line ends, page breaks, backspaces, the
+// old end-of-file mark and terminal colours are all found in texts.
+bool IsBinaryControl(char c)
+{
+    return Byte(c) < 0x20 && !std::strchr("\t\n\v\f\r\b\x1a\x1b", c);
+}
+
+// The first byte of malformed UTF-8, for text that has been refused.
+long long FindMalformed(std::string_view bytes)
+{
+    auto const* const begin = reinterpret_cast<UTF8 const*>(bytes.data());
+    UTF8 const* const end = begin + bytes.size();
+    UTF8 const* at = begin;
+    while (at < end) {
+        bool const surrogate = *at == 0xED && end - at > 1 && at[1] >= 0xA0;
+        if (surrogate || !isLegalUTF8Sequence(at, end)) break;
+        at += *at < 0x80 ? 1 : *at < 0xE0 ? 2 : *at < 0xF0 ? 3 : 4;
+    }
+    return at - begin;
+}
+
+// The index of the first surrogate without its partner, or the length.
+std::size_t FindLoneSurrogate(std::u16string_view text)
+{
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if ((text[i] & 0xF800) != 0xD800) continue;
+        bool const paired =
+            text[i] < 0xDC00 && i + 1 < text.size() && (text[i + 1] & 0xFC00) == 0xDC00;
+        if (!paired) return i;
+        ++i;
+    }
+    return text.size();
+}
+
+}  // namespace
+
+CDocument::~CDocument()
+{
+    std::free(mUnits);
+}
+
+void CDocument::Read(CFileSpec const& spec)
+{
+    mKind = Kind::kEmpty;
+    mReason.clear();
+    mSize = 0;
+    mLength = 0;
+    mMarkSize = 0;
+    if (ReadBytes(spec)) Decode();
+}
+
+// The length is a first guess only: files grow and shrink, and those of /proc say 0.
+bool CDocument::ReadBytes(CFileSpec const& spec)
+{
+    CFile file(spec);
+    file.Open(CFile::cPrivilegeRead);
+    long long const expected = file.GetLength();
+    mSize = expected;
+    if (expected <= kSizeLimit) {
+        mSize = 0;
+        mBytes.resize(static_cast<unsigned long>(expected) + 1);
+        for (;;) {
+            auto const room = static_cast<long long>(mBytes.size()) - mSize;
+            long long const count = file.Read(mBytes.data() + mSize, room);
+            mSize += count;
+            if (count == 0 || (count < room && mSize == expected)) return true;
+            if (mSize > kSizeLimit) break;
+            if (count == room) mBytes.resize(mBytes.size() + mBytes.size() / 2 + 4096);
+        }
+    }
+    Refuse(Kind::kTooLarge, fmt::format("larger than {} MiB", kSizeLimit >> 20));
+    return false;
+}
+
+void CDocument::Decode()
+{
+    std::string_view const bytes(mBytes.data(), static_cast<std::size_t>(mSize));
+    using namespace std::string_view_literals;
+    if (bytes.starts_with("\xFF\xFE\0\0"sv) || bytes.starts_with("\0\0\xFE\xFF"sv)) {
+        Refuse(Kind::kUnknownCharset, "UTF-32, which is not read");
+    } else if (bytes.starts_with("\xFF\xFE"sv)) {
+        DecodeUTF16(false);
+    } else if (bytes.starts_with("\xFE\xFF"sv)) {
+        DecodeUTF16(true);
+    } else if (!bytes.empty()) {
+        DecodeUTF8();
+    }
+}
+
+void CDocument::DecodeUTF8()
+{
+    std::string_view const bytes(mBytes.data(), static_cast<std::size_t>(mSize));
+    if (void const* const null = std::memchr(bytes.data(), 0, bytes.size())) {
+        Refuse(Kind::kBinary, fmt::format("a null byte at offset {}",
+                                          static_cast<char const*>(null) - bytes.data()));
+        return;
+    }
+    mMarkSize = bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0;
+    mKind = mMarkSize == 0 ? Kind::kUTF8 : Kind::kUTF8WithMark;
+
+    // No more units than bytes, so that with this room the converter never starts over.
+    NeedUnits(mSize);
+    int const length = CUTFConverter::ConvertUTF8toUTF16(
+        reinterpret_cast<unsigned char const*>(bytes.data()) + mMarkSize,
+        static_cast<int>(mSize) - mMarkSize, &mUnits, &mCapacity, CUTFConverter::kStrictMode);
+    if (length >= 0) {
+        mLength = static_cast<std::size_t>(length);
+        return;
+    }
+    if (!mUnits) throw std::bad_alloc();
+
+    std::string_view const probe = bytes.substr(0, kBinaryProbe);
+    auto const control = std::find_if(probe.begin(), probe.end(), IsBinaryControl);
+    if (control != probe.end()) {
+        Refuse(Kind::kBinary, fmt::format("control byte 0x{:02X} at offset {}", Byte(*control),
+                                          control - probe.begin()));
+        return;
+    }
+    long long const bad = FindMalformed(bytes);
+    Refuse(Kind::kUnknownCharset, fmt::format("not UTF-8: byte 0x{:02X} at offset {}",
+                                              Byte(bytes[static_cast<std::size_t>(bad)]), bad));
+}
+
+void CDocument::DecodeUTF16(bool bigEndian)
+{
+    mMarkSize = 2;
+    mKind = bigEndian ? Kind::kUTF16BE : Kind::kUTF16LE;
+    if (mSize % 2 != 0) {
+        Refuse(Kind::kUnknownCharset,
+               fmt::format("not UTF-16: ends within a unit at offset {}", mSize - 1));
+        return;
+    }
+    NeedUnits(mSize / 2);
+    mLength = static_cast<std::size_t>(mSize - mMarkSize) / 2;
+    std::memcpy(mUnits, mBytes.data() + mMarkSize, mLength * 2);
+    if (bigEndian != (std::endian::native == std::endian::big)) {
+        std::for_each(mUnits, mUnits + mLength,
+                      [](char16_t& unit) { unit = static_cast<char16_t>(unit << 8 | unit >> 8); });
+    }
+
+    auto const offset = [this](std::size_t unit) { return mMarkSize + 2 * unit; };
+    if (std::size_t const null = GetText().find(u'\0'); null != std::u16string_view::npos) {
+        Refuse(Kind::kBinary, fmt::format("a null character at offset {}", offset(null)));
+    } else if (std::size_t const lone = FindLoneSurrogate(GetText()); lone < mLength) {
+        Refuse(Kind::kUnknownCharset,
+               fmt::format("not UTF-16: lone surrogate at offset {}", offset(lone)));
+    }
+}
+
+void CDocument::Refuse(Kind kind, std::string reason)
+{
+    mKind = kind;
+    mReason = std::move(reason);
+    mLength = 0;
+}
+
+void CDocument::NeedUnits(long long count)
+{
+    if (count <= mCapacity) return;
+    std::free(mUnits);
+    mCapacity = 0;
+    mUnits =
+        static_cast<char16_t*>(std::malloc(static_cast<std::size_t>(count) * sizeof(char16_t)));
+    if (!mUnits) throw std::bad_alloc();
+    mCapacity = static_cast<int>(count);
+}
+
+char const* KindName(CDocument::Kind kind)
+{
+    switch (kind) {
+    case CDocument::Kind::kEmpty:
+        return "empty";
+    case CDocument::Kind::kUTF8:
+        return "UTF-8";
+    case CDocument::Kind::kUTF8WithMark:
+        return "UTF-8 with mark";
+    case CDocument::Kind::kUTF16LE:
+        return "UTF-16LE";
+    case CDocument::Kind::kUTF16BE:
+        return "UTF-16BE";
+    case CDocument::Kind::kBinary:
+        return "binary";
+    case CDocument::Kind::kUnknownCharset:
+        return "unknown charset";
+    case CDocument::Kind::kTooLarge:
+        return "too large";
+    }
+    return "";
+}

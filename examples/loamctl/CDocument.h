@@ -1,0 +1,80 @@
+// One document in memory: its bytes as they lie in the file, and its text in UTF-16.
+//
+// All decoding happens here. UTF-8 is read with and without a byte-order mark, UTF-16 with one.
+// What is no text, or in no charset known here, is told apart and given a reason in words.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "marl/amortizedmemblock.h"
+
+class CFileSpec;
+
+/// Keeps its buffers from one file to the next, so that a walk over many allocates for the largest
+/// only.
+class CDocument
+{
+public:
+    enum class Kind
+    {
+        kEmpty,
+        kUTF8,
+        kUTF8WithMark,
+        kUTF16LE,
+        kUTF16BE,
+        kBinary,          ///< no text in any charset
+        kUnknownCharset,  ///< perhaps text, but malformed as what it should be
+        kTooLarge,        ///< not read
+    };
+
+    /// Larger files are not read: a document is held in memory, up to three times its size.
+    static constexpr long long kSizeLimit = 512LL << 20;
+
+    CDocument() = default;
+    CDocument(CDocument const&) = delete;
+    CDocument& operator=(CDocument const&) = delete;
+    ~CDocument();
+
+    /// Reads and decodes a regular file. Throws what `CFile` throws.
+    void Read(CFileSpec const& spec);
+
+    Kind GetKind() const { return mKind; }
+
+    bool IsText() const { return mKind < Kind::kBinary; }
+
+    /// Why it is no text, for people; empty for a text.
+    std::string const& GetReason() const { return mReason; }
+
+    /// Bytes in the file.
+    long long GetSize() const { return mSize; }
+
+    /// The text, without a byte-order mark and without a lone surrogate; empty if it is none.
+    std::u16string_view GetText() const { return {mUnits, mLength}; }
+
+    /// Where the text begins in the file: 0, or behind the byte-order mark.
+    int GetMarkSize() const { return mMarkSize; }
+
+    bool IsUTF16() const { return mKind == Kind::kUTF16LE || mKind == Kind::kUTF16BE; }
+
+private:
+    bool ReadBytes(CFileSpec const& spec);
+    void Decode();
+    void DecodeUTF8();
+    void DecodeUTF16(bool bigEndian);
+    void Refuse(Kind kind, std::string reason);
+    void NeedUnits(long long count);
+
+    amortizedmemblock mBytes{65536, 1.5F, true};
+    long long mSize = 0;
+    char16_t* mUnits = nullptr;  // owned, from malloc, as CUTFConverter wants it
+    int mCapacity = 0;           // of mUnits
+    std::size_t mLength = 0;
+    int mMarkSize = 0;
+    Kind mKind = Kind::kEmpty;
+    std::string mReason;
+};
+
+/// A short name for people and for JSON: "UTF-8", "binary".
+char const* KindName(CDocument::Kind kind);

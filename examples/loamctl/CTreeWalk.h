@@ -1,0 +1,65 @@
+// Walks files and folders with all that is in them, one entry at a time, in the order of names.
+//
+// CFileSpecIterator lists one folder; here a stack of listings makes a tree of it, so that depth
+// costs no call stack and no open descriptors. An entry that can't be looked at comes with the
+// reason, and the walk goes on.
+#pragma once
+
+#include <cstddef>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <sys/types.h>
+
+#include "files/CFileSpec.h"
+
+struct TreeEntry
+{
+    enum class Kind
+    {
+        kFile,
+        kFolder,
+        kLink,     ///< a symbolic link that isn't followed
+        kOther,    ///< a device, a pipe, a socket: never opened, since that might block
+        kUnknown,  ///< gone, or out of reach
+    };
+
+    CFileSpec mSpec;
+    std::string mPath;  ///< as it was reached from the walk's start, UTF-8
+    Kind mKind = Kind::kUnknown;
+    bool mNamed = false;   ///< named by the caller, not found in a folder
+    std::string mError;    ///< why it could not be looked at or listed; empty if it could
+    std::string mSkipped;  ///< why it was passed over without an error; empty if it wasn't
+};
+
+class CTreeWalk
+{
+public:
+    /// `paths` are UTF-8, relative or absolute; without any, the walk starts in the working folder.
+    /// Links among them are followed, those in folders with `followLinks` only; each folder is then
+    /// entered once, however many links lead to it.
+    CTreeWalk(std::vector<std::string> const& paths, bool followLinks);
+
+    /// Points `entry` at the next file, folder (before what it holds) or other thing. False at the
+    /// end. Nothing is thrown but for lack of memory.
+    bool Next(TreeEntry& entry);
+
+private:
+    // What is left of a folder.
+    struct Listing
+    {
+        std::vector<std::u16string> mPaths;
+        std::size_t mNext = 0;
+    };
+
+    void Examine(TreeEntry& entry) const;
+    void EnterFolder(TreeEntry& entry);
+    bool IsFirstVisit(std::string const& path);
+
+    std::vector<Listing> mListings;              // innermost last
+    std::set<std::pair<dev_t, ino_t>> mVisited;  // folders entered, if links are followed
+    bool mFollowLinks;
+    std::size_t mPrefix = 0;  // how much of each path is left out: the "./" nobody named
+};
