@@ -30,8 +30,8 @@ public:
     ///
     /// If the folder couldn't be opened, throws `HierarchicalException` of `kFileDomain` with
     /// operation `kFileIterate` for what `errno` holds at this call, and answers false if it holds
-    /// 0. So call right after construction, or ask `IsFolder` first. A failure later on looks like
-    /// the end.
+    /// 0. So call right after construction, or ask `IsFolder` first. The exception names the path
+    /// only if it is a folder's. A failure later on looks like the end.
     bool Next(CFileSpec* result);
 
 private:

@@ -32,6 +32,7 @@ CFileSpecIteratorImp::~CFileSpecIteratorImp()
 bool CFileSpecIteratorImp::Next(CFileSpec* result)
 {
     if (!mDirectory) {
+        // Kept on purpose: hosts clear errno to read a folder that may be none as an empty one.
         ThrowFileException(errno, kFileIterate, mFolderPath);
         return false;
     }

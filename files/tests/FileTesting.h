@@ -1,9 +1,11 @@
 // Short words for what the tests of files/ look at.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "files/CFileSpec.h"
 #include "files/CFileSpecIterator.h"
@@ -57,4 +59,31 @@ std::string Thrown(Action const& action)
                level.text;
     }
     return "nothing";
+}
+
+/// What `action` answers, a string, when it isn't root who asks: in a child process as user 65534
+/// if this one is root. What it touches must be within reach of everybody.
+template <class Action>
+std::string AsOrdinaryUser(Action const& action)
+{
+    if (geteuid() != 0) return action();
+    int ends[2];
+    if (pipe(ends) != 0) return "no pipe";
+    pid_t const child = fork();
+    if (child == 0) {
+        constexpr unsigned int kNobody = 65534;
+        std::string answer = "still root";
+        if (setgid(kNobody) == 0 && setuid(kNobody) == 0) answer = action();
+        bool const isWritten =
+            write(ends[1], answer.data(), answer.size()) == static_cast<ssize_t>(answer.size());
+        _exit(isWritten ? 0 : 1);
+    }
+    close(ends[1]);
+    std::string answer;
+    char buffer[512];
+    for (ssize_t size; (size = read(ends[0], buffer, sizeof buffer)) > 0;)
+        answer.append(buffer, static_cast<std::size_t>(size));
+    close(ends[0]);
+    waitpid(child, nullptr, 0);
+    return answer;
 }
