@@ -19,6 +19,12 @@ if(LOAM_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${LOAM_CCACHE})
 endif()
 
+# What the library exports can't be replaced from outside, so its own calls are direct and may be inlined.
+add_compile_options(-fno-semantic-interposition)
+if(NOT APPLE)
+    add_link_options(-Wl,-Bsymbolic-functions)
+endif()
+
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion)
 if(APPLE)
     # Four-character codes are written as their text, and some services have no call but a deprecated one.
@@ -28,7 +34,6 @@ if(LOAM_WERROR)
     add_compile_options(-Werror)
 endif()
 
-# clang names the size of a constant's padding and the like only where asked; both compilers are kept clean.
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 
 if(LOAM_SANITIZE)

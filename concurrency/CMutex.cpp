@@ -12,6 +12,12 @@ unsigned long CurrentThread()
     return reinterpret_cast<unsigned long>(pthread_self());
 }
 
+// What every lock is made of. Said here, so that the calls need no table.
+CMutexImp& Plain(CBasicMutexImp* imp)
+{
+    return static_cast<CMutexImp&>(*imp);
+}
+
 }  // namespace
 
 CMutex::CMutex()
@@ -34,7 +40,7 @@ void CMutex::Lock()
 {
     unsigned long const thread = CurrentThread();
     if (LockAgain(thread)) return;
-    mImp->Lock();
+    Plain(mImp).Lock();
     SetHeldBy(thread);
 }
 
@@ -42,7 +48,7 @@ bool CMutex::TryLock()
 {
     unsigned long const thread = CurrentThread();
     if (LockAgain(thread)) return true;
-    if (!mImp->TryLock()) return false;
+    if (!Plain(mImp).TryLock()) return false;
     SetHeldBy(thread);
     return true;
 }
@@ -54,7 +60,7 @@ void CMutex::Unlock()
     // Kept on purpose: one Unlock too many leaves a recursive lock at -1 without a word.
     if (count != 0 && mRecursive) return;
     mOwner.store(0, std::memory_order_relaxed);
-    mImp->Unlock();
+    Plain(mImp).Unlock();
 }
 
 // Reads without the lock: only a thread that holds it can find itself to be the owner.

@@ -60,6 +60,63 @@ bool HasMovedOn(tm const& now, tm const& last, CLogFile::Granularity granularity
     return differs;
 }
 
+// The stamp of any moment that a clock can be moved to. Answers its length.
+int PrintStamp(Now const& now, bool milliseconds, char* out, std::size_t room)
+{
+    tm const& local = now.mLocal;
+    char fraction[8] = "";
+    if (milliseconds) {
+        std::snprintf(fraction, sizeof fraction, ".%03lld", now.mMicroSeconds % 1000000 / 1000);
+    }
+    long const zone = std::labs(now.mZone);
+    // The year is added up in 64 bits.
+    return std::snprintf(out, room, "%04lld/%02d/%02d, %02d:%02d:%02d%s %c%02ld%02ld",
+                         local.tm_year + 1900LL, local.tm_mon + 1, local.tm_mday, local.tm_hour,
+                         local.tm_min, local.tm_sec, fraction, now.mZone < 0 ? '-' : '+',
+                         zone / 3600, zone % 3600 / 60);
+}
+
+// True where every field has as many digits as it is meant to have.
+bool IsUsual(Now const& now)
+{
+    return now.mLocal.tm_year >= -1900 && now.mLocal.tm_year < 10000 - 1900 &&
+           now.mMicroSeconds >= 0 && std::labs(now.mZone) < 100 * 3600;
+}
+
+char* WriteDigits(char* out, int count, long value)
+{
+    for (int i = count; i-- > 0; value /= 10)
+        out[i] = static_cast<char>('0' + value % 10);
+    return out + count;
+}
+
+// The same stamp for nearly every line there is, without the cost of a format. Answers its end.
+char* WriteUsualStamp(Now const& now, bool milliseconds, char* out)
+{
+    tm const& local = now.mLocal;
+    long const zone = std::labs(now.mZone);
+    out = WriteDigits(out, 4, local.tm_year + 1900L);
+    *out++ = '/';
+    out = WriteDigits(out, 2, local.tm_mon + 1L);
+    *out++ = '/';
+    out = WriteDigits(out, 2, local.tm_mday);
+    *out++ = ',';
+    *out++ = ' ';
+    out = WriteDigits(out, 2, local.tm_hour);
+    *out++ = ':';
+    out = WriteDigits(out, 2, local.tm_min);
+    *out++ = ':';
+    out = WriteDigits(out, 2, local.tm_sec);
+    if (milliseconds) {
+        *out++ = '.';
+        out = WriteDigits(out, 3, now.mMicroSeconds % 1000000 / 1000);
+    }
+    *out++ = ' ';
+    *out++ = now.mZone < 0 ? '-' : '+';
+    out = WriteDigits(out, 2, zone / 3600);
+    return WriteDigits(out, 2, zone % 3600 / 60);
+}
+
 // Keeps the newest `maxSize` bytes of `file`.
 void Trim(CFileSpec const& file, long long size, long long maxSize)
 {
@@ -197,17 +254,9 @@ void CLogFile::FormatCurrentTime(
         *out = '\0';
         return;
     }
-    tm const& local = now.mLocal;
-    char fraction[8] = "";
-    if (milliseconds) {
-        std::snprintf(fraction, sizeof fraction, ".%03lld", now.mMicroSeconds % 1000000 / 1000);
-    }
-    long const zone = std::labs(now.mZone);
-    // The year is added up in 64 bits: the clock may have been moved anywhere.
-    std::size_t const room = kLongestStamp + std::strlen(tail) + 1;
-    std::snprintf(out, room, "%04lld/%02d/%02d, %02d:%02d:%02d%s %c%02ld%02ld%s",
-                  local.tm_year + 1900LL, local.tm_mon + 1, local.tm_mday, local.tm_hour,
-                  local.tm_min, local.tm_sec, fraction, now.mZone < 0 ? '-' : '+', zone / 3600,
-                  zone % 3600 / 60, tail);
+    std::size_t const tailLength = std::strlen(tail);
+    char* const end = IsUsual(now) ? WriteUsualStamp(now, milliseconds, out)
+                                   : out + PrintStamp(now, milliseconds, out, kLongestStamp + 1);
+    std::memcpy(end, tail, tailLength + 1);
     lastTime = now.mLocal;
 }

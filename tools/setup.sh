@@ -18,7 +18,7 @@ loam_packages() {
         checks)     echo "clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev binutils git" ;;
         macos)      echo "clang-14 lld-14 llvm-14 libc++1-14 python3" ;;
         npm)        echo "npm" ;;
-        benchmarks) echo "libbenchmark-dev libicu-dev libsqlite3-dev" ;;
+        benchmarks) echo "libbenchmark-dev libicu-dev libspdlog-dev libsqlite3-dev" ;;
         *)          echo "setup: no such set of packages: $1" >&2; return 1 ;;
     esac
 }
@@ -29,7 +29,7 @@ loam_formulas() {
         examples)   echo "cli11 fmt nlohmann-json" ;;
         tests)      echo "googletest" ;;
         checks)     echo "llvm" ;;
-        benchmarks) echo "google-benchmark icu4c sqlite" ;;
+        benchmarks) echo "google-benchmark icu4c spdlog sqlite" ;;
     esac
 }
 

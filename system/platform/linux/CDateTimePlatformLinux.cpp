@@ -4,6 +4,7 @@
 
 #include <glib.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -52,6 +53,8 @@ unsigned int NumberOf(nl_item item, locale_t locale)
 
 class CDateTimePlatformLinux final : public CBasicDateTimePlatform
 {
+    static constexpr long long kAlways = -1;
+
 public:
     bool GetIntegerPreference(char const* domain, char const* key, long long& value) const override
     {
@@ -82,7 +85,21 @@ public:
         return static_cast<int>((base + number + 6) % 7) + 1;
     }
 
-    void ReloadTimeZone() const override { tzset(); }
+    // Where TZ names no zone, tzset asks the file system whether /etc/localtime is still the same
+    // file, which costs more than all else that a stamp of the log takes. Within one tick of the
+    // kernel's clock (1 to 10 ms) nobody can tell whether the file changed before or after a call,
+    // so it asks once a tick. A change of TZ is seen in every call.
+    void ReloadTimeZone() const override
+    {
+        timespec tick{};
+        clock_gettime(CLOCK_MONOTONIC_COARSE, &tick);
+        long long const now =
+            std::getenv("TZ") ? kAlways : tick.tv_sec * 1000000000LL + tick.tv_nsec;
+        if (now == kAlways || mLastTick.load(std::memory_order_acquire) != now) {
+            tzset();
+            mLastTick.store(now, std::memory_order_release);
+        }
+    }
 
     long GetSeconds() const override { return time(nullptr); }
 
@@ -107,6 +124,9 @@ public:
         clock_gettime(CLOCK_MONOTONIC, &now);
         return now.tv_sec * 1000000LL + now.tv_nsec / 1000;
     }
+
+private:
+    mutable std::atomic<long long> mLastTick{kAlways};  // of the last tzset without TZ, or kAlways
 };
 
 }  // namespace
