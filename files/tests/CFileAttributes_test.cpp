@@ -36,7 +36,7 @@ protected:
     }
 
     StTempDir mFolder;
-    CFile mFile{SpecOf(mFolder.Write("file", "text"))};
+    CFile mFile{Spec(mFolder.Write("file", "text"))};
 };
 
 }  // namespace
@@ -68,7 +68,7 @@ TEST_F(CFileAttributes, AreSetReadListedAndCleared)
 
 TEST_F(CFileAttributes, NeedAnExistingFile)
 {
-    CFile missing(SpecOf(mFolder.Path("no")));
+    CFile missing(Spec(mFolder.Path("no")));
     ScriptedFilePlatform platform;
     StFilePlatform const guard(platform);
     std::string value = "left over";
@@ -86,7 +86,7 @@ TEST_F(CFileAttributes, NeedAnExistingFile)
 TEST_F(CFileAttributes, FollowLinks)
 {
     fs::create_symlink("file", mFolder.Path("link"));
-    CFile link(SpecOf(mFolder.Path("link")));
+    CFile link(Spec(mFolder.Path("link")));
     link.SetExtendedAttribute("a", "b");
     EXPECT_THAT(Names(), ElementsAre("a"));
 }
@@ -163,7 +163,7 @@ TEST_F(CFileAttributes, AreHandedOverAsTheyAre)
 TEST(CFileMarks, HaveNoEffectHere)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "text")));
+    CFile file(Spec(folder.Write("file", "text")));
     file.SetExcludeFromBackups(true);
     EXPECT_FALSE(file.GetExcludeFromBackups());
     file.SetQuarantine();
@@ -175,7 +175,7 @@ TEST(CFileMarks, HaveNoEffectHere)
 TEST(CFileMarks, AreThePlatforms)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "text")));
+    CFile file(Spec(folder.Write("file", "text")));
     std::string const path = PathOf(file);
     ScriptedFilePlatform platform;
     StFilePlatform const guard(platform);

@@ -63,14 +63,14 @@ std::string Pattern(std::size_t size, unsigned int count, bool isSwapped)
 
 TEST(CFileIntegers, StartInNativeOrder)
 {
-    CFile const file(SpecOf("/a"));
+    CFile const file(Spec("/a"));
     EXPECT_EQ(file.GetFileEndianness(), CFile::cLittleEndian);
     EXPECT_FALSE(file.IsSwappingEndian());
 }
 
 TEST(CFileIntegers, StoreTheOrder)
 {
-    CFile file(SpecOf("/a"));
+    CFile file(Spec("/a"));
     for (auto const& order : kOrders) {
         SCOPED_TRACE(order.mWhat);
         file.SetFileEndianness(static_cast<CFile::Endianness>(order.mSet));
@@ -82,7 +82,7 @@ TEST(CFileIntegers, StoreTheOrder)
 TEST(CFileIntegers, AreReadAndWrittenInTheOrderOfTheFile)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "")));
+    CFile file(Spec(folder.Write("file", "")));
     file.Open(CFile::cPrivilegeReadWrite);
     for (auto const& order : kOrders) {
         file.SetFileEndianness(static_cast<CFile::Endianness>(order.mSet));
@@ -118,7 +118,7 @@ TEST(CFileIntegers, AreReadAndWrittenInNumbers)
 {
     constexpr unsigned int kCount = 5;
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "")));
+    CFile file(Spec(folder.Write("file", "")));
     file.Open(CFile::cPrivilegeReadWrite);
     for (auto const& order : kOrders) {
         file.SetFileEndianness(static_cast<CFile::Endianness>(order.mSet));
@@ -151,7 +151,7 @@ TEST(CFileIntegers, AreReadAndWrittenInNumbers)
 TEST(CFileIntegers, OfOtherSizesAreNeitherReadNorWritten)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "12345678")));
+    CFile file(Spec(folder.Write("file", "12345678")));
     file.Open(CFile::cPrivilegeReadWrite);
     char memory[16] = {};
     for (long long const size : {-1LL, 0LL, 3LL, 5LL, 16LL, 1LL << 32}) {
@@ -168,7 +168,7 @@ TEST(CFileIntegers, OfOtherSizesAreNeitherReadNorWritten)
 TEST(CFileIntegers, KeepSwappingWhatAShortReadDidNotFill)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "\x01\x02\x03")));
+    CFile file(Spec(folder.Write("file", "\x01\x02\x03")));
     file.SetFileEndianness(CFile::cBigEndian);
     file.Open(CFile::cPrivilegeRead);
     std::uint16_t values[] = {0, 0xAABB, 0xCCDD};
@@ -183,7 +183,7 @@ TEST(CFileIntegers, KeepSwappingWhatAShortReadDidNotFill)
 TEST(CFileIntegers, KeepCountingBytesIn32Bits)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "abcdefghij")));
+    CFile file(Spec(folder.Write("file", "abcdefghij")));
     file.Open(CFile::cPrivilegeReadWrite);
     std::string memory(8, '\0');
     // Each is 4 GiB and one element.

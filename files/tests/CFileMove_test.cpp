@@ -41,7 +41,7 @@ TEST(CFileMove, RenamesInItsFolder)
         SCOPED_TRACE(c.mWhat);
         StTempDir const folder;
         folder.Write("taken.txt", "old");
-        CFile file(SpecOf(folder.Write("a", "new")));
+        CFile file(Spec(folder.Write("a", "new")));
         file.Rename(c.mName, c.mUnique, c.mOverwrite);
         EXPECT_EQ(PathOf(file), folder.Path(c.mResult));
         EXPECT_EQ(folder.Read(c.mResult), "new");
@@ -54,8 +54,8 @@ TEST(CFileMove, RenamesInItsFolder)
 TEST(CFileMove, MovesToAnotherFolderAndTellsWhere)
 {
     StTempDir const folder;
-    CFileSpec const other = SpecOf(folder.MakeFolder("other"));
-    CFile file(SpecOf(folder.Write("a", "text")));
+    CFileSpec const other = Spec(folder.MakeFolder("other"));
+    CFile file(Spec(folder.Write("a", "text")));
     file.Open(CFile::cPrivilegeRead);
     CFileSpec result;
     file.MoveTo(other, std::string("b"), false, false, &result);
@@ -64,7 +64,7 @@ TEST(CFileMove, MovesToAnotherFolderAndTellsWhere)
     EXPECT_EQ(folder.Read("other/b"), "text");
     EXPECT_TRUE(file.IsOpen());
     folder.Write("a", "second");
-    CFile second(SpecOf(folder.Path("a")));
+    CFile second(Spec(folder.Path("a")));
     second.MoveTo(other, u"b", true, false, nullptr);
     EXPECT_EQ(folder.Read("other/b 2"), "second");
 }
@@ -72,11 +72,11 @@ TEST(CFileMove, MovesToAnotherFolderAndTellsWhere)
 TEST(CFileMove, TellsWhyItCannotMove)
 {
     StTempDir const folder;
-    CFileSpec const nowhere = SpecOf(folder.Path("no"));
-    CFile missing(SpecOf(folder.Path("missing")));
-    CFile file(SpecOf(folder.Write("a", "text")));
+    CFileSpec const nowhere = Spec(folder.Path("no"));
+    CFile missing(Spec(folder.Path("missing")));
+    CFile file(Spec(folder.Write("a", "text")));
     folder.Write("full/file", "text");
-    CFileSpec result = SpecOf("/as/it/was");
+    CFileSpec result = Spec("/as/it/was");
 
     Failure const notFound = FileFailure(kFileNotFound, kFileMove, ENOENT);
     EXPECT_EQ(FailureOf([&] { missing.Rename(u"b", false, false); }), notFound);
@@ -101,8 +101,8 @@ TEST(CFileMove, DoesNotCopyToAnotherVolume)
     if (stat("/dev/shm", &there) != 0 || here.st_dev == there.st_dev) {
         GTEST_SKIP() << "there is no second volume";
     }
-    CFile file(SpecOf(folder.Write("a", "text")));
-    EXPECT_EQ(FailureOf([&] { file.MoveTo(SpecOf("/dev/shm"), u"loam-a", true, false, nullptr); }),
+    CFile file(Spec(folder.Write("a", "text")));
+    EXPECT_EQ(FailureOf([&] { file.MoveTo(Spec("/dev/shm"), u"loam-a", true, false, nullptr); }),
               FileFailure(kOtherFailure, kFileMove, EXDEV));
     EXPECT_EQ(folder.Read("a"), "text");
 }
@@ -111,8 +111,8 @@ TEST(CFileMove, DoesNotOverwriteItself)
 {
     StTempDir const folder;
     fs::create_directory_symlink(".", folder.Path("same"));
-    CFileSpec const same = SpecOf(folder.Path("same"));
-    CFile file(SpecOf(folder.Write("a", "text")));
+    CFileSpec const same = Spec(folder.Path("same"));
+    CFile file(Spec(folder.Write("a", "text")));
     file.Rename(u"a", false, true);
     EXPECT_EQ(folder.Read("a"), "text");
     file.MoveTo(same, u"a", false, true, nullptr);
@@ -121,7 +121,7 @@ TEST(CFileMove, DoesNotOverwriteItself)
               FileFailure(kFileExists, kFileCreate, EEXIST));
     EXPECT_EQ(folder.Read("a"), "text");
 
-    CFile empty(SpecOf(folder.MakeFolder("empty")));
+    CFile empty(Spec(folder.MakeFolder("empty")));
     empty.Rename(u"empty", false, true);
     EXPECT_TRUE(folder.Has("empty"));
 }
@@ -129,7 +129,7 @@ TEST(CFileMove, DoesNotOverwriteItself)
 TEST(CFileMove, OverwritesAnotherNameOfItself)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("a", "text")));
+    CFile file(Spec(folder.Write("a", "text")));
     fs::create_hard_link(folder.Path("a"), folder.Path("b"));
     file.Rename(u"b", false, true);
     EXPECT_EQ(folder.Read("b"), "text");
@@ -160,8 +160,8 @@ TEST(CFileMove, CopiesUnderTheNameAskedFor)
         SCOPED_TRACE(c.mWhat);
         StTempDir const folder;
         folder.Write("other/taken.txt", "old");
-        CFileSpec const other = SpecOf(folder.Path("other"));
-        CFile file(SpecOf(folder.Write("a.txt", "text")));
+        CFileSpec const other = Spec(folder.Path("other"));
+        CFile file(Spec(folder.Write("a.txt", "text")));
         CFileSpec result;
         file.CopyTo(other, c.mName, c.mUnique, c.mOverwrite, &result, 0, 0);
         EXPECT_EQ(PathOf(result), folder.Path("other/" + c.mResult));
@@ -191,10 +191,10 @@ TEST(CFileMove, CopiesWithoutWhatIsSkipped)
     };
 
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("a", "0123456789")));
+    CFile file(Spec(folder.Write("a", "0123456789")));
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
-        file.CopyTo(SpecOf(folder.Path()), u"b", false, true, nullptr, c.mSkipStart, c.mSkipEnd);
+        file.CopyTo(Spec(folder.Path()), u"b", false, true, nullptr, c.mSkipStart, c.mSkipEnd);
         EXPECT_EQ(folder.Read("b"), c.mCopy);
         EXPECT_FALSE(file.IsOpen());
     }
@@ -210,8 +210,8 @@ TEST(CFileMove, CopiesFilesOfManyBlocks)
         std::string content(length, '\0');
         for (std::size_t i = 0; i < length; ++i)
             content[i] = static_cast<char>(i * 31 + i / 257);
-        CFile file(SpecOf(folder.Write("a", content)));
-        file.CopyTo(SpecOf(folder.Path()), u"b", false, true, nullptr, 0, 0);
+        CFile file(Spec(folder.Write("a", content)));
+        file.CopyTo(Spec(folder.Path()), u"b", false, true, nullptr, 0, 0);
         EXPECT_TRUE(folder.Read("b") == content);
     }
 }
@@ -220,10 +220,10 @@ TEST(CFileMove, CopyRefusesATakenName)
 {
     StTempDir const folder;
     folder.Write("b", "old");
-    CFile file(SpecOf(folder.Write("a", "text")));
+    CFile file(Spec(folder.Write("a", "text")));
     CFileSpec result;
     EXPECT_EQ(
-        FailureOf([&] { file.CopyTo(SpecOf(folder.Path()), u"b", false, false, &result, 0, 0); }),
+        FailureOf([&] { file.CopyTo(Spec(folder.Path()), u"b", false, false, &result, 0, 0); }),
         FileFailure(kFileExists, kFileCreate, EEXIST));
     EXPECT_EQ(PathOf(result), folder.Path("b"));
     EXPECT_EQ(folder.Read("b"), "old");
@@ -232,9 +232,9 @@ TEST(CFileMove, CopyRefusesATakenName)
 TEST(CFileMove, CopyReplacesAnOpenDescriptorAndClosesIt)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("a", "text")));
+    CFile file(Spec(folder.Write("a", "text")));
     file.Open(CFile::cPrivilegeWrite);
-    file.CopyTo(SpecOf(folder.Path()), u"b", false, false, nullptr, 0, 0);
+    file.CopyTo(Spec(folder.Path()), u"b", false, false, nullptr, 0, 0);
     EXPECT_EQ(folder.Read("b"), "text");
     EXPECT_FALSE(file.IsOpen());
     EXPECT_THAT(DescriptorsOf(folder.Path("a")), testing::IsEmpty());
@@ -244,14 +244,14 @@ TEST(CFileMove, CopyReplacesAnOpenDescriptorAndClosesIt)
 TEST(CFileMove, CopyLeavesAPartialTargetAfterAFailure)
 {
     StTempDir const folder;
-    CFileSpec const target = SpecOf(folder.Path());
-    CFile missing(SpecOf(folder.Path("no")));
+    CFileSpec const target = Spec(folder.Path());
+    CFile missing(Spec(folder.Path("no")));
     EXPECT_EQ(FailureOf([&] { missing.CopyTo(target, u"b", false, false, nullptr, 0, 0); }),
               FileFailure(kFileNotFound, kFileOpen, ENOENT));
     EXPECT_EQ(folder.Read("b"), "");
     EXPECT_FALSE(missing.IsOpen());
 
-    CFile file(SpecOf(folder.Write("a", "text")));
+    CFile file(Spec(folder.Write("a", "text")));
     EXPECT_EQ(FailureOf([&] { file.CopyTo(target, u"c", false, false, nullptr, -1, 0); }),
               FileFailure(kOtherFailure, kFileSetCursor, EINVAL));
     EXPECT_EQ(folder.Read("c"), "");
@@ -268,9 +268,9 @@ static int CopyToAFullDisk(std::string const& disk, std::string const& source)
         mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=200k") != 0) {
         return 2;
     }
-    CFile file(SpecOf(source));
+    CFile file(Spec(source));
     Failure const failure =
-        FailureOf([&] { file.CopyTo(SpecOf(disk), u"copy", false, false, nullptr, 0, 0); });
+        FailureOf([&] { file.CopyTo(Spec(disk), u"copy", false, false, nullptr, 0, 0); });
     bool const isPartial = fs::file_size(disk + "/copy") < fs::file_size(source);
     return failure == FileFailure(kOtherFailure, kFileWrite, ENOSPC) && isPartial && !file.IsOpen()
                ? 0

@@ -98,7 +98,7 @@ TEST(CFileReadLine, TellsWhatEndedTheLine)
     StTempDir const folder;
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
-        CFile file(SpecOf(folder.Write("file", c.mContent)));
+        CFile file(Spec(folder.Write("file", c.mContent)));
         EXPECT_EQ(LinesOf(file, c.mSize)[0], c.mFirst);
     }
 }
@@ -106,7 +106,7 @@ TEST(CFileReadLine, TellsWhatEndedTheLine)
 TEST(CFileReadLine, GoesOnBehindTheLine)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "abcdef")));
+    CFile file(Spec(folder.Write("file", "abcdef")));
     EXPECT_THAT(LinesOf(file, 4),
                 ElementsAre(Line{"abcd", 4, CFile::cEOLNone}, Line{"ef", 2, CFile::cEOLEndOfFile},
                             Line{"", 0, CFile::cEOLEndOfFile}));
@@ -115,7 +115,7 @@ TEST(CFileReadLine, GoesOnBehindTheLine)
 TEST(CFileReadLine, GivesTheLFOfACutCRLFAsAnEmptyLine)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "abc\r\nd")));
+    CFile file(Spec(folder.Write("file", "abc\r\nd")));
     EXPECT_THAT(LinesOf(file, 4),
                 ElementsAre(Line{"abc", 4, CFile::cEOLCR}, Line{"", 1, CFile::cEOLLF},
                             Line{"d", 1, CFile::cEOLEndOfFile}, Line{"", 0, CFile::cEOLEndOfFile}));
@@ -126,7 +126,7 @@ TEST(CFileReadLine, ReadsTheSameLinesAtEveryCut)
     StTempDir const folder;
     for (std::string const text : {"a\nbc\r\ndef\rg\r\r\n\n\n\rhijkl\r\nm", "\r\n\r\n\r\n", "\r",
                                    "no end at all", "\n\r\n"}) {
-        CFile file(SpecOf(folder.Write("file", text)));
+        CFile file(Spec(folder.Write("file", text)));
         for (std::size_t size = 1; size <= text.size() + 2; ++size) {
             SCOPED_TRACE(testing::Message() << '"' << text << "\", size " << size);
             EXPECT_EQ(LinesOf(file, static_cast<long long>(size)), ExpectedLines(text, size));
@@ -137,7 +137,7 @@ TEST(CFileReadLine, ReadsTheSameLinesAtEveryCut)
 TEST(CFileReadLine, KeepsWritingBehindAFullBuffer)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "abcdef")));
+    CFile file(Spec(folder.Write("file", "abcdef")));
     file.Open(CFile::cPrivilegeRead);
     char buffer[6];
     std::fill(std::begin(buffer), std::end(buffer), kUntouched);
@@ -148,7 +148,7 @@ TEST(CFileReadLine, KeepsWritingBehindAFullBuffer)
 TEST(CFileReadLine, TakesZeroBytesAsText)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", std::string("a\0b\nc", 5))));
+    CFile file(Spec(folder.Write("file", std::string("a\0b\nc", 5))));
     file.Open(CFile::cPrivilegeRead);
     char buffer[9];
     EXPECT_EQ(file.ReadLine(buffer, 8, nullptr), 4);

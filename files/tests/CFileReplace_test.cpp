@@ -31,8 +31,8 @@ std::vector<std::string> NamesIn(std::string const& folder)
 struct Pair
 {
     StTempDir mFolder;
-    CFileSpec mTarget = SpecOf(mFolder.Write("there/target.txt", "old"));
-    CFile mFile{SpecOf(mFolder.Write("here/file", "new"))};
+    CFileSpec mTarget = Spec(mFolder.Write("there/target.txt", "old"));
+    CFile mFile{Spec(mFolder.Write("here/file", "new"))};
 
     std::vector<std::string> Here() const { return NamesIn(mFolder.Path("here")); }
 
@@ -87,7 +87,7 @@ TEST(CFileReplace, IsAPlainMoveIfThereIsNoTarget)
     StFilePlatform const guard(platform);
     for (bool const keepReplaced : {false, true}) {
         Pair pair;
-        pair.mFile.ReplaceFile(SpecOf(pair.mFolder.Path("there/new")), keepReplaced);
+        pair.mFile.ReplaceFile(Spec(pair.mFolder.Path("there/new")), keepReplaced);
         EXPECT_EQ(PathOf(pair.mFile), pair.mFolder.Path("there/new"));
         EXPECT_EQ(pair.mFolder.Read("there/new"), "new");
         EXPECT_EQ(pair.mFolder.Read("there/target.txt"), "old");
@@ -99,7 +99,7 @@ TEST(CFileReplace, IsAPlainMoveIfThereIsNoTarget)
 TEST(CFileReplace, FallsBackOnMovesWhereOneStepIsRefused)
 {
     Pair pair;
-    CFileSpec const folder = SpecOf(pair.mFolder.MakeFolder("there/folder"));
+    CFileSpec const folder = Spec(pair.mFolder.MakeFolder("there/folder"));
     pair.mFile.ReplaceFile(folder, false);
     EXPECT_EQ(pair.mFolder.Read("there/folder"), "new");
     EXPECT_THAT(pair.There(), ElementsAre("folder", "target.txt"));
@@ -170,7 +170,7 @@ TEST(CFileReplace, ShowsAWholeFileUnderTheTargetsNameAtEveryMoment)
         SCOPED_TRACE(keepReplaced);
         StTempDir const folder;
         std::string const contents[] = {std::string(100000, 'a'), std::string(100000, 'b')};
-        CFileSpec const target = SpecOf(folder.Write("target", contents[0]));
+        CFileSpec const target = Spec(folder.Write("target", contents[0]));
         std::atomic<bool> isOver{false};
         std::atomic<int> torn{0};
         std::atomic<int> reads{0};
@@ -185,7 +185,7 @@ TEST(CFileReplace, ShowsAWholeFileUnderTheTargetsNameAtEveryMoment)
         for (int i = 1; i <= 20; ++i) {
             // A new file: an old target that was kept may still be open in the reader.
             fs::remove(folder.Path("file"));
-            CFile file(SpecOf(folder.Write("file", contents[i % 2])));
+            CFile file(Spec(folder.Write("file", contents[i % 2])));
             file.ReplaceFile(target, keepReplaced);
         }
         isOver = true;

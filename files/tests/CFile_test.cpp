@@ -39,7 +39,7 @@ mode_t ModeOf(std::string const& path)
 TEST(CFile, CreatesAnEmptyFileAndLeavesItClosed)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Path("new")));
+    CFile file(Spec(folder.Path("new")));
     EXPECT_FALSE(file.Exist());
     file.Create();
     EXPECT_TRUE(file.Exist());
@@ -71,7 +71,7 @@ TEST(CFile, CreateTellsWhyItCannot)
 
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
-        CFile file(SpecOf(c.mName.empty() ? folder.Path() : folder.Path(c.mName)));
+        CFile file(Spec(c.mName.empty() ? folder.Path() : folder.Path(c.mName)));
         EXPECT_EQ(FailureOf([&] { file.Create(); }), c.mFailure);
         EXPECT_FALSE(file.IsOpen());
     }
@@ -82,7 +82,7 @@ TEST(CFile, FailuresCarryThePathInUTF8)
 {
     StTempDir const folder;
     std::string const path = folder.Path("caf\xC3\xA9/\xF0\x9F\x98\x80");
-    CFile file(SpecOf(path));
+    CFile file(Spec(path));
     EXPECT_EQ(FailureTextOf([&] { file.Create(); }), path);
     EXPECT_EQ(FailureTextOf([&] { file.Open(CFile::cPrivilegeRead); }), path);
     EXPECT_EQ(FailureTextOf([&] { file.GetLength(); }), path);
@@ -93,7 +93,7 @@ TEST(CFile, KeepsTheMaskThatCreateSets)
 {
     StTempDir const folder;
     mode_t const former = umask(077);
-    CFile(SpecOf(folder.Path("new"))).Create();
+    CFile(Spec(folder.Path("new"))).Create();
     mode_t const left = umask(former);
     EXPECT_EQ(left, 022U);
     EXPECT_EQ(ModeOf(folder.Path("new")), 0644U);
@@ -119,7 +119,7 @@ TEST(CFile, OpensWithTheFlagsOfItsPrivileges)
     std::string const path = folder.Write("file", "text");
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
-        CFile file(SpecOf(path));
+        CFile file(Spec(path));
         EXPECT_FALSE(file.IsOpen());
         file.Open(static_cast<CFile::PrivilegesEnum>(c.mPrivileges));
         EXPECT_TRUE(file.IsOpen());
@@ -139,7 +139,7 @@ TEST(CFile, AsksThePlatformToOpenForWriters)
     std::string const path = folder.Write("file", "text");
     ScriptedFilePlatform platform;
     StFilePlatform const guard(platform);
-    CFile file(SpecOf(path));
+    CFile file(Spec(path));
     for (auto const privileges :
          {CFile::cPrivilegeRead, CFile::cPrivilegeWrite, CFile::cPrivilegeReadWrite}) {
         file.Open(privileges);
@@ -177,7 +177,7 @@ TEST(CFile, OpenTellsWhyItCannot)
 
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
-        CFile file(SpecOf(folder.Path(c.mName)));
+        CFile file(Spec(folder.Path(c.mName)));
         EXPECT_EQ(FailureOf([&] { file.Open(c.mPrivileges); }), c.mFailure);
         EXPECT_FALSE(file.IsOpen());
     }
@@ -189,7 +189,7 @@ TEST(CFile, OpenRefusesWhatPermissionsForbid)
     std::string const path = folder.Write("file", "text");
     fs::permissions(path, fs::perms::none);
     StUnprivileged const guard;
-    CFile file(SpecOf(path));
+    CFile file(Spec(path));
     for (auto const privileges : {CFile::cPrivilegeRead, CFile::cPrivilegeWrite}) {
         EXPECT_EQ(FailureOf([&] { file.Open(privileges); }),
                   FileFailure(kFileAccessDenied, kFileOpen, EACCES));
@@ -199,7 +199,7 @@ TEST(CFile, OpenRefusesWhatPermissionsForbid)
 TEST(CFile, AsksItsSpecifierWhatIsThere)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Path("file")));
+    CFile file(Spec(folder.Path("file")));
     EXPECT_FALSE(file.Exist() || file.Readable() || file.Writeable());
     folder.Write("file", "text");
     EXPECT_TRUE(file.Exist() && file.Readable() && file.Writeable());
@@ -211,7 +211,7 @@ TEST(CFile, OpenThatFailsWithNoErrorThrowsNothing)
     ScriptedFilePlatform platform;
     StFilePlatform const guard(platform);
     platform.Fail("OpenLocked", ScriptedFilePlatform::kAlways, 0);
-    CFile file(SpecOf(folder.Write("file", "text")));
+    CFile file(Spec(folder.Write("file", "text")));
     EXPECT_EQ(FailureOf([&] { file.Open(CFile::cPrivilegeWrite); }), Failure());
     EXPECT_FALSE(file.IsOpen());
 }
@@ -222,9 +222,9 @@ TEST(CFile, WriterRefusesASecondWriterButNoReader)
     std::string const path = folder.Write("file", "text");
     Failure const held = FileFailure(kFileAccessDenied, kFileOpen, EAGAIN);
     for (auto const privileges : {CFile::cPrivilegeWrite, CFile::cPrivilegeReadWrite}) {
-        CFile first(SpecOf(path));
-        CFile second(SpecOf(path));
-        CFile reader(SpecOf(path));
+        CFile first(Spec(path));
+        CFile second(Spec(path));
+        CFile reader(Spec(path));
         first.Open(privileges);
         EXPECT_EQ(FailureOf([&] { second.Open(CFile::cPrivilegeWrite); }), held);
         EXPECT_EQ(FailureOf([&] { second.Open(CFile::cPrivilegeReadWrite); }), held);
@@ -241,7 +241,7 @@ TEST(CFile, WriterRefusesASecondWriterButNoReader)
 TEST(CFile, WriterRefusesWritersOfOtherProcesses)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "text")));
+    CFile file(Spec(folder.Write("file", "text")));
     CFile other(file);
     file.Open(CFile::cPrivilegeWrite);
     pid_t const child = fork();
@@ -260,7 +260,7 @@ TEST(CFile, OpenReplacesAnOpenDescriptor)
 {
     StTempDir const folder;
     std::string const path = folder.Write("file", "text");
-    CFile file(SpecOf(path));
+    CFile file(Spec(path));
     char byte = 0;
     file.Open(CFile::cPrivilegeRead);
     file.Read(&byte, 1);
@@ -273,7 +273,7 @@ TEST(CFile, WriterThatOpensAgainMeetsItsOwnLockAndIsClosed)
 {
     StTempDir const folder;
     std::string const path = folder.Write("file", "text");
-    CFile file(SpecOf(path));
+    CFile file(Spec(path));
     file.Open(CFile::cPrivilegeWrite);
     EXPECT_EQ(FailureOf([&] { file.Open(CFile::cPrivilegeWrite); }),
               FileFailure(kFileAccessDenied, kFileOpen, EAGAIN));
@@ -288,7 +288,7 @@ TEST(CFile, ClosesAtItsEnd)
     StTempDir const folder;
     std::string const path = folder.Write("file", "text");
     {
-        CFile file(SpecOf(path));
+        CFile file(Spec(path));
         file.Open(CFile::cPrivilegeWrite);
         EXPECT_THAT(DescriptorsOf(path), SizeIs(1));
     }
@@ -298,7 +298,7 @@ TEST(CFile, ClosesAtItsEnd)
 TEST(CFile, ReportsEBADFWhenClosed)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "text")));
+    CFile file(Spec(folder.Write("file", "text")));
     char buffer[8] = {};
 
     struct
@@ -329,7 +329,7 @@ TEST(CFile, ReportsEBADFWhenClosed)
 TEST(CFile, SaysNothingWhenClosedWhereAQuestionIsAsked)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "text")));
+    CFile file(Spec(folder.Write("file", "text")));
     long long position = 7;
     file.Flush();
     EXPECT_EQ(file.GetLength(), 4);
@@ -342,7 +342,7 @@ TEST(CFile, KeepsCountingAsOpenAfterAFailedClose)
 {
     StTempDir const folder;
     std::string const path = folder.Write("file", "text");
-    CFile file(SpecOf(path));
+    CFile file(Spec(path));
     file.Open(CFile::cPrivilegeRead);
     for (int const descriptor : DescriptorsOf(path))
         close(descriptor);
@@ -357,12 +357,12 @@ TEST(CFile, CopiesStartClosedWithPlaceAndByteOrder)
 {
     StTempDir const folder;
     std::string const path = folder.Write("file", "text");
-    CFile file(SpecOf(path));
+    CFile file(Spec(path));
     file.SetFileEndianness(CFile::cBigEndian);
     file.Open(CFile::cPrivilegeRead);
 
     CFile const copy(file);
-    CFile assigned(SpecOf(folder.Write("other", "")));
+    CFile assigned(Spec(folder.Write("other", "")));
     assigned.Open(CFile::cPrivilegeRead);
     assigned = file;
     EXPECT_TRUE(file.IsOpen());
@@ -380,7 +380,7 @@ TEST(CFile, AssignmentToItselfCloses)
 {
     StTempDir const folder;
     std::string const path = folder.Write("file", "text");
-    CFile file(SpecOf(path));
+    CFile file(Spec(path));
     file.Open(CFile::cPrivilegeRead);
     CFile const& same = file;
     file = same;
@@ -400,7 +400,7 @@ TEST(CFile, DeletesFilesLinksAndEmptyFolders)
     folder.Write("kept", "text");
     for (char const* const name : {"file", "folder", "link", "dangling"}) {
         SCOPED_TRACE(name);
-        CFile(SpecOf(folder.Path(name))).Delete();
+        CFile(Spec(folder.Path(name))).Delete();
         EXPECT_FALSE(folder.Has(name));
     }
     EXPECT_EQ(folder.Read("kept"), "text");
@@ -425,7 +425,7 @@ TEST(CFile, DeleteTellsWhyItCannot)
 
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
-        CFile file(SpecOf(folder.Path(c.mName)));
+        CFile file(Spec(folder.Path(c.mName)));
         EXPECT_EQ(FailureOf([&] { file.Delete(); }), c.mFailure);
         EXPECT_EQ(FailureOf([&] { file.MoveToTrash(); }), c.mFailure);
     }
@@ -435,7 +435,7 @@ TEST(CFile, DeleteTellsWhyItCannot)
 TEST(CFile, KeepsDeletingInMoveToTrash)
 {
     StTempDir const folder;
-    CFile(SpecOf(folder.Write("file", "text"))).MoveToTrash();
+    CFile(Spec(folder.Write("file", "text"))).MoveToTrash();
     EXPECT_THAT(fs::directory_iterator(folder.Path()), testing::Eq(fs::directory_iterator()));
 }
 
@@ -443,9 +443,9 @@ TEST(CFile, DeleteOrTrashReportsOnlyWhatIsThere)
 {
     StTempDir const folder;
     folder.Write("full/file", "text");
-    CFile missing(SpecOf(folder.Path("no")));
-    CFile file(SpecOf(folder.Write("file", "text")));
-    CFile full(SpecOf(folder.Path("full")));
+    CFile missing(Spec(folder.Path("no")));
+    CFile file(Spec(folder.Write("file", "text")));
+    CFile full(Spec(folder.Path("full")));
     Failure const notEmpty = FileFailure(kOtherFailure, kFileDelete, ENOTEMPTY);
     EXPECT_EQ(FailureOf([&] { missing.DeleteOrTrash(); }), Failure());
     EXPECT_EQ(FailureOf([&] { missing.DeleteOrTrashWithoutError(); }), Failure());
@@ -477,7 +477,7 @@ TEST(CFile, SpecifiersDeleteThroughFiles)
 
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
-        CFileSpec fileSpec = SpecOf(folder.Write("file", "text"));
+        CFileSpec fileSpec = Spec(folder.Write("file", "text"));
         c.mAction(fileSpec);
         EXPECT_FALSE(fileSpec.Exist());
         EXPECT_EQ(FailureOf([&] { c.mAction(fileSpec); }), c.mWhenMissing);
@@ -487,8 +487,8 @@ TEST(CFile, SpecifiersDeleteThroughFiles)
 TEST(CFile, MakeAliasAlwaysFails)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "text")));
-    auto const makeAlias = [&] { file.MakeAlias(SpecOf(folder.Path("alias"))); };
+    CFile file(Spec(folder.Write("file", "text")));
+    auto const makeAlias = [&] { file.MakeAlias(Spec(folder.Path("alias"))); };
     EXPECT_EQ(FailureOf(makeAlias), FileFailure(kOtherFailure, kFileMakeAlias, -2));
     EXPECT_EQ(FailureTextOf(makeAlias), "");
 }
@@ -498,7 +498,7 @@ TEST(CFile, MakeAliasAlwaysFails)
 TEST(CFile, TellsTheLengthOpenAndClosed)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "text")));
+    CFile file(Spec(folder.Write("file", "text")));
     EXPECT_EQ(file.GetLength(), 4);
     file.Open(CFile::cPrivilegeReadWrite);
     file.Write("longer", 6);
@@ -513,7 +513,7 @@ TEST(CFile, TellsTheLengthOpenAndClosed)
 TEST(CFile, SetsItsEnd)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "text")));
+    CFile file(Spec(folder.Write("file", "text")));
     file.Open(CFile::cPrivilegeReadWrite);
     file.SetCursorPos(3, basic_binstream::cursor_from_start);
     file.SetEOF(2);
@@ -542,7 +542,7 @@ TEST(CFile, MovesTheCursorFromEachReference)
     };
 
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "0123456789")));
+    CFile file(Spec(folder.Write("file", "0123456789")));
     file.Open(CFile::cPrivilegeRead);
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
@@ -558,7 +558,7 @@ TEST(CFile, MovesTheCursorFromEachReference)
 TEST(CFile, ReadsToTheEndWhichIsNoFailure)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "text")));
+    CFile file(Spec(folder.Write("file", "text")));
     file.Open(CFile::cPrivilegeRead);
     char buffer[8] = {};
     EXPECT_FALSE(file.IsEOF());
@@ -574,7 +574,7 @@ TEST(CFile, ReadsToTheEndWhichIsNoFailure)
 TEST(CFile, RefusesNegativeSizes)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "text")));
+    CFile file(Spec(folder.Write("file", "text")));
     file.Open(CFile::cPrivilegeReadWrite);
     char buffer[8] = {};
     Failure const read = FailureOf([&] { file.Read(buffer, -1); });
@@ -586,7 +586,7 @@ TEST(CFile, RefusesNegativeSizes)
 
 TEST(CFile, ReportsAFullDisk)
 {
-    CFile file(SpecOf("/dev/full"));
+    CFile file(Spec("/dev/full"));
     file.Open(CFile::cPrivilegeWrite);
     EXPECT_EQ(FailureOf([&] { file.Write("text", 4); }),
               FileFailure(kOtherFailure, kFileWrite, ENOSPC));
@@ -595,7 +595,7 @@ TEST(CFile, ReportsAFullDisk)
 TEST(CFile, TellsAPhysicalPositionUnlessItIsMinusOne)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", "text")));
+    CFile file(Spec(folder.Write("file", "text")));
     file.Open(CFile::cPrivilegeRead);
     ScriptedFilePlatform platform;
     StFilePlatform const guard(platform);
@@ -616,7 +616,7 @@ TEST(CFile, TellsAPhysicalPositionUnlessItIsMinusOne)
 TEST(CFile, PhysicalPositionsFollowTheOffset)
 {
     StTempDir const folder;
-    CFile file(SpecOf(folder.Write("file", std::string(4096, 'x'))));
+    CFile file(Spec(folder.Write("file", std::string(4096, 'x'))));
     file.Open(CFile::cPrivilegeReadWrite);
     file.Flush();
     long long first = 0;
@@ -649,7 +649,7 @@ TEST(CFile, UniqueNamesPassOnOtherFailures)
 {
     StTempDir const folder;
     StEnvironment const home("HOME", folder.Path("no"));
-    CFileSpec result = SpecOf("/as/it/was");
+    CFileSpec result = Spec("/as/it/was");
     EXPECT_EQ(FailureOf([&] {
                   CFile::CreateFileWithUniqueName(CFileSpec::cContainerDesktop, "a", result);
               }),

@@ -2,24 +2,13 @@
 #pragma once
 
 #include "files/CFile.h"
+#include "files/tests/FileTesting.h"
 
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include <unistd.h>
-
-inline CFileSpec SpecOf(std::string const& path)
-{
-    return CFileSpec(path, false);
-}
-
-inline std::string PathOf(CFileSpec const& fileSpec)
-{
-    std::string path;
-    fileSpec.GetFullPath8bit(&path);
-    return path;
-}
 
 inline std::string PathOf(CFile& file)
 {

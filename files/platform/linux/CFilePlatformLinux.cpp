@@ -23,7 +23,8 @@ namespace {
 // ---- Watching
 
 // A removed name shows only as IN_ATTRIB, with a falling link count: IN_DELETE_SELF waits for the
-// last descriptor, and that one is ours.
+// last descriptor, and that one is ours. IN_MODIFY also comes when the modification date alone is
+// set.
 constexpr unsigned int kWatchedEvents = IN_MODIFY | IN_ATTRIB | IN_DELETE_SELF;
 
 // A file under watch; ends with the scope, so that the watch is free for the next file.
@@ -175,7 +176,7 @@ public:
         return (extent.fe_flags & kNoPlace) == 0;
     }
 
-    // An exchange keeps the replaced object, and a rename drops it. `backupName` says only which.
+    // An exchange keeps the replaced object. `backupName` says only whether it is wanted.
     FileReplacement ReplaceObject(char const* target,
                                   char const* replacement,
                                   char const* backupName,
@@ -183,8 +184,7 @@ public:
     {
         FlushFile(replacement);
         unsigned int const flags = backupName ? RENAME_EXCHANGE : 0;
-        int const result = backupName ? renameat2(AT_FDCWD, replacement, AT_FDCWD, target, flags)
-                                      : rename(replacement, target);
+        int const result = renameat2(AT_FDCWD, replacement, AT_FDCWD, target, flags);
         return result == 0 ? kFileReplacedByMove : kFileNotReplaced;
     }
 
