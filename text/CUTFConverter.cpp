@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <iterator>
 
 #include "text/ConvertUTF.h"
 
 namespace {
+
+// Small enough for any thread's stack and the processor's nearest cache.
+constexpr size_t kChunkBytes = 4096;
 
 ConversionFlags FlagsOf(CUTFConverter::ConversionMode mode)
 {
@@ -62,22 +66,57 @@ ConversionResult Convert(UTF16 const** source,
     return ConvertUTF16toUTF8(source, sourceEnd, target, targetEnd, flags);
 }
 
-// Converts through a small buffer, so that the target is written once, with what belongs there.
+// Empties a text unless it is finished, whatever the way out.
+template <class Text>
+class StEmptyUnlessDone
+{
+public:
+    explicit StEmptyUnlessDone(Text& text)
+        : mText(text)
+    {
+    }
+
+    StEmptyUnlessDone(StEmptyUnlessDone const&) = delete;
+    StEmptyUnlessDone& operator=(StEmptyUnlessDone const&) = delete;
+
+    ~StEmptyUnlessDone()
+    {
+        if (!mIsDone) mText.clear();
+    }
+
+    void SetDone() { mIsDone = true; }
+
+private:
+    Text& mText;
+    bool mIsDone = false;
+};
+
+// Converts by way of a small buffer, so that the text is written once and never filled with blanks
+// first. As long as there is one unit for each of the source, which is always enough for UTF-16,
+// storage is had only once.
 template <class Source, class Text>
 bool ConvertToText(Source const* source, size_t length, Text& target, ConversionFlags flags)
 {
-    constexpr size_t kChunk = 2048;
-    typename Text::value_type chunk[kChunk];
+    constexpr size_t kMostBytes = 3;  // for a unit
+    typename Text::value_type chunk[kChunkBytes / sizeof(typename Text::value_type)];
+    auto* const chunkStart = Units(chunk);
 
     target.clear();
+    StEmptyUnlessDone guard(target);
     Source const* const sourceEnd = source + length;
     ConversionResult result = targetExhausted;
     while (result == targetExhausted) {
-        auto* chunkEnd = Units(chunk);
-        result = Convert(&source, sourceEnd, &chunkEnd, Units(chunk) + kChunk, flags);
-        target.append(chunk, static_cast<size_t>(chunkEnd - Units(chunk)));
+        auto* chunkEnd = chunkStart;
+        result = Convert(&source, sourceEnd, &chunkEnd, chunkStart + std::size(chunk), flags);
+        auto const written = static_cast<size_t>(chunkEnd - chunkStart);
+        if (result == targetExhausted && target.capacity() < target.size() + written) {
+            auto const rest = static_cast<size_t>(sourceEnd - source);
+            target.reserve(target.empty() ? std::max(length, written)
+                                          : target.size() + written + rest * kMostBytes);
+        }
+        if (result == conversionOK || result == targetExhausted) target.append(chunk, written);
     }
-    if (result != conversionOK) target.clear();
+    if (result == conversionOK) guard.SetDone();
     return result == conversionOK;
 }
 

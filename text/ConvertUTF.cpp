@@ -1,11 +1,8 @@
 #include "text/ConvertUTF.h"
 
-#include <cstdint>
+#include "text/UTFRuns.h"
 
 namespace {
-
-// Text at the level of classes is `char16_t`, which these routines reach through pointers to UTF16.
-typedef UTF16 __attribute__((may_alias)) AnyUnit16;
 
 constexpr UTF32 kReplacement = 0xFFFD;
 constexpr UTF32 kLastUnicode = 0x10FFFF;
@@ -88,7 +85,7 @@ Character LoneSurrogate(UTF32 value, ConversionFlags flags)
     return {flags == lenientConversion ? value : kReplacement, 1, conversionOK};
 }
 
-Character ReadUTF16(AnyUnit16 const* source, AnyUnit16 const* sourceEnd, ConversionFlags flags)
+Character ReadUTF16(AnyUTF16 const* source, AnyUTF16 const* sourceEnd, ConversionFlags flags)
 {
     UTF32 const unit = source[0];
     if (IsLow(unit)) return LoneSurrogate(unit, flags);
@@ -105,7 +102,7 @@ constexpr int UnitsUTF16(UTF32 value)
     return value < 0x10000 ? 1 : 2;
 }
 
-void WriteUTF16(UTF32 value, AnyUnit16*& target)
+void WriteUTF16(UTF32 value, AnyUTF16*& target)
 {
     if (value < 0x10000) {
         *target++ = static_cast<UTF16>(value);
@@ -145,8 +142,10 @@ ConversionResult ConvertUTF8toUTF16(UTF8 const** sourceStart,
 {
     ConversionResult result = conversionOK;
     UTF8 const* source = *sourceStart;
-    AnyUnit16* target = *targetStart;
-    while (source < sourceEnd) {
+    AnyUTF16* target = *targetStart;
+    for (;;) {
+        RunUTF8toUTF16(source, sourceEnd, target, targetEnd);
+        if (source >= sourceEnd) break;
         Character const read = ReadUTF8(source, sourceEnd);
         result = read.mResult;
         if (result != conversionOK) break;
@@ -200,9 +199,11 @@ ConversionResult ConvertUTF16toUTF8(UTF16 const** sourceStart,
                                     ConversionFlags flags)
 {
     ConversionResult result = conversionOK;
-    AnyUnit16 const* source = *sourceStart;
+    AnyUTF16 const* source = *sourceStart;
     UTF8* target = *targetStart;
-    while (source < sourceEnd) {
+    for (;;) {
+        RunUTF16toUTF8(source, sourceEnd, target, targetEnd);
+        if (source >= sourceEnd) break;
         Character const read = ReadUTF16(source, sourceEnd, flags);
         result = read.mResult;
         if (result != conversionOK) break;
@@ -226,7 +227,7 @@ ConversionResult ConvertUTF16toUTF32(UTF16 const** sourceStart,
                                      ConversionFlags flags)
 {
     ConversionResult result = conversionOK;
-    AnyUnit16 const* source = *sourceStart;
+    AnyUTF16 const* source = *sourceStart;
     UTF32* target = *targetStart;
     while (source < sourceEnd) {
         Character const read = ReadUTF16(source, sourceEnd, flags);
@@ -252,7 +253,7 @@ ConversionResult ConvertUTF32toUTF16(UTF32 const** sourceStart,
 {
     ConversionResult result = conversionOK;
     UTF32 const* source = *sourceStart;
-    AnyUnit16* target = *targetStart;
+    AnyUTF16* target = *targetStart;
     for (; source < sourceEnd; ++source) {
         UTF32 value = *source;
         // Room comes first here, even for a value that will write nothing.
@@ -328,7 +329,7 @@ bool isLegalUTF8Sequence(UTF8 const* source, UTF8 const* sourceEnd)
 
 bool isLegalUTF16Sequence(UTF16 const* sourceStart, UTF16 const* sourceEnd)
 {
-    AnyUnit16 const* source = sourceStart;
+    AnyUTF16 const* source = sourceStart;
     while (source < sourceEnd) {
         if (!IsSurrogate(*source)) {
             ++source;
