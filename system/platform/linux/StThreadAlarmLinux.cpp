@@ -15,7 +15,7 @@ namespace {
 
 constexpr long long kMicroSecondsPerSecond = 1000000;
 constexpr long kNanoSecondsPerMicroSecond = 1000;
-constexpr timespec kRepeat = {0, 10 * 1000 * 1000};  // 10 ms
+constexpr timespec kRepeat = {0, 1000 * 1000};  // a millisecond
 
 }  // namespace
 

@@ -8,7 +8,7 @@
 namespace {
 
 constexpr int64_t kNanoSecondsPerMicroSecond = 1000;
-constexpr uint64_t kRepeat = 10 * NSEC_PER_MSEC;
+constexpr uint64_t kRepeat = NSEC_PER_MSEC;
 
 }  // namespace
 
