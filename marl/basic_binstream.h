@@ -17,8 +17,9 @@
 class MARL_EXPORT basic_binstream
 {
 public:
-    /// What an offset counts from. The values are fixed; `CFile::SetCursorPos` takes them too.
-    enum cursorref_type
+    /// What an offset counts from. The values are fixed; `CFile::SetCursorPos` takes them too. Any
+    /// other value may be handed over.
+    enum cursorref_type : int
     {
         cursor_from_start = 0,
         cursor_from_end = 1,

@@ -10,7 +10,7 @@
 class MARL_EXPORT progressive_lock
 {
 public:
-    enum strength
+    enum strength : int
     {
         shared = 1,
         exclusive = 2
