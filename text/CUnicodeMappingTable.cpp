@@ -42,6 +42,14 @@ std::atomic<CUnicodeMappingTable*> CUnicodeMappingTable::sDecomposeDiacriticsTab
 std::atomic<CUnicodeMappingTable*> CUnicodeMappingTable::sCaseFoldingTable;
 std::atomic<CUnicodeMappingTable*> CUnicodeMappingTable::sStripNSMTable;
 
+constinit std::array<std::uint16_t, CUnicodeMappingTable::kIndexSize> const
+    CUnicodeMappingTable::sEmptyIndex = [] {
+        std::array<std::uint16_t, kIndexSize> index{};
+        for (unsigned int low = 0; low < kSteps; ++low)
+            index[low] = kUnmapped;
+        return index;
+    }();
+
 // A page on its way into its slot.
 struct CUnicodeMappingTable::Page
 {
@@ -56,22 +64,19 @@ struct CUnicodeMappingTable::Page
         , mData(std::make_unique<char16_t[]>(static_cast<std::size_t>(count)))
         , mIndex(std::make_unique<std::uint16_t[]>(kIndexSize))
     {
-        std::fill_n(mIndex.get(), kSingles, kUnmapped);
+        std::fill_n(mIndex.get(), kSteps, kUnmapped);
     }
 
     // Whether `at` is the offset of an entry, the whole of which lies in the data.
     bool HasEntry(int at) const { return at < mCount && mData[at] < mCount - at; }
 
-    void FillSingles()
+    void FillSteps()
     {
         for (unsigned int low = 0; low < 256; ++low) {
             std::uint16_t const at = mIndex[low];
-            std::uint16_t& single = mIndex[kSingles + low];
-            if (at == kUnmapped) {
-                single = static_cast<std::uint16_t>(mNumber << 8 | low);
-            } else {
-                single = mData[at] == 1 ? mData[at + 1] : kNoSingleUnit;
-            }
+            if (at == kUnmapped) continue;
+            unsigned int const single = mData[at] == 1 ? mData[at + 1] : kNoSingleUnit;
+            mIndex[kSteps + low] = static_cast<std::uint16_t>(single - (mNumber << 8 | low));
         }
     }
 
@@ -99,7 +104,7 @@ std::optional<CUnicodeMappingTable::Page> CUnicodeMappingTable::Page::Read(CTabl
         if (at != kUnmapped && !page.HasEntry(at)) return {};
         page.mIndex[low] = at;
     }
-    page.FillSingles();
+    page.FillSteps();
     return page;
 }
 
@@ -126,21 +131,26 @@ CUnicodeMappingTable::Page::Compose(unsigned int number, std::u16string const (&
         page.mData[at++] = static_cast<char16_t>(mapping.size());
         at += static_cast<int>(mapping.copy(&page.mData[at], mapping.size()));
     }
-    page.FillSingles();
+    page.FillSteps();
     return page;
 }
 
 void CUnicodeMappingTable::TakePage(Page&& page)
 {
     Slot& slot = mSlots[page.mNumber];
-    delete[] slot.mData;
-    delete[] slot.mIndex;
+    Free(slot);
     slot = {page.mData.release(), page.mIndex.release()};
+}
+
+void CUnicodeMappingTable::Free(Slot const& slot)
+{
+    delete[] slot.mData;
+    if (slot.mIndex != sEmptyIndex.data()) delete[] slot.mIndex;
 }
 
 void CUnicodeMappingTable::InitMappingTable()
 {
-    std::fill(std::begin(mSlots), std::end(mSlots), Slot{nullptr, nullptr});
+    std::fill(std::begin(mSlots), std::end(mSlots), Slot{nullptr, sEmptyIndex.data()});
 }
 
 void CUnicodeMappingTable::LoadMappingTable(signed char* data, int length)
@@ -153,10 +163,8 @@ void CUnicodeMappingTable::LoadMappingTable(signed char* data, int length)
 
 void CUnicodeMappingTable::UnloadMappingTable()
 {
-    for (Slot const& slot : mSlots) {
-        delete[] slot.mData;
-        delete[] slot.mIndex;
-    }
+    for (Slot const& slot : mSlots)
+        Free(slot);
     InitMappingTable();
 }
 
@@ -203,8 +211,7 @@ bool CUnicodeMappingTable::HasMappableText(std::u16string const& text) const
 char16_t const* CUnicodeMappingTable::FindMappable(char16_t const* text, char16_t const* end) const
 {
     return std::find_if(text, end, [this](char16_t unit) {
-        std::uint16_t const* const index = mSlots[unit >> 8].mIndex;
-        return index && index[unit & 0xFF] != kUnmapped;
+        return mSlots[unit >> 8].mIndex[unit & 0xFF] != kUnmapped;
     });
 }
 

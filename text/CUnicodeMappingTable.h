@@ -14,6 +14,7 @@
 // throws when it can't grow goes on to the caller; nothing else fails.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -112,7 +113,6 @@ public:
     bool FindEntry(char16_t unit, char16_t const*& units, int& count) const
     {
         Slot const& slot = mSlots[unit >> 8];
-        if (!slot.mIndex) return false;
         std::uint16_t const at = slot.mIndex[unit & 0xFF];
         if (at == kUnmapped) return false;
         count = slot.mData[at];
@@ -125,8 +125,8 @@ public:
     /// this first, then `FindEntry`.
     char16_t MapToSingleUnit(char16_t unit) const
     {
-        std::uint16_t const* const index = mSlots[unit >> 8].mIndex;
-        return index ? index[kSingles + (unit & 0xFF)] : unit;
+        std::uint16_t const step = mSlots[unit >> 8].mIndex[kSteps + (unit & 0xFF)];
+        return static_cast<char16_t>(unit + step);
     }
 
     /// Shared tables, never null, made at first use, whole before anybody sees them, and kept until
@@ -146,23 +146,26 @@ public:
     static CUnicodeMappingTable* GetStripNSTable();
 
 private:
-    // Both null if no unit of the page has a mapping.
     struct Slot
     {
-        // Owned. A series of entries, each its length and then as many units.
-        char16_t* mData;
-        // Owned. By low byte the offset of the entry in `mData` or `kUnmapped`; from `kSingles` on,
-        // by low byte, what `MapToSingleUnit` answers.
-        std::uint16_t* mIndex;
+        // Owned. A series of entries, each its length and then as many units. Null on a page with
+        // no mapping.
+        char16_t const* mData;
+        // Owned, but `sEmptyIndex` on a page with no mapping, so that a look-up never has to ask.
+        // By low byte the offset of the entry in `mData` or `kUnmapped`, and from `kSteps` on, by
+        // low byte, the distance modulo 65,536 from the unit to what `MapToSingleUnit` answers.
+        std::uint16_t const* mIndex;
     };
 
     static constexpr std::uint16_t kUnmapped = 0xFFFF;
-    static constexpr int kSingles = 256;
-    static constexpr int kIndexSize = 512;
+    static constexpr unsigned int kSteps = 256;
+    static constexpr unsigned int kIndexSize = 512;
+    static std::array<std::uint16_t, kIndexSize> const sEmptyIndex;
 
     struct Page;
 
     void TakePage(Page&& page);
+    static void Free(Slot const& slot);
     char16_t const* FindMappable(char16_t const* text, char16_t const* end) const;
     int FindCandidate(char16_t const* text, int textLength, int at, char16_t first) const;
     void AppendMapped(char16_t const* source,
