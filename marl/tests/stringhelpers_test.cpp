@@ -18,7 +18,7 @@ TEST(stringhelpers, UpperCasesEveryUnitBySimpleMapping)
             upper != 0 && upper <= 0xFFFF ? static_cast<char16_t>(upper) : unit;
         std::u16string text(1, unit);
         ConvToUpper(text);
-        EXPECT_EQ(text, std::u16string(1, expected)) << std::hex << code;
+        EXPECT_EQ(text, std::u16string(1, expected)) << static_cast<unsigned>(code);
         if (text[0] != unit) ++mapped;
     }
     EXPECT_GT(mapped, 1000);
