@@ -1,15 +1,42 @@
 #include "files/CFileSpecIteratorImp.h"
 
-#include <cerrno>
-#include <cstring>
-#include <string_view>
-#include <utility>
-
 #include "concurrency/StMutexLocker.h"
 #include "files/CFileSpec.h"
 #include "files/FileSpecConstants.h"
 #include "foundation/FailureDomains.h"
 #include "text/CUTFConverter.h"
+
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+// False for a name that isn't UTF-8, or none.
+bool AppendName(std::string_view name, std::u16string& path)
+{
+    if (name.empty()) return false;
+    std::u16string::size_type const start = path.size();
+    path.resize(start + name.size());
+    unsigned char allBits = 0;
+    for (std::string_view::size_type i = 0; i < name.size(); ++i) {
+        auto const byte = static_cast<unsigned char>(name[i]);
+        path[start + i] = byte;
+        allBits = static_cast<unsigned char>(allBits | byte);
+    }
+    // Most names are ASCII, and a folder may have very many of them.
+    if (allBits < 0x80) return true;
+
+    // Strict: with a surrogate replaced it would be the name of another file.
+    std::u16string name16;
+    bool const isUTF8 = CUTFConverter::ConvertUTF8toUTF16(
+        name.data(), static_cast<int>(name.size()), name16, CUTFConverter::kStrictMode);
+    path.replace(start, path.size() - start, name16);
+    return isUTF8;
+}
+
+}  // namespace
 
 // A failure here leaves errno for the first Next.
 CFileSpecIteratorImp::CFileSpecIteratorImp(CFileSpec const& folder)
@@ -37,23 +64,20 @@ bool CFileSpecIteratorImp::Next(CFileSpec* result)
         return false;
     }
     StMutexLocker const locker(&mMutex);
-    if (!ReadEntry_()) return false;
-
     std::u16string path;
-    path.reserve(mPrefix.size() + mName.size());
-    path.append(mPrefix).append(mName);
+    if (!ReadPath_(path)) return false;
     *result = CFileSpec(std::move(path), false);
     return true;
 }
 
-// Reads up to the next entry that a path can lead to, into mEntry and mName.
-bool CFileSpecIteratorImp::ReadEntry_()
+// Reads up to the next entry that a path can lead to, and gives that path.
+bool CFileSpecIteratorImp::ReadPath_(std::u16string& path)
 {
     while ((mEntry = readdir(mDirectory))) {
         std::string_view const name(mEntry->d_name);
         if (name == "..") continue;
         if (name == ".") {
-            // A folder that comes to its own entry again would never end.
+            // Kept on purpose: a folder that shows its own entry twice ends there.
             if (mSeenDot) {
                 mEntry = nullptr;
                 return false;
@@ -61,13 +85,9 @@ bool CFileSpecIteratorImp::ReadEntry_()
             mSeenDot = true;
             continue;
         }
-        // Strict: a replaced surrogate would make it the name of another file. An empty name would
-        // be the folder.
-        if (!name.empty() &&
-            CUTFConverter::ConvertUTF8toUTF16(name.data(), static_cast<int>(name.size()), mName,
-                                              CUTFConverter::kStrictMode)) {
-            return true;
-        }
+        path.reserve(mPrefix.size() + name.size());
+        path = mPrefix;
+        if (AppendName(name, path)) return true;
     }
     return false;
 }

@@ -1,13 +1,13 @@
 // The entries of a folder by `readdir`.
 #pragma once
 
-#include <string>
-
-#include <dirent.h>
-
 #include "concurrency/CMutex.h"
 #include "files/CBasicFileSpecIteratorImp.h"
 #include "foundation/CFileExceptionHandler.h"
+
+#include <string>
+
+#include <dirent.h>
 
 class CFileSpecIteratorImp : public CFileExceptionHandler, public CBasicFileSpecIteratorImp
 {
@@ -18,14 +18,13 @@ public:
     bool Next(CFileSpec* result) override;
 
 private:
-    bool ReadEntry_();
+    bool ReadPath_(std::u16string& path);
 
     std::u16string mFolderPath;
-    DIR* mDirectory =
-        nullptr;  // owned, null if the folder couldn't be opened; its state is guarded by mMutex
+    // Owned, null if the folder couldn't be opened. What it points to is guarded by mMutex.
+    DIR* mDirectory = nullptr;
     dirent* mEntry = nullptr;  // belongs to mDirectory; guarded by mMutex
     CMutex mMutex;
     bool mSeenDot = false;   // guarded by mMutex
-    std::u16string mName;    // of mEntry; guarded by mMutex
     std::u16string mPrefix;  // of all paths; never changes
 };
