@@ -14,9 +14,9 @@
 // One object serves one thread at a time, const operations too, since they fill caches.
 #pragma once
 
-#include <string>
-
 #include "foundation/LoamExport.h"
+
+#include <string>
 
 class CFileSpec;
 class CFileSpecImp;

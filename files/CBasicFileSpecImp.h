@@ -2,9 +2,9 @@
 // here is for bodies that know nothing better.
 #pragma once
 
-#include <string>
-
 #include "files/CBasicFileSpec.h"
+
+#include <string>
 
 class CBasicFileSpecImp
 {

@@ -1,10 +1,10 @@
 #include "files/CFileSpec.h"
 
-#include <type_traits>
-#include <utility>
-
 #include "files/CFileSpecImp.h"
 #include "text/CUTFConverter.h"
+
+#include <type_traits>
+#include <utility>
 
 namespace {
 

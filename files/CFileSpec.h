@@ -16,10 +16,10 @@
 // `CBasicFileSpec` tells about failures, also if all numbers are taken.
 #pragma once
 
-#include <string>
-
 #include "files/CBasicFileSpec.h"
 #include "foundation/LoamExport.h"
+
+#include <string>
 
 class CBasicFileSpecImp;
 

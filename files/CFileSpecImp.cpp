@@ -1,11 +1,5 @@
 #include "files/CFileSpecImp.h"
 
-#include <cerrno>
-#include <utility>
-
-#include <sys/statvfs.h>
-#include <unistd.h>
-
 #include "files/CFileSpec.h"
 #include "files/CFolder.h"
 #include "files/FileSpecConstants.h"
@@ -13,6 +7,12 @@
 #include "marl/stringhelpers.h"
 #include "system/CDateTimeServices.h"
 #include "text/CUTFConverter.h"
+
+#include <cerrno>
+#include <utility>
+
+#include <sys/statvfs.h>
+#include <unistd.h>
 
 namespace {
 

@@ -5,12 +5,12 @@
 // never assigned: see `Assign`.
 #pragma once
 
+#include "files/CBasicFileSpecImp.h"
+#include "foundation/CFileExceptionHandler.h"
+
 #include <string>
 
 #include <sys/stat.h>
-
-#include "files/CBasicFileSpecImp.h"
-#include "foundation/CFileExceptionHandler.h"
 
 class CFileSpecImp : public CFileExceptionHandler, public CBasicFileSpecImp
 {

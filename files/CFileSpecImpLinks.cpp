@@ -1,10 +1,10 @@
 // How a path is led through the symbolic links on it.
+#include "files/CFileSpecImp.h"
+#include "text/CUTFConverter.h"
+
 #include <utility>
 
 #include <unistd.h>
-
-#include "files/CFileSpecImp.h"
-#include "text/CUTFConverter.h"
 
 namespace {
 

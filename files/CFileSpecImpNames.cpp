@@ -1,5 +1,10 @@
 // How a path that need not exist yet comes to be: from a folder and a name that is made legal and
 // unique.
+#include "files/CFileSpecImp.h"
+#include "files/FileSpecConstants.h"
+#include "foundation/FailureDomains.h"
+#include "text/CUTFConverter.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
@@ -8,11 +13,6 @@
 #include <utility>
 
 #include <unistd.h>
-
-#include "files/CFileSpecImp.h"
-#include "files/FileSpecConstants.h"
-#include "foundation/FailureDomains.h"
-#include "text/CUTFConverter.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Specifiers in a binary stream: one string, the path, whole or without the folder that it is in.
-#include <utility>
-
 #include "files/CFileSpec.h"
 #include "files/CFileSpecImp.h"
 #include "marl/basic_binstream.h"
+
+#include <utility>
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Percent encoding of URLs (RFC 3986, section 2.1), by our own set of bytes that stay.
-#include <array>
-#include <string>
-
 #include "files/CFileSpec.h"
 #include "files/FileSpecConstants.h"
+
+#include <array>
+#include <string>
 
 constexpr char CFileSpecURLReservedAndUnreservedCharacters[] =
     "!*'();:@&=+$,/?%#[]ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.~";

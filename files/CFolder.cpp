@@ -1,13 +1,13 @@
 #include "files/CFolder.h"
 
-#include <set>
-#include <utility>
-#include <vector>
-
 #include "files/CFile.h"
 #include "files/CFileSpecImp.h"
 #include "files/CFileSpecIterator.h"
 #include "files/CFolderImp.h"
+
+#include <set>
+#include <utility>
+#include <vector>
 
 namespace {
 

@@ -1,11 +1,11 @@
 #include "files/CFolderImp.h"
 
+#include "foundation/FailureDomains.h"
+
 #include <cerrno>
 
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include "foundation/FailureDomains.h"
 
 CFolderImp::CFolderImp(CFileSpec const& folder)
     : mFileSpec(folder)

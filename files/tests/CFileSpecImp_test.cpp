@@ -1,6 +1,11 @@
 // The body of a specifier: its path, and what stands at it.
 #include "files/CFileSpecImp.h"
 
+#include "files/tests/FileTesting.h"
+#include "testing/StTempDir.h"
+
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -9,11 +14,6 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
-
-#include "files/tests/FileTesting.h"
-#include "testing/StTempDir.h"
 
 namespace fs = std::filesystem;
 

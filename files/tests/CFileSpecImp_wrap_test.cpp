@@ -2,6 +2,11 @@
 // folder gives.
 #include "files/CFileSpecImp.h"
 
+#include "files/tests/FileTesting.h"
+#include "testing/StTempDir.h"
+
+#include <gtest/gtest.h>
+
 #include <cerrno>
 #include <cstring>
 #include <functional>
@@ -10,11 +15,6 @@
 
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
-
-#include "files/tests/FileTesting.h"
-#include "testing/StTempDir.h"
 
 namespace {
 

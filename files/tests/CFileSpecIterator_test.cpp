@@ -1,5 +1,10 @@
 #include "files/CFileSpecIterator.h"
 
+#include "files/tests/FileTesting.h"
+#include "testing/StTempDir.h"
+
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -8,11 +13,6 @@
 #include <thread>
 
 #include <fcntl.h>
-
-#include <gtest/gtest.h>
-
-#include "files/tests/FileTesting.h"
-#include "testing/StTempDir.h"
 
 namespace fs = std::filesystem;
 

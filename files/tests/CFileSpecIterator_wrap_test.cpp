@@ -1,14 +1,14 @@
 // Listings that no real folder gives.
+#include "files/tests/FileTesting.h"
+#include "testing/StTempDir.h"
+
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include <dirent.h>
-
-#include <gtest/gtest.h>
-
-#include "files/tests/FileTesting.h"
-#include "testing/StTempDir.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 // Paths that are led through links.
-#include <filesystem>
-
-#include <gtest/gtest.h>
-
 #include "files/CFileSpecImp.h"
 #include "files/tests/FileTesting.h"
 #include "testing/StTempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
 
 namespace fs = std::filesystem;
 

@@ -1,14 +1,14 @@
 // Names that are made legal and unique in a folder.
-#include <cerrno>
-#include <filesystem>
-#include <optional>
-
-#include <gtest/gtest.h>
-
 #include "files/CFileSpecImp.h"
 #include "files/tests/FileTesting.h"
 #include "testing/StEnvironment.h"
 #include "testing/StTempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <optional>
 
 namespace fs = std::filesystem;
 

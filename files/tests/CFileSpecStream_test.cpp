@@ -1,10 +1,10 @@
 // Specifiers in binary streams.
-#include <gtest/gtest.h>
-
 #include "files/CFileSpecImp.h"
 #include "files/tests/FileTesting.h"
 #include "marl/basic_binstream.h"
 #include "testing/StTempDir.h"
+
+#include <gtest/gtest.h>
 
 namespace {
 

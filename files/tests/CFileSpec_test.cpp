@@ -1,16 +1,16 @@
 // The handle and what it decides by itself; its forwarding is seen in the tests of the body.
 #include "files/CFileSpec.h"
 
-#include <filesystem>
-#include <string_view>
-#include <utility>
-
-#include <gtest/gtest.h>
-
 #include "files/CFileSpecImp.h"
 #include "files/FileSpecConstants.h"
 #include "files/tests/FileTesting.h"
 #include "testing/StTempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string_view>
+#include <utility>
 
 TEST(CFileSpec, StartsEmptyAndUnchanged)
 {

@@ -1,5 +1,11 @@
 #include "files/CFolder.h"
 
+#include "files/CFolderImp.h"
+#include "files/tests/FileTesting.h"
+#include "testing/StTempDir.h"
+
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
@@ -8,12 +14,6 @@
 #include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
-
-#include "files/CFolderImp.h"
-#include "files/tests/FileTesting.h"
-#include "testing/StTempDir.h"
 
 namespace fs = std::filesystem;
 

@@ -1,16 +1,16 @@
 // Folders inside one another, far deeper than any path reaches.
+#include "files/CFolder.h"
+#include "files/tests/FileTesting.h"
+#include "testing/StEnvironment.h"
+#include "testing/StTempDir.h"
+
+#include <gtest/gtest.h>
+
 #include <filesystem>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
-
-#include "files/CFolder.h"
-#include "files/tests/FileTesting.h"
-#include "testing/StEnvironment.h"
-#include "testing/StTempDir.h"
 
 namespace {
 

@@ -1,16 +1,16 @@
 // Short words for what the tests of files/ look at.
 #pragma once
 
+#include "files/CFileSpec.h"
+#include "files/CFileSpecIterator.h"
+#include "foundation/FailureDomains.h"
+#include "marl/HierarchicalException.h"
+
 #include <string>
 #include <vector>
 
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include "files/CFileSpec.h"
-#include "files/CFileSpecIterator.h"
-#include "foundation/FailureDomains.h"
-#include "marl/HierarchicalException.h"
 
 /// A specifier of a path, taken as it is.
 inline CFileSpec Spec(std::string const& path)
