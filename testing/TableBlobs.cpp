@@ -120,7 +120,8 @@ UnitMapping MappingOf(std::vector<MappingRecord> const& records)
         for (std::size_t each = 0; each < record.mIndex.size(); ++each) {
             std::size_t const at = record.mIndex[each];
             if (at == kNoIndex) continue;
-            auto const unit = static_cast<char16_t>((record.mPage << 8 | record.mFirst) + each);
+            std::size_t const page = record.mPage;
+            auto const unit = static_cast<char16_t>((page << 8 | record.mFirst) + each);
             mapping[unit] = record.mData.substr(at + 1, record.mData.at(at));
         }
     }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <bit>
+#include <cstddef>
 
 /// A cursor over the bytes of a blob in their logical order, read where they lie. The blob's
 /// storage must be a whole number of groups. Reading past the end is the caller's error: ask `Left`
@@ -10,19 +11,17 @@
 class CTableBlobReader
 {
 public:
+    /// A length of 0 or below is that of an empty blob.
     CTableBlobReader(signed char const* data, int length)
         : mData(data)
-        , mLength(length)
+        , mLength(length > 0 ? static_cast<std::size_t>(length) : 0)
     {
     }
 
-    /// Bytes that are left, 0 or below at the end.
-    int Left() const { return mLength - mAt; }
+    /// Bytes that are left.
+    std::size_t Left() const { return mLength - mAt; }
 
-    unsigned char Byte()
-    {
-        return static_cast<unsigned char>(mData[static_cast<unsigned int>(mAt++) ^ kReversed]);
-    }
+    unsigned char Byte() { return static_cast<unsigned char>(mData[mAt++ ^ kReversed]); }
 
     char16_t Word()
     {
@@ -31,9 +30,9 @@ public:
     }
 
 private:
-    static constexpr unsigned int kReversed = std::endian::native == std::endian::little ? 7 : 0;
+    static constexpr std::size_t kReversed = std::endian::native == std::endian::little ? 7 : 0;
 
     signed char const* mData;  // not owned
-    int mLength;
-    int mAt = 0;
+    std::size_t mLength;
+    std::size_t mAt = 0;
 };

@@ -1,6 +1,7 @@
 #include "text/CUnicodeCategoryTable.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <memory>
 
@@ -10,8 +11,8 @@
 
 namespace {
 
-constexpr int kPageSize = 32;
-constexpr int kRecordSize = 1 + kPageSize;
+constexpr std::size_t kPageSize = 32;
+constexpr std::size_t kRecordSize = 1 + kPageSize;
 
 constexpr CUnicodeCategoriesTable::CategoriesMask kLetterNumber = 0x183C071F;
 constexpr CUnicodeCategoriesTable::CategoriesMask kLetterNumberNSM = 0x0000073F;

@@ -54,26 +54,26 @@ constinit std::array<std::uint16_t, CUnicodeMappingTable::kIndexSize> const
 struct CUnicodeMappingTable::Page
 {
     unsigned int mNumber;
-    int mCount;  // of units in `mData`
+    std::size_t mCount;  // of units in `mData`
     std::unique_ptr<char16_t[]> mData;
     std::unique_ptr<std::uint16_t[]> mIndex;
 
-    Page(unsigned int number, int count)
+    Page(unsigned int number, std::size_t count)
         : mNumber(number)
         , mCount(count)
-        , mData(std::make_unique<char16_t[]>(static_cast<std::size_t>(count)))
+        , mData(std::make_unique<char16_t[]>(count))
         , mIndex(std::make_unique<std::uint16_t[]>(kIndexSize))
     {
         std::fill_n(mIndex.get(), kSteps, kUnmapped);
     }
 
     // Whether `at` is the offset of an entry, the whole of which lies in the data.
-    bool HasEntry(int at) const { return at < mCount && mData[at] < mCount - at; }
+    bool HasEntry(std::size_t at) const { return at < mCount && mData[at] < mCount - at; }
 
     void FillSteps()
     {
         for (unsigned int low = 0; low < 256; ++low) {
-            std::uint16_t const at = mIndex[low];
+            std::size_t const at = mIndex[low];
             if (at == kUnmapped) continue;
             unsigned int const single = mData[at] == 1 ? mData[at + 1] : kNoSingleUnit;
             mIndex[kSteps + low] = static_cast<std::uint16_t>(single - (mNumber << 8 | low));
@@ -90,16 +90,16 @@ std::optional<CUnicodeMappingTable::Page> CUnicodeMappingTable::Page::Read(CTabl
 {
     if (blob.Left() < 3) return {};
     unsigned int const number = blob.Byte();
-    int const count = blob.Word();
+    std::size_t const count = blob.Word();
     if (blob.Left() < 2 * count + 2) return {};
 
     Page page(number, count);
     std::generate_n(page.mData.get(), count, [&blob] { return blob.Word(); });
-    int const first = blob.Byte();
-    int const last = blob.Byte();
+    std::size_t const first = blob.Byte();
+    std::size_t const last = blob.Byte();
     if (last < first || blob.Left() < 2 * (last - first + 1)) return {};
 
-    for (int low = first; low <= last; ++low) {
+    for (std::size_t low = first; low <= last; ++low) {
         std::uint16_t const at = blob.Word();
         if (at != kUnmapped && !page.HasEntry(at)) return {};
         page.mIndex[low] = at;
@@ -116,20 +116,20 @@ CUnicodeMappingTable::Page::Compose(unsigned int number, std::u16string const (&
     auto const isUnchanged = [number, &mappings](unsigned int low) {
         return mappings[low].size() == 1 && mappings[low][0] == (number << 8 | low);
     };
-    int count = 0;
+    std::size_t count = 0;
     for (unsigned int low = 0; low < 256; ++low) {
-        if (!isUnchanged(low)) count += static_cast<int>(mappings[low].size()) + 1;
+        if (!isUnchanged(low)) count += mappings[low].size() + 1;
     }
     if (count == 0) return {};
 
     Page page(number, count);
-    int at = 0;
+    std::size_t at = 0;
     for (unsigned int low = 0; low < 256; ++low) {
         if (isUnchanged(low)) continue;
         std::u16string const& mapping = mappings[low];
         page.mIndex[low] = static_cast<std::uint16_t>(at);
         page.mData[at++] = static_cast<char16_t>(mapping.size());
-        at += static_cast<int>(mapping.copy(&page.mData[at], mapping.size()));
+        at += mapping.copy(&page.mData[at], mapping.size());
     }
     page.FillSteps();
     return page;

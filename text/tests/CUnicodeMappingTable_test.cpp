@@ -1,5 +1,6 @@
 #include "text/CUnicodeMappingTable.h"
 
+#include <initializer_list>
 #include <latch>
 #include <optional>
 #include <random>
@@ -471,7 +472,8 @@ TEST(CUnicodeMappingTable, MapsWholeTextsOfAnyLengthAsANaiveMappingDoes)
     std::u16string const alphabets[] = {u"the quick brown fox", u"Ää\u0301ßéE \u3042\u4E00",
                                         u"\uFDFA", u"\u0301", kSmallAlphabet};
     for (std::u16string const& alphabet : alphabets) {
-        for (std::size_t const length : {0, 1, 2, 9, 10, 11, 100, 1023, 1024, 1025, 100000}) {
+        for (std::size_t const length : std::initializer_list<std::size_t>{
+                 0, 1, 2, 9, 10, 11, 100, 1023, 1024, 1025, 100000}) {
             std::u16string source(length, u' ');
             for (char16_t& unit : source)
                 unit = alphabet[random() % alphabet.size()];
