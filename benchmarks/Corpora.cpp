@@ -1,5 +1,7 @@
 #include "benchmarks/Corpora.h"
 
+#include "text/CUTFConverter.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -7,8 +9,6 @@
 #include <fstream>
 #include <iterator>
 #include <sstream>
-
-#include "text/CUTFConverter.h"
 
 namespace fs = std::filesystem;
 

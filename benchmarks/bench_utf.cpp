@@ -1,14 +1,15 @@
 // UTF-8 to UTF-16 and back, beside ICU. Bytes a second are those of the input.
-#include <string>
-#include <string_view>
-#include <vector>
+#include "benchmarks/Corpora.h"
+#include "text/CUTFConverter.h"
+#include "text/ConvertUTF.h"
 
 #include <benchmark/benchmark.h>
 #include <unicode/ustring.h>
 
-#include "benchmarks/Corpora.h"
-#include "text/CUTFConverter.h"
-#include "text/ConvertUTF.h"
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <vector>
 
 namespace {
 

@@ -1,13 +1,13 @@
 #include "concurrency/CConditionImp.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <limits>
-
 #include "concurrency/CMutex.h"
 #include "concurrency/CMutexImp.h"
 #include "concurrency/CThreadImp.h"
 #include "foundation/FailureDomains.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
 
 // Makes a mutex look free while its holder waits, and puts the holder and the depth back. The owner
 // stays as it is: the count alone keeps others from taking the lock to be theirs. A guard, because

@@ -1,10 +1,10 @@
 // A POSIX condition of default attributes.
 #pragma once
 
+#include "concurrency/CBasicConditionImp.h"
+
 #include <pthread.h>
 #include <sys/time.h>
-
-#include "concurrency/CBasicConditionImp.h"
 
 /// Waits only on a `CMutex` whose implementation is a `CMutexImp`; another one gives
 /// `std::bad_cast`.

@@ -1,8 +1,8 @@
 #include "concurrency/CMutex.h"
 
-#include <pthread.h>
-
 #include "concurrency/CMutexImp.h"
+
+#include <pthread.h>
 
 namespace {
 

@@ -6,9 +6,9 @@
 // member.
 #pragma once
 
-#include <atomic>
-
 #include "foundation/LoamExport.h"
+
+#include <atomic>
 
 class CBasicMutexImp;
 

@@ -4,10 +4,10 @@
 // routines themselves.
 #pragma once
 
+#include "text/ConvertUTF.h"
+
 #include <cstddef>
 #include <vector>
-
-#include "text/ConvertUTF.h"
 
 /// What a routine answers and leaves behind.
 template <class Unit>

@@ -1,11 +1,11 @@
 #include "text/CUTFConverter.h"
 
+#include "text/ConvertUTF.h"
+
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <iterator>
-
-#include "text/ConvertUTF.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
 #include "text/CUTFConverter.h"
 
+#include "testing/NaiveUTF.h"
+
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
-
-#include "testing/NaiveUTF.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // What the block forms of CUTFConverter ask of malloc and free.
 #include "text/CUTFConverter.h"
 
-#include <cstdlib>
-
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 
 namespace {
 

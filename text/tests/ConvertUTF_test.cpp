@@ -1,12 +1,12 @@
 #include "text/ConvertUTF.h"
 
-#include <cstdio>
-#include <string>
-#include <vector>
+#include "testing/NaiveUTF.h"
 
 #include <gtest/gtest.h>
 
-#include "testing/NaiveUTF.h"
+#include <cstdio>
+#include <string>
+#include <vector>
 
 namespace {
 
