@@ -18,10 +18,10 @@
 class LOAM_EXPORT CUTFConverter
 {
 public:
-    enum ConversionMode
+    enum ConversionMode : int
     {
         kStrictMode = 0,   ///< a lone surrogate fails the conversion
-        kLenientMode = 1,  ///< a lone surrogate becomes U+FFFD
+        kLenientMode = 1,  ///< a lone surrogate becomes U+FFFD; any other value acts so too
     };
 
     /// Converts the whole source, replaces `target` by the result and answers true. If the source

@@ -130,6 +130,16 @@ TEST(CUTFConverter, KeepsHighSurrogateAtTheEnd)
     }
 }
 
+TEST(CUTFConverter, TakesAnyOtherModeAsLenient)
+{
+    for (int const mode : {2, -1}) {
+        std::string target;
+        EXPECT_TRUE(CUTFConverter::ConvertUTF16toUTF8(std::u16string(u"\xD800x"), target,
+                                                      static_cast<Mode>(mode)));
+        EXPECT_EQ(target, "\xEF\xBF\xBDx");
+    }
+}
+
 TEST(CUTFConverter, TakesNegativeLengthAsEmpty)
 {
     std::u16string target16 = u"x";
