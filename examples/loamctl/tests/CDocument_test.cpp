@@ -1,0 +1,163 @@
+#include "loamctl/CDocument.h"
+
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "files/CFileSpec.h"
+#include "loamctl/tests/RunLoamctl.h"
+#include "marl/HierarchicalException.h"
+#include "testing/StTempDir.h"
+
+namespace {
+
+using namespace std::string_literals;
+using Kind = CDocument::Kind;
+
+TEST(CDocument, ReadsTexts)
+{
+    struct
+    {
+        char const* mWhat;
+        std::string mBytes;
+        Kind mKind;
+        std::u16string mText;
+        int mMarkSize;
+    } const cases[] = {
+        {"empty", "", Kind::kEmpty, u"", 0},
+        {"ASCII", "abc\n", Kind::kUTF8, u"abc\n", 0},
+        {"all lengths", "a\u00e9\u20ac\U0001F600", Kind::kUTF8, u"a\u00e9\u20ac\U0001F600", 0},
+        {"controls of texts", "\t\v\f\b\x1b[1m\r\n", Kind::kUTF8, u"\t\v\f\b\x1b[1m\r\n", 0},
+        {"UTF-8 with mark", "\xEF\xBB\xBFx", Kind::kUTF8WithMark, u"x", 3},
+        {"nothing but a mark", "\xEF\xBB\xBF", Kind::kUTF8WithMark, u"", 3},
+        {"UTF-16LE", "\xFF\xFE" + AsUTF16(u"a\u00e9", false), Kind::kUTF16LE, u"a\u00e9", 2},
+        {"UTF-16BE", "\xFE\xFF" + AsUTF16(u"a\U0001F600", true), Kind::kUTF16BE, u"a\U0001F600", 2},
+        {"nothing but a UTF-16 mark", "\xFF\xFE", Kind::kUTF16LE, u"", 2},
+    };
+
+    StTempDir const folder;
+    CDocument document;
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.mWhat);
+        document.Read(CFileSpec(folder.Write("file", c.mBytes), false));
+        EXPECT_EQ(document.GetKind(), c.mKind);
+        EXPECT_TRUE(document.IsText());
+        EXPECT_EQ(document.GetReason(), "");
+        EXPECT_EQ(document.GetText(), c.mText);
+        EXPECT_EQ(document.GetSize(), static_cast<long long>(c.mBytes.size()));
+        EXPECT_EQ(document.GetMarkSize(), c.mMarkSize);
+    }
+}
+
+TEST(CDocument, RefusesWhatIsNoTextWithAReason)
+{
+    struct
+    {
+        char const* mWhat;
+        std::string mBytes;
+        Kind mKind;
+        char const* mReason;
+    } const cases[] = {
+        {"a null byte", "abc\0"s, Kind::kBinary, "a null byte at offset 3"},
+        {"late", std::string(100000, 'a') + "\0"s, Kind::kBinary, "a null byte at offset 100000"},
+        {"malformed, with controls", "a\x01\xff", Kind::kBinary, "control byte 0x01 at offset 1"},
+        {"Latin-1", "caf\xe9 au", Kind::kUnknownCharset, "not UTF-8: byte 0xE9 at offset 3"},
+        {"stray trail", "ab\x80", Kind::kUnknownCharset, "not UTF-8: byte 0x80 at offset 2"},
+        {"overlong", "\xC0\x80 x", Kind::kUnknownCharset, "not UTF-8: byte 0xC0 at offset 0"},
+        {"overlong of three", "a\xE0\x80\x80", Kind::kUnknownCharset,
+         "not UTF-8: byte 0xE0 at offset 1"},
+        {"surrogate", "\u00e9\xED\xA0\x80", Kind::kUnknownCharset,
+         "not UTF-8: byte 0xED at offset 2"},
+        {"too high", "\xF4\x90\x80\x80", Kind::kUnknownCharset, "not UTF-8: byte 0xF4 at offset 0"},
+        {"no lead", "ab\xF5\x80\x80\x80 ", Kind::kUnknownCharset,
+         "not UTF-8: byte 0xF5 at offset 2"},
+        {"cut off", "a\U0001F600\xE2\x82", Kind::kUnknownCharset,
+         "not UTF-8: byte 0xE2 at offset 5"},
+        {"behind a mark", "\xEF\xBB\xBF\xFF", Kind::kUnknownCharset,
+         "not UTF-8: byte 0xFF at offset 3"},
+        {"half a unit",
+         "\xFF\xFE"
+         "a\0b"s,
+         Kind::kUnknownCharset, "not UTF-16: ends within a unit at offset 4"},
+        {"UTF-16 with a null", "\xFE\xFF\0a\0\0"s, Kind::kBinary, "a null character at offset 4"},
+        {"lone high surrogate", "\xFE\xFF\xD8\0\0a"s, Kind::kUnknownCharset,
+         "not UTF-16: lone surrogate at offset 2"},
+        {"last high surrogate", "\xFE\xFF\0a\xD8\0"s, Kind::kUnknownCharset,
+         "not UTF-16: lone surrogate at offset 4"},
+        {"lone low surrogate",
+         "\xFF\xFE"
+         "a\0\0\xDC"s,
+         Kind::kUnknownCharset, "not UTF-16: lone surrogate at offset 4"},
+        {"UTF-32LE", "\xFF\xFE\0\0a\0\0\0"s, Kind::kUnknownCharset, "UTF-32, which is not read"},
+        {"UTF-32BE", "\0\0\xFE\xFF\0\0\0a"s, Kind::kUnknownCharset, "UTF-32, which is not read"},
+    };
+
+    StTempDir const folder;
+    CDocument document;
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.mWhat);
+        document.Read(CFileSpec(folder.Write("file", c.mBytes), false));
+        EXPECT_EQ(document.GetKind(), c.mKind);
+        EXPECT_FALSE(document.IsText());
+        EXPECT_EQ(document.GetReason(), c.mReason);
+        EXPECT_EQ(document.GetText(), u"");
+        EXPECT_EQ(document.GetSize(), static_cast<long long>(c.mBytes.size()));
+    }
+}
+
+TEST(CDocument, ForgetsTheFileBefore)
+{
+    StTempDir const folder;
+    CDocument document;
+    document.Read(CFileSpec(folder.Write("binary", "a long one with a \0 in it"s), false));
+    document.Read(CFileSpec(folder.Write("marked", "\xEF\xBB\xBFlong text"), false));
+    document.Read(CFileSpec(folder.Write("text", "ab"), false));
+    EXPECT_EQ(document.GetKind(), Kind::kUTF8);
+    EXPECT_EQ(document.GetText(), u"ab");
+    EXPECT_EQ(document.GetMarkSize(), 0);
+    EXPECT_EQ(document.GetReason(), "");
+}
+
+TEST(CDocument, ReadsFilesOfAllSizesAroundItsBuffer)
+{
+    StTempDir const folder;
+    CDocument document;
+    for (std::size_t const size : {1U, 4095U, 4096U, 65535U, 65536U, 65537U, 300000U}) {
+        SCOPED_TRACE(size);
+        document.Read(CFileSpec(folder.Write("file", std::string(size, 'x')), false));
+        EXPECT_EQ(document.GetText().size(), size);
+    }
+}
+
+TEST(CDocument, ReadsFilesThatSayTheyAreEmpty)
+{
+    std::string const path = "/proc/self/status";
+    if (!std::filesystem::exists(path)) GTEST_SKIP() << "no " << path << " on this system";
+    CDocument document;
+    document.Read(CFileSpec(path, false));
+    EXPECT_EQ(document.GetKind(), Kind::kUTF8);
+    EXPECT_TRUE(document.GetText().starts_with(u"Name:"));
+}
+
+TEST(CDocument, RefusesHugeFilesUnread)
+{
+    StTempDir const folder;
+    std::string const path = folder.Write("huge", "x");
+    std::filesystem::resize_file(path, static_cast<std::uintmax_t>(CDocument::kSizeLimit) + 1);
+    CDocument document;
+    document.Read(CFileSpec(path, false));
+    EXPECT_EQ(document.GetKind(), Kind::kTooLarge);
+    EXPECT_EQ(document.GetReason(), "larger than 512 MiB");
+    EXPECT_EQ(document.GetSize(), CDocument::kSizeLimit + 1);
+}
+
+TEST(CDocument, ThrowsWhatTheFileThrows)
+{
+    StTempDir const folder;
+    CDocument document;
+    EXPECT_THROW(document.Read(CFileSpec(folder.Path("missing"), false)), HierarchicalException);
+    EXPECT_THROW(document.Read(CFileSpec(folder.Path(), false)), HierarchicalException);
+}
+
+}  // namespace
