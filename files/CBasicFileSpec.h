@@ -2,9 +2,8 @@
 //
 // A specifier is a path and nothing else: it need not exist, isn't normalised, and is compared unit
 // by unit. Text is UTF-16, and UTF-8 in the operations with `std::string`; sizes are in bytes,
-// dates in seconds since 1970-01-01 UTC
-// (`CDateTimeServices`). Pointers to results are not checked and replaced in full, unless it says
-// otherwise.
+// dates in seconds since 1970-01-01 UTC (`CDateTimeServices`). Pointers to results are not checked,
+// and results are replaced in full, unless it says otherwise.
 //
 // Failures: a question (`Exist`, `Is...`) answers false. The size, the dates and the disk space
 // throw `HierarchicalException` of `kFileDomain`, with the path as its text. System calls take the
@@ -29,8 +28,7 @@ public:
     ///
     /// Without a desktop's own folders, both temporary ones are "/tmp", the boot volume and all
     /// volumes are "/", a mounted volume is in "/Volumes/", and all others are the folder that the
-    /// environment variable `HOME` names, or
-    /// "~", not expanded, if it is not set or not UTF-8.
+    /// environment variable `HOME` names, or "~", not expanded, if it is not set or not UTF-8.
     enum StdContainerEnum
     {
         cContainerTemporary = 0,
@@ -174,8 +172,9 @@ public:
     virtual void DeleteOrTrash() const = 0;
     virtual void DeleteOrTrashWithoutError() const = 0;
 
-    /// True if `folder` is one of the containers of this specifier, at any depth, by exact text.
-    /// Not inside itself.
+    /// True if `folder` is one of the containers of this specifier, at any depth, by exact text. A
+    /// specifier isn't inside itself, and a folder's path with a "/" at its end, as it comes from
+    /// `CFileSpec(StdContainerEnum)`, isn't the text of a container.
     virtual bool IsInsideFolder(CFileSpec const& folder) const = 0;
 
     /// Writes the path, without `base` if it is inside it. What `base` doesn't hold, and `base`

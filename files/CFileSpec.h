@@ -1,9 +1,11 @@
 // File specifiers: the currency of every file operation.
 //
-//     CFileSpec const report(CFileSpec::cContainerTemporary, u"report.txt", true);
-//     if (report.IsInsideFolder(CFileSpec(CFileSpec::cContainerTemporary))) ...
+//     CFileSpec const folder(u"/home/ann/documents", false);
+//     CFileSpec const report(folder, u"report.txt", true);
+//     if (report.IsInsideFolder(folder)) ...
 //
-// `CBasicFileSpec` says what each operation does, in what units, and how it fails.
+// `CBasicFileSpec` says what each operation does, in what units, and how it fails. Mind that
+// `MoveToTrash` deletes for good where the system has no trash.
 //
 // Names inside a folder are made legal: "." and ".." become "_" and "__", each "/" becomes "_", and
 // a name that the folder's file system is too narrow for is cut in front of its extension, counted
@@ -23,8 +25,8 @@
 
 class CBasicFileSpecImp;
 
-/// A value: copies have the same path and share nothing, neither what was read from the file
-/// system.
+/// A value: a copy has the same path and nothing else of the original, nor what that one read from
+/// the file system.
 class LOAM_EXPORT CFileSpec : public CBasicFileSpec
 {
 public:

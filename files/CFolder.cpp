@@ -59,7 +59,7 @@ public:
             if (!level.mEntries.empty()) {
                 CFileSpec const entry(std::move(level.mEntries.back()), false);
                 level.mEntries.pop_back();
-                // Links are followed here, so the content of a link's target goes too.
+                // Kept on purpose: links are followed, so the content of a link's target goes too.
                 if (entry.IsFolder() && MayEnter(entry)) {
                     Enter(entry);
                 } else {
@@ -96,12 +96,11 @@ private:
     std::set<std::pair<dev_t, ino_t>> mEntered;
 };
 
-void DeleteFolder(CFileSpec const& folder,
-                  bool deleteFolder,
-                  bool deleteContent,
-                  CWalk::Remove remove,
-                  bool entersOnce)
+// What was read of the folder before may hold no more.
+void DeleteFolder(
+    CFileSpec& folder, bool deleteFolder, bool deleteContent, CWalk::Remove remove, bool entersOnce)
 {
+    folder.SetupFromFile();
     CWalk walk(remove, entersOnce);
     if (deleteContent) walk.Empty(folder);
     if (deleteFolder) walk.RemoveOne(folder);
