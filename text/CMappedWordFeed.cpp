@@ -2,6 +2,38 @@
 
 using namespace WordUnits;
 
+CMappedWordFeed::CMappedWordFeed(char16_t const* text,
+                                 std::size_t length,
+                                 CUnicodeMappingTable const& table,
+                                 std::size_t start,
+                                 amortizedmemblock& block,
+                                 unsigned int mappedLength)
+    : mText(text)
+    , mLength(length)
+    , mTable(table)
+    , mBlock(block)
+    , mStart(start)
+    , mCount(block.size() / sizeof(char16_t))
+{
+    if (mCount <= mappedLength) {
+        mCount = 0;
+    } else {
+        SetRoom(mCount + kRoom);
+        RemoveFront(mappedLength);
+    }
+}
+
+bool CMappedWordFeed::TakeASCII(ASCIIWord const& word)
+{
+    if (word.mStart != mStart) mRawLength = 1;
+    mStart = word.mStart;
+    if (word.mCount == 0) return false;
+    SetRoom(kRoom);
+    CASCIIWindow(mText + mStart).Write(mUnits, CaseBitOf(mTable));
+    mMapped = mCount = mRawLength = word.mCount;
+    return true;
+}
+
 bool CMappedWordFeed::TakeFirst()
 {
     if (!SkipGapInBlock() && !SkipGapInText()) return false;
@@ -9,8 +41,21 @@ bool CMappedWordFeed::TakeFirst()
     return true;
 }
 
+// Drops the gap at the block's front; false if the block held nothing else.
+bool CMappedWordFeed::SkipGapInBlock()
+{
+    std::size_t gap = 0;
+    while (gap < mCount && !IsWordUnit(EntryOf(mUnits[gap])))
+        ++gap;
+    RemoveFront(gap);
+    return mCount != 0;
+}
+
+// The same in the raw text, with an empty block.
 bool CMappedWordFeed::SkipGapInText()
 {
+    if (mStart >= mLength) return false;
+    if (mRoom == 0) SetRoom(kRoom);
     for (; mStart < mLength; ++mStart) {
         char16_t const unit = mTable.MapToSingleUnit(mText[mStart]);
         if (unit != CUnicodeMappingTable::kNoSingleUnit) {

@@ -7,45 +7,45 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "marl/amortizedmemblock.h"
+#include "text/ASCIIWindow.h"
 #include "text/CUnicodeMappingTable.h"
 #include "text/WordUnits.h"
+
+// What makes a capital of ASCII what the table maps it to, as `CASCIIWindow::Write` takes it.
+inline std::uint16_t CaseBitOf(CUnicodeMappingTable const& table)
+{
+    return table.GetASCIIMapping() == CUnicodeMappingTable::ASCIIMapping::kLowercased ? 0x20 : 0;
+}
 
 class CMappedWordFeed
 {
 public:
-    // Passes the word of the call before: `start` moves behind its span and its units leave the
-    // block.
+    // Passes the word of the call before: its units leave the block. `start` is behind its span.
     CMappedWordFeed(char16_t const* text,
-                    unsigned int length,
+                    std::size_t length,
                     CUnicodeMappingTable const& table,
-                    unsigned int start,
+                    std::size_t start,
                     amortizedmemblock& block,
-                    unsigned int mappedLength)
-        : mText(text)
-        , mLength(length)
-        , mTable(table)
-        , mBlock(block)
-        , mStart(start)
-        , mCount(block.size() / sizeof(char16_t))
-    {
-        Open();
-        RemoveFront(std::min<std::size_t>(mappedLength, mCount));
-    }
+                    unsigned int mappedLength);
 
     CMappedWordFeed(CMappedWordFeed const&) = delete;
     CMappedWordFeed& operator=(CMappedWordFeed const&) = delete;
 
+    // Takes what the quick way has found from where the feed stands: the gap before it, and its
+    // units as the table maps them. False if it has none.
+    bool TakeASCII(ASCIIWord const& word);
     // Finds the first unit of a word and takes it; false if the text has none.
     bool TakeFirst();
 
-    // Takes units as long as the predicate `isTaken` agrees to their category entries, and deleted
-    // units with them. At a stop the unit that wasn't taken is in the block only if it is a further
-    // unit of an expansion of which the word has the first.
-    template <class Predicate>
-    void TakeRun(Predicate isTaken);
+    // Takes units as long as `Rule::IsTaken` agrees to their category entries, and deleted units
+    // with them. At a stop the unit that wasn't taken is in the block only if it is a further unit
+    // of an expansion of which the word has the first.
+    template <class Rule>
+    void TakeRun();
 
     // Brings the next unit into the block; false at the end of the text. Deleted units before it go
     // into the span either way.
@@ -108,20 +108,15 @@ private:
         mCount += expansion.mCount;
     }
 
-    // Makes all the storage that the block has accessible, and at least `kRoom` units.
-    void Open()
+    void SetRoom(std::size_t room)
     {
-        mRoom = std::max(mBlock.allocatedSize() / sizeof(char16_t), mCount + kRoom);
-        mBlock.resize(mRoom * sizeof(char16_t));
+        mBlock.resize(room * sizeof(char16_t));
         mUnits = reinterpret_cast<char16_t*>(mBlock.data());
+        mRoom = room;
     }
 
     // Twice the storage, so that a long word costs few moves whatever the block's own growth is.
-    void Grow()
-    {
-        mBlock.resize((mRoom * 2 + kRoom) * sizeof(char16_t));
-        Open();
-    }
+    void Grow() { SetRoom(mRoom * 2 + kRoom); }
 
     void RemoveFront(std::size_t count)
     {
@@ -129,16 +124,7 @@ private:
         if (mCount != 0) std::memmove(mUnits, mUnits + count, mCount * sizeof(char16_t));
     }
 
-    // Drops the gap at the block's front; false if the block held nothing else.
-    bool SkipGapInBlock()
-    {
-        std::size_t gap = 0;
-        while (gap < mCount && !WordUnits::IsWordUnit(WordUnits::EntryOf(mUnits[gap])))
-            ++gap;
-        RemoveFront(gap);
-        return mCount != 0;
-    }
-
+    bool SkipGapInBlock();
     bool SkipGapInText();
 
     char16_t const* mText;  // not owned
@@ -150,20 +136,21 @@ private:
     std::size_t mRawLength = 0;
     std::size_t mMapped = 0;     // units of the word
     std::size_t mCount;          // units in the block, the word's first
-    char16_t* mUnits = nullptr;  // not owned; the block's storage
+    char16_t* mUnits = nullptr;  // not owned; the block's storage, once room was asked for
     std::size_t mRoom = 0;       // units of storage
     bool mIsFresh = false;       // the next unit was mapped by the last Peek
 };
 
-template <class Predicate>
-void CMappedWordFeed::TakeRun(Predicate isTaken)
+template <class Rule>
+void CMappedWordFeed::TakeRun()
 {
     for (;;) {
         for (; mMapped < mCount; ++mMapped) {
-            if (!isTaken(WordUnits::EntryOf(mUnits[mMapped]))) return;
+            if (!Rule::IsTaken(WordUnits::EntryOf(mUnits[mMapped]))) return;
         }
 
-        // The block is used up. Here nearly all the time goes: units that give one unit each.
+        // The block is used up. Nearly all units give one unit each. `kNoSingleUnit` is no part of
+        // a word, so it needs no test of its own.
         std::size_t const at = mStart + mRawLength;
         if (at >= mLength) return;
         if (mCount == mRoom) Grow();
@@ -173,8 +160,7 @@ void CMappedWordFeed::TakeRun(Predicate isTaken)
         char16_t unit = 0;
         for (; source != end; ++source) {
             unit = mTable.MapToSingleUnit(*source);
-            if (unit == CUnicodeMappingTable::kNoSingleUnit) break;
-            if (!isTaken(WordUnits::EntryOf(unit))) break;
+            if (!Rule::IsTaken(WordUnits::EntryOf(unit))) break;
             *target++ = unit;
         }
         mMapped = mCount = static_cast<std::size_t>(target - mUnits);
@@ -184,7 +170,7 @@ void CMappedWordFeed::TakeRun(Predicate isTaken)
 
         Expansion const expansion = Expand(*source);
         if (expansion.mCount != 0) {
-            if (!isTaken(WordUnits::EntryOf(*expansion.mUnits))) return;
+            if (!Rule::IsTaken(WordUnits::EntryOf(*expansion.mUnits))) return;
             Append(expansion);
         }
         ++mRawLength;

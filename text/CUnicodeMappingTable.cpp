@@ -80,6 +80,18 @@ struct CUnicodeMappingTable::Page
         }
     }
 
+    // Of page 0.
+    ASCIIMapping FindASCIIMapping() const
+    {
+        unsigned int const upperStep = mIndex[kSteps + 'A'];
+        for (unsigned int unit = 0; unit < 0x80; ++unit) {
+            bool const isUpper = unit >= 'A' && unit <= 'Z';
+            if (mIndex[kSteps + unit] != (isUpper ? upperStep : 0)) return ASCIIMapping::kOther;
+        }
+        if (upperStep == 0) return ASCIIMapping::kKept;
+        return upperStep == 'a' - 'A' ? ASCIIMapping::kLowercased : ASCIIMapping::kOther;
+    }
+
     static std::optional<Page> Read(CTableBlobReader& blob);
     static std::optional<Page> Compose(unsigned int number, std::u16string const (&mappings)[256]);
 };
@@ -139,6 +151,7 @@ void CUnicodeMappingTable::TakePage(Page&& page)
 {
     Slot& slot = mSlots[page.mNumber];
     Free(slot);
+    if (page.mNumber == 0) mASCIIMapping = page.FindASCIIMapping();
     slot = {page.mData.release(), page.mIndex.release()};
 }
 
@@ -151,6 +164,7 @@ void CUnicodeMappingTable::Free(Slot const& slot)
 void CUnicodeMappingTable::InitMappingTable()
 {
     std::fill(std::begin(mSlots), std::end(mSlots), Slot{nullptr, sEmptyIndex.data()});
+    mASCIIMapping = ASCIIMapping::kKept;
 }
 
 void CUnicodeMappingTable::LoadMappingTable(signed char* data, int length)

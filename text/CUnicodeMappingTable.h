@@ -129,6 +129,17 @@ public:
         return static_cast<char16_t>(unit + step);
     }
 
+    /// What a table does to the 128 units of ASCII.
+    enum class ASCIIMapping : unsigned char
+    {
+        kKept,        ///< each stays as it is
+        kLowercased,  ///< A to Z become a to z, the others stay
+        kOther,
+    };
+
+    /// For loops that take many units at a time: all built-in tables keep or lowercase.
+    ASCIIMapping GetASCIIMapping() const { return mASCIIMapping; }
+
     /// Shared tables, never null, made at first use, whole before anybody sees them, and kept until
     /// the process ends; any thread may call. They belong to the library and must not be changed.
     /// All follow Unicode 13.0 and leave Hangul syllables and what lies outside the BMP alone.
@@ -182,6 +193,7 @@ private:
                   int* offsets) const;
 
     Slot mSlots[256];  // by high byte
+    ASCIIMapping mASCIIMapping;
 
     static std::atomic<CUnicodeMappingTable*> sDefaultTable;
     static std::atomic<CUnicodeMappingTable*> sDecomposeAllTable;

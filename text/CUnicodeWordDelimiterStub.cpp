@@ -1,6 +1,7 @@
 #include "text/CUnicodeWordDelimiterStub.h"
 
 #include "text/CMappedWordFeed.h"
+#include "text/NextMappedWord.h"
 
 using namespace WordUnits;
 
@@ -10,9 +11,20 @@ namespace {
 constexpr char16_t kLoneHigh = u'\u258C';
 constexpr char16_t kLoneLow = u'\u2590';
 
+struct Rule
+{
+    static constexpr bool kTakesSymbols = false;
+
+    static bool IsTaken(unsigned char entry) { return IsWordBody(entry); }
+
+    static bool IsDropped(unsigned char entry) { return !IsWordBody(entry); }
+
+    static void TakeWord(CMappedWordFeed& feed);
+};
+
 void TakeLettersAndNumbers(CMappedWordFeed& feed)
 {
-    feed.TakeRun(IsWordBody);
+    feed.TakeRun<Rule>();
     if (feed.HasNext() && IsLowSurrogate(EntryOf(feed.Next()))) feed.Next() = kLoneLow;
 }
 
@@ -41,7 +53,7 @@ void TakeSurrogates(CMappedWordFeed& feed, unsigned char firstEntry)
     }
 }
 
-void TakeWord(CMappedWordFeed& feed)
+void Rule::TakeWord(CMappedWordFeed& feed)
 {
     unsigned char entry = EntryOf(feed.Last());
     if (IsIdeographicLetter(entry)) return;
@@ -106,9 +118,5 @@ bool CUnicodeWordDelimiterStub::GetNextMappedWordInRawText_(char16_t const* text
                                                             amortizedmemblock& block,
                                                             unsigned int& mappedLength)
 {
-    CMappedWordFeed feed(text, length, table, start + rawLength, block, mappedLength);
-    bool const isFound = feed.TakeFirst();
-    if (isFound) TakeWord(feed);
-    feed.Close(start, rawLength, mappedLength);
-    return isFound;
+    return NextMappedWord<Rule>(text, length, table, start, rawLength, block, mappedLength);
 }

@@ -1,20 +1,29 @@
 #include "text/CUnicodeWordDelimiterStubLegacy.h"
 
 #include "text/CMappedWordFeed.h"
+#include "text/NextMappedWord.h"
 
 using namespace WordUnits;
 
 namespace {
 
+struct Rule
+{
+    static constexpr bool kTakesSymbols = true;
+
+    static bool IsTaken(unsigned char entry)
+    {
+        return IsWordUnit(entry) && (entry & kAnyFlag) == 0;
+    }
+
+    static bool IsDropped(unsigned char entry) { return !IsWordUnit(entry); }
+
+    static void TakeWord(CMappedWordFeed& feed);
+};
+
 bool EndsWordBefore(unsigned char entry)
 {
     return IsIdeographicLetter(entry) || IsFlaggedHighSurrogate(entry);
-}
-
-// Nearly all units of words: what is taken without a further question.
-bool IsPlainWordUnit(unsigned char entry)
-{
-    return IsWordUnit(entry) && (entry & kAnyFlag) == 0;
 }
 
 // A French elision ends a word, an English contraction doesn't.
@@ -50,14 +59,14 @@ void LeaveNext(CMappedWordFeed& feed)
     if (feed.RawLength() == 0 && comesBack) feed.Drop();
 }
 
-void TakeWord(CMappedWordFeed& feed)
+void Rule::TakeWord(CMappedWordFeed& feed)
 {
     unsigned char const firstEntry = EntryOf(feed.Last());
     if (IsIdeographicLetter(firstEntry)) return;
     bool const isFirstFlagged = IsFlaggedHighSurrogate(firstEntry);
 
     for (;;) {
-        if (!isFirstFlagged) feed.TakeRun(IsPlainWordUnit);
+        if (!isFirstFlagged) feed.TakeRun<Rule>();
         if (!feed.Peek()) return;
         unsigned char const entry = EntryOf(feed.Next());
         bool const isFlagged = IsFlaggedHighSurrogate(entry);
@@ -125,9 +134,5 @@ bool CUnicodeWordDelimiterStubLegacy::GetNextMappedWordInRawText_(char16_t const
                                                                   amortizedmemblock& block,
                                                                   unsigned int& mappedLength)
 {
-    CMappedWordFeed feed(text, length, table, start + rawLength, block, mappedLength);
-    bool const isFound = feed.TakeFirst();
-    if (isFound) TakeWord(feed);
-    feed.Close(start, rawLength, mappedLength);
-    return isFound;
+    return NextMappedWord<Rule>(text, length, table, start, rawLength, block, mappedLength);
 }

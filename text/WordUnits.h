@@ -61,7 +61,7 @@ constexpr bool IsFlaggedHighSurrogate(unsigned char entry)
 // What a run of letters and numbers goes on with.
 constexpr bool IsWordBody(unsigned char entry)
 {
-    return IsIn(kLettersAndNumbers, entry) && (entry & Categories::kFlagIdeographic) == 0;
+    return (kLettersAndNumbers >> (entry & Categories::kCategoryBits) & ~(entry >> 7) & 1) != 0;
 }
 
 inline unsigned char EntryOf(char16_t unit)
