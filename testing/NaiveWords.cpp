@@ -236,8 +236,12 @@ bool NextMappedWord(Rule rule, std::u16string_view text, CMap const& map, Mapped
     // What stays is the rest of the last place that units were taken from; and with the earlier
     // rule a whole expansion that was only looked at.
     walk.mBlock += RestOf(units, end.mAt, end.mAt - 1);
-    if (end.mHasLooked && end.mKeepsFresh && !HaveOneSource(units[end.mAt], units[end.mAt - 1]))
-        walk.mBlock += RestOf(units, end.mAt, end.mAt);
+    if (end.mHasLooked && end.mKeepsFresh && !HaveOneSource(units[end.mAt], units[end.mAt - 1])) {
+        std::u16string const expansion = RestOf(units, end.mAt, end.mAt);
+        // But not one that would come back behind its own last word for ever.
+        char const last = KindOf(expansion.back());
+        if (walk.mRawLength != 0 || last == 'I' || last == '_') walk.mBlock += expansion;
+    }
     return true;
 }
 

@@ -56,7 +56,6 @@ public:
 private:
     using Lanes = std::uint16_t __attribute__((vector_size(16)));
     using Bytes = std::uint8_t __attribute__((vector_size(16)));
-    using HalfBytes = std::uint8_t __attribute__((vector_size(8)));
 
     // The low byte of each lane.
     template <class Vector>

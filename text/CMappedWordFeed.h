@@ -6,6 +6,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -15,7 +16,13 @@
 #include "text/CUnicodeMappingTable.h"
 #include "text/WordUnits.h"
 
-// What makes a capital of ASCII what the table maps it to, as `CASCIIWindow::Write` takes it.
+// Whether ASCII can be mapped a window at a time.
+inline bool HasPlainASCII(CUnicodeMappingTable const& table)
+{
+    return table.GetASCIIMapping() != CUnicodeMappingTable::ASCIIMapping::kOther;
+}
+
+// What makes a capital of ASCII what such a table maps it to, as `CASCIIWindow::Write` takes it.
 inline std::uint16_t CaseBitOf(CUnicodeMappingTable const& table)
 {
     return table.GetASCIIMapping() == CUnicodeMappingTable::ASCIIMapping::kLowercased ? 0x20 : 0;
@@ -158,10 +165,21 @@ void CMappedWordFeed::TakeRun()
         char16_t const* const end = source + std::min(mLength - at, mRoom - mCount);
         char16_t* target = mUnits + mCount;
         char16_t unit = 0;
-        for (; source != end; ++source) {
+        while (source != end) {
             unit = mTable.MapToSingleUnit(*source);
             if (!Rule::IsTaken(WordUnits::EntryOf(unit))) break;
-            *target++ = unit;
+            // One unit of ASCII is seldom the last.
+            std::ptrdiff_t count = 1;
+            if (*source <= 0x7F && HasPlainASCII(mTable) &&
+                end - source >= static_cast<std::ptrdiff_t>(CASCIIWindow::kSize)) {
+                CASCIIWindow const window(source);
+                count = std::countr_one(window.Judge<Rule::kTakesSymbols>().mTaken);
+                window.Write(target, CaseBitOf(mTable));
+            } else {
+                *target = unit;
+            }
+            source += count;
+            target += count;
         }
         mMapped = mCount = static_cast<std::size_t>(target - mUnits);
         mRawLength = static_cast<std::size_t>(source - mText) - mStart;

@@ -143,8 +143,7 @@ template <class Rule>
     };
     // The quick ways are for a block that holds nothing but the word before.
     std::size_t const from = std::size_t{start} + rawLength;
-    if (from >= length || block.size() > mappedLength * sizeof(char16_t) ||
-        table.GetASCIIMapping() == CUnicodeMappingTable::ASCIIMapping::kOther) {
+    if (from >= length || block.size() > mappedLength * sizeof(char16_t) || !HasPlainASCII(table)) {
         return FeedMappedWord<Rule>(call(), {from, 0});
     }
 

@@ -239,6 +239,25 @@ TEST(CUnicodeWordDelimiterStub, TakesMarksAsWordsWhereTheTableLeavesThem)
               (std::vector<MappedWord>{{u"\u3099", 0, 1}, {u"\u3099", 1, 1}}));
 }
 
+TEST(CUnicodeWordDelimiterStub, ReplacesALoneSurrogateInTheRestOfAnExpansion)
+{
+    CUnicodeWordDelimiterStub delimiter;
+    CUnicodeMappingTable table;
+    MapByHand(table, {{'x', u"a\xDC00"}, {'y', u"#\xDC00\xD83D"}});
+    EXPECT_EQ(MappedWords(delimiter, u"xy", table),
+              (std::vector<MappedWord>{
+                  {u"a", 0, 1}, {u"\u2590", 1, 0}, {u"#", 1, 1}, {u"\u2590\xD83D", 2, 0}}));
+}
+
+TEST(CUnicodeWordDelimiterStub, TakesAMappingOfMoreThan128UnitsForADeletion)
+{
+    CUnicodeWordDelimiterStub delimiter;
+    CUnicodeMappingTable table;
+    MapByHand(table, {{'x', std::u16string(128, u'e')}, {'y', std::u16string(129, u'e')}});
+    EXPECT_EQ(MappedWords(delimiter, u"y axyby", table),
+              (std::vector<MappedWord>{{u'a' + std::u16string(128, u'e') + u'b', 2, 5}}));
+}
+
 TEST(CUnicodeWordDelimiterStub, MapsTheLookAheadAgain)
 {
     CUnicodeWordDelimiterStub delimiter;

@@ -143,6 +143,15 @@ protected:
         return true;
     }
 
+    // Only with the default table, which most words go through.
+    bool HoldsByDefault(std::u16string_view text)
+    {
+        Table const& table = Tables().front();
+        return std::all_of(mDelimiters.begin(), mDelimiters.end(), [&](auto const& each) {
+            return WalksAsNaive(*each.first, each.second, text, *table.mTable, table.mMap);
+        });
+    }
+
     CUnicodeWordDelimiterStub mStub;
     CUnicodeWordDelimiterStubLegacy mLegacy;
     std::vector<std::pair<CUnicodeWordDelimiter*, NaiveWords::Rule>> mDelimiters = {
@@ -166,12 +175,48 @@ std::u16string Representatives()
                    u"\u258C\xFFFF\xFFFE\xFEFF";
 }
 
+std::u16string ASCII()
+{
+    std::u16string units;
+    for (char16_t unit = 0; unit < 0x80; ++unit)
+        units += unit;
+    return units;
+}
+
 TEST_F(WordRulesTest, HoldForEveryUnit)
 {
     for (unsigned int unit = 0; unit < 0x10000; ++unit) {
         auto const c = static_cast<char16_t>(unit);
         ASSERT_TRUE(AllHold(std::u16string(1, c))) << unit;
         ASSERT_TRUE(AllHold(std::u16string{u'a', c, u'b'})) << unit;
+    }
+}
+
+// With room behind it for the ways that take many units at once.
+TEST_F(WordRulesTest, HoldForEveryUnitFarFromTheEnd)
+{
+    std::u16string const gap(40, u' ');
+    for (unsigned int unit = 0; unit < 0x10000; ++unit) {
+        auto const c = static_cast<char16_t>(unit);
+        ASSERT_TRUE(HoldsByDefault(u' ' + std::u16string(1, c) + gap)) << unit;
+        ASSERT_TRUE(HoldsByDefault(u"Az" + std::u16string(1, c) + u"9#" + gap)) << unit;
+    }
+}
+
+TEST_F(WordRulesTest, HoldForASCIIAtEveryOffset)
+{
+    // What stops a run, what goes on with it, what stands alone and what vanishes.
+    std::u16string const units =
+        u" a#'\u0301\u00C9\u00DF\u4E00\u3007\u2019\xD83D\xDE00\xD800\xDC00\uFDFA";
+    for (size_t before = 0; before < 36; ++before) {
+        for (size_t length = 0; length < 36; ++length) {
+            std::u16string const head = std::u16string(before, u'.') + std::u16string(length, u'Q');
+            for (char16_t const unit : units) {
+                std::u16string const text = head + unit;
+                ASSERT_TRUE(HoldsByDefault(text));
+                ASSERT_TRUE(HoldsByDefault(text + u"bC" + std::u16string(33, u'-')));
+            }
+        }
     }
 }
 
@@ -197,14 +242,41 @@ TEST_F(WordRulesTest, HoldForHostileText)
         u"a'tze\uFF07\u02BC \u4E00",
         u"\uFDFA\u00BC\u2460\u00DF\uFB01\u0301\u4E00\u3007\u309Fa 1",
         Representatives(),
+        ASCII() + u"\u00C9\u0301\u00DF\u2019\u00A0\u4E00\xD83D\xDE00",
+        u"abcdefghijklmnopqrstuvwxyzABCDEFG0123456789  \u00C9\u0301",
     };
     std::mt19937 random(1);
     for (int round = 0; round < 3000; ++round) {
         std::u16string const& alphabet = alphabets[random() % std::size(alphabets)];
-        std::u16string text(random() % 24, u' ');
+        std::u16string text(random() % (round % 4 == 0 ? 90 : 24), u' ');
         for (char16_t& unit : text)
             unit = alphabet[random() % alphabet.size()];
         ASSERT_TRUE(AllHold(text)) << "round " << round;
+    }
+}
+
+TEST_F(WordRulesTest, HoldForTablesThatMapToAnything)
+{
+    std::u16string const units = u"ab #\u4E00\u3007\xD83D\xDE00\xD800\xDC00\u0301";
+    std::mt19937 random(2);
+    auto const any = [&random](size_t most, std::u16string const& alphabet) {
+        std::u16string text(random() % (most + 1), u' ');
+        for (char16_t& unit : text)
+            unit = alphabet[random() % alphabet.size()];
+        return text;
+    };
+    for (int round = 0; round < 60; ++round) {
+        CUnicodeMappingTable table;
+        MapByHand(table, {{'w', any(1, units)},
+                          {'x', any(4, units)},
+                          {'y', any(4, units)},
+                          {'z', any(4, units)}});
+        NaiveWords::CMap const map(table);
+        for (int i = 0; i < 60; ++i) {
+            std::u16string const text = any(12, u"wxyz" + units);
+            for (auto& [delimiter, rule] : mDelimiters)
+                ASSERT_TRUE(WalksAsNaive(*delimiter, rule, text, table, map)) << "round " << round;
+        }
     }
 }
 
