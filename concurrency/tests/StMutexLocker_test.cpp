@@ -117,19 +117,20 @@ TEST(StMutexUnlocker, MovesToAnotherMutex)
     CMutex first;
     CMutex second;
     StMutexLocker const firstLock(first);
-    StMutexLocker const secondLock(second);
     {
         StMutexUnlocker unlock(first);
+        second.Lock();
         unlock.ChangeMutex(&second);
         EXPECT_FALSE(IsFreeForOthers(first));
         EXPECT_TRUE(IsFreeForOthers(second));
         unlock.ChangeMutex(nullptr);
         EXPECT_FALSE(IsFreeForOthers(second));
-        unlock.ChangeMutex(&first);
-        EXPECT_TRUE(IsFreeForOthers(first));
+        unlock.ChangeMutex(&second);
+        EXPECT_TRUE(IsFreeForOthers(second));
     }
     EXPECT_FALSE(IsFreeForOthers(first));
     EXPECT_FALSE(IsFreeForOthers(second));
+    second.Unlock();
 }
 
 TEST(StMutexUnlocker, TouchesNoMutexWhileNotActive)
