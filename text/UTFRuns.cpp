@@ -155,6 +155,21 @@ bool IsASCIIBlock(UTF8 const* source)
     return (Load64(source) & kNotASCIIBytes) == 0;
 }
 
+// The ASCII at the head of a block that holds other bytes too, which `notASCII` marks.
+void TakeASCII(uint64_t notASCII, UTF8 const*& source, AnyUTF16*& target)
+{
+    // A separator between words is mostly one byte, and costs less as such.
+    int ascii = 1;
+    if ((notASCII & 0x8000) != 0) {
+        *target = *source;
+    } else {
+        WidenBlock(source, target);
+        ascii = std::countr_zero(notASCII) / 8;
+    }
+    source += ascii;
+    target += ascii;
+}
+
 // A round of the loops from UTF-8: goes on to `safe`, from which on there are `kRoom` bytes and as
 // many units of room, or to a character that calls for a decision, and answers whether it was the
 // former.
@@ -170,18 +185,7 @@ bool RoundToUTF16(UTF8 const*& source, UTF8 const* safe, AnyUTF16*& target)
             target += kBlock;
             continue;
         }
-        if ((block & 0x80) == 0) {
-            // A separator between words is mostly one byte, and costs less as such.
-            bool const isAlone = (block & 0x8000) != 0;
-            int const ascii = isAlone ? 1 : std::countr_zero(notASCII) / 8;
-            if (isAlone) {
-                *target = *source;
-            } else {
-                WidenBlock(source, target);
-            }
-            source += ascii;
-            target += ascii;
-        }
+        if ((block & 0x80) == 0) TakeASCII(notASCII, source, target);
         uint32_t word = Load32(source);
         if (IsTwoBytes(word)) {
             do {
