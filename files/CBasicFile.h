@@ -16,11 +16,11 @@
 // time; separate objects are independent.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "foundation/LoamExport.h"
 #include "marl/basic_binstream.h"
+
+#include <string>
+#include <vector>
 
 class CFileSpec;
 
@@ -84,7 +84,8 @@ public:
     /// descriptor is not inherited by other programs.
     virtual void Open(PrivilegesEnum privileges) = 0;
     virtual bool IsOpen() = 0;
-    /// Closes the file. After a failure it still counts as open.
+    /// Closes the file. After a failure it still counts as open, and its end closes it once more;
+    /// mind that the system may have given its descriptor to another thread by then.
     virtual void Close() = 0;
     /// Removes the file, or the folder if it is empty.
     virtual void Delete() = 0;
@@ -135,12 +136,13 @@ public:
                         bool unique,
                         bool overwrite,
                         CFileSpec* result) = 0;
-    /// Puts this file in `target`'s place. `keepReplaced`: the replaced file gets this file's old
-    /// place, otherwise it is removed. Where the system can, this is one step, and a crash at any
-    /// moment leaves a whole file under the target's name. Where it can't (it refuses, or `target`
-    /// isn't there), it is done by moves: the target aside to its name with ".old", this file to
-    /// its place, then the rest; a failure in between is not rolled back. After moves, and always
-    /// on Linux, the object names the target; after the one step on macOS it names the old place.
+    /// Puts this file, with its content on the disk, in `target`'s place. `keepReplaced`: the
+    /// replaced file gets this file's old place, otherwise it is removed. Where the system can,
+    /// this is one step, and a crash at any moment leaves a whole file under the target's name.
+    /// Where it can't (it refuses, or `target` isn't there), it is done by moves: the target aside
+    /// to its name with ".old", this file to its place, then the rest; a failure in between is not
+    /// rolled back. After moves, and always on Linux, the object names the target; after the one
+    /// step on macOS it names the old place.
     virtual void ReplaceFile(CFileSpec const& target, bool keepReplaced) = 0;
 
     /// Keeps the file out of backups, or takes that back. No effect on Linux.

@@ -5,6 +5,7 @@
 #include "marl/HierarchicalException.h"
 #include "text/CUTFConverter.h"
 
+#include <algorithm>
 #include <memory>
 
 namespace {
@@ -312,7 +313,7 @@ long long CFile::ReadLine(char* buffer, long long size, EOLType* eol)
     long long length = 0;
     while (length < count && buffer[length] != '\r' && buffer[length] != '\n')
         ++length;
-    long long used = length;
+    long long used = std::min(length, count);
     if (length < count) {
         bool const isLF = buffer[length] == '\n';
         // A CR at the very end of the block ends its line by itself, whatever follows.

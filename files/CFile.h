@@ -10,12 +10,12 @@
 // `MoveToTrash` deletes for good.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "files/CBasicFile.h"
 #include "files/CFileSpec.h"
 #include "foundation/LoamExport.h"
+
+#include <string>
+#include <vector>
 
 class CBasicFileImp;
 

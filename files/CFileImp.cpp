@@ -122,7 +122,8 @@ void CFileImp::MakeAlias(CFileSpec const&)
 long long CFileImp::GetLength()
 {
     struct stat info = {};
-    int const result = IsOpen() ? fstat(mDescriptor, &info) : stat(Path8bit().c_str(), &info);
+    std::string const path = IsOpen() ? std::string() : Path8bit();
+    int const result = IsOpen() ? fstat(mDescriptor, &info) : stat(path.c_str(), &info);
     if (result != 0) ThrowLastError(kFileStat);
     return info.st_size;
 }

@@ -70,9 +70,10 @@ void CFileImp::MoveTo(CFileSpec const& folder,
     CFileSpec target(folder, name, unique);
     if (overwrite && target.Exist()) MakeRoomAt(target);
 
+    std::string const path = Path8bit();
     std::string targetPath;
     target.GetFullPath8bit(&targetPath);
-    if (rename(Path8bit().c_str(), targetPath.c_str()) != 0) ThrowLastError(kFileMove);
+    if (rename(path.c_str(), targetPath.c_str()) != 0) ThrowLastError(kFileMove);
     mFileSpec = target;
     if (result) *result = target;
 }
@@ -122,7 +123,7 @@ void CFileImp::CopyContentTo(CFileSpec const& target, long long skipStart, long 
         while (remaining > 0) {
             long long const asked = std::min(remaining, kCopyBlock);
             long long const count = Read(buffer.get(), asked);
-            if (count == 0) break;
+            if (count <= 0) break;
             // Kept on purpose: what was asked for counts, not what came.
             remaining -= asked;
             WriteAll(copy, buffer.get(), count);

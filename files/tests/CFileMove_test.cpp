@@ -259,23 +259,47 @@ TEST(CFileMove, CopyLeavesAPartialTargetAfterAFailure)
     EXPECT_THAT(DescriptorsOf(folder.Path("c")), testing::IsEmpty());
 }
 
-// A disk of its own, in a child that alone sees it: 0 if the copy failed as it should, 2 if there
-// can't be such a disk here.
-static int CopyToAFullDisk(std::string const& disk, std::string const& source)
+namespace {
+
+void WriteLine(char const* path, std::string const& line)
 {
-    int const spaces = geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER;
-    if (unshare(spaces) != 0 || mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=200k") != 0) {
-        return 2;
+    std::ofstream(path) << line;
+}
+
+// Gives this process a small disk at `disk` that it alone sees. Without root it becomes one in a
+// space of its own.
+bool MountSmallDisk(std::string const& disk)
+{
+    std::string const user = std::to_string(geteuid());
+    std::string const group = std::to_string(getegid());
+    bool const isRoot = geteuid() == 0;
+    if (unshare(isRoot ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER) != 0) return false;
+    if (!isRoot) {
+        WriteLine("/proc/self/setgroups", "deny");
+        WriteLine("/proc/self/uid_map", "0 " + user + " 1");
+        WriteLine("/proc/self/gid_map", "0 " + group + " 1");
     }
+    return mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=200k") == 0;
+}
+
+constexpr int kAsItShould = 0;
+constexpr int kWrong = 1;
+constexpr int kNoDisk = 2;
+
+int CopyToAFullDisk(std::string const& disk, std::string const& source)
+{
+    if (!MountSmallDisk(disk)) return kNoDisk;
     CFile file(Spec(source));
     Failure const failure =
         FailureOf([&] { file.CopyTo(Spec(disk), u"copy", false, false, nullptr, 0, 0); });
-    bool const isPartial = fs::file_size(disk + "/copy") < fs::file_size(source);
-    return failure == FileFailure(kOtherFailure, kFileWrite, ENOSPC) && isPartial && !file.IsOpen()
-               ? 0
-               : 1;
+    std::error_code ignored;
+    bool const isPartial = fs::file_size(disk + "/copy", ignored) < fs::file_size(source, ignored);
+    bool const isTold = failure == FileFailure(kOtherFailure, kFileWrite, ENOSPC);
+    return isTold && isPartial && !file.IsOpen() ? kAsItShould : kWrong;
 }
+
+}  // namespace
 
 TEST(CFileMove, CopyToAFullDiskNeverPassesForSuccess)
 {
@@ -288,6 +312,6 @@ TEST(CFileMove, CopyToAFullDiskNeverPassesForSuccess)
     int status = -1;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFEXITED(status));
-    if (WEXITSTATUS(status) == 2) GTEST_SKIP() << "no small disk can be mounted here";
-    EXPECT_EQ(WEXITSTATUS(status), 0);
+    if (WEXITSTATUS(status) == kNoDisk) GTEST_SKIP() << "no small disk can be mounted here";
+    EXPECT_EQ(WEXITSTATUS(status), kAsItShould);
 }
