@@ -8,15 +8,14 @@
 #include <vector>
 
 /// The machine's sources among the supplies in `folder`, a path in UTF-8; none if there is no such
-/// folder. What the tables of a battery or UPS ("type" Battery or UPS) say, by its "status":
+/// folder. A battery or UPS (by its "type") is a source whose state follows from its "status":
 ///
 /// - Charging: on AC.
 /// - Discharging: not on AC.
 /// - Full: on AC, unless another one discharges, since then this one is merely kept for later.
-/// - all else (Not charging, Unknown, none): the same, and not on AC either if adapters are listed
-///   and none of them is online.
+/// - all else (Not charging, Unknown, none): as Full, but not on AC if adapters are listed and none
+///   of them is online.
 ///
-/// Every other type is an adapter: one that is online is a source on AC, and any other is none.
-/// Supplies of a device ("scope" Device: mice, headsets) and empty bays ("present" 0) aren't the
-/// machine's.
+/// Every other type is an adapter: a source on AC while it is online, and none otherwise. Supplies
+/// of a device ("scope" Device: mice, headsets) and empty bays ("present" 0) aren't the machine's.
 std::vector<PowerSourceState> ReadPowerSupplies(std::string const& folder);
