@@ -48,11 +48,6 @@ CFileSpecImp::CFileSpecImp(CFileSpecImp const& other)
 {
 }
 
-CFileSpecImp::CFileSpecImp(CFileSpec const& container, std::u16string const& name, bool unique)
-{
-    MakeFileSpecInContainer(container.GetImp(), name, unique);
-}
-
 void CFileSpecImp::SetupFromFile()
 {
     mFollowedStatValid = false;
@@ -134,53 +129,53 @@ void CFileSpecImp::GetNewTempFolderInSameVolume(CFileSpecImp* folder) const
 
 bool CFileSpecImp::Exist() const
 {
-    return CanAccess_(F_OK);
+    return CanAccess(F_OK);
 }
 
 bool CFileSpecImp::Readable() const
 {
-    return CanAccess_(R_OK);
+    return CanAccess(R_OK);
 }
 
 bool CFileSpecImp::Writeable() const
 {
-    return CanAccess_(W_OK);
+    return CanAccess(W_OK);
 }
 
 long long CFileSpecImp::GetFileSize() const
 {
-    return StatFor_(mSizeRead)->st_size;
+    return StatFor(mSizeRead)->st_size;
 }
 
 long long CFileSpecImp::GetDiskCapacity() const
 {
     struct statvfs disk = {};
-    ThrowFileException(LookAtDisk(Path8bit_(), disk), kFileDiskSpace, mPath);
+    ThrowFileException(LookAtDisk(Path8bit(), disk), kFileDiskSpace, mPath);
     return Bytes(disk.f_frsize, disk.f_blocks);
 }
 
 long long CFileSpecImp::GetAvailableDiskSpace() const
 {
     CFileSpecImp place(*this);
-    while (!place.CanAccess_(F_OK) && place.GetContainer(&place)) {}
+    while (!place.CanAccess(F_OK) && place.GetContainer(&place)) {}
     struct statvfs disk = {};
-    ThrowFileException(LookAtDisk(place.Path8bit_(), disk), kFileDiskSpace, mPath);
+    ThrowFileException(LookAtDisk(place.Path8bit(), disk), kFileDiskSpace, mPath);
     return Bytes(disk.f_frsize, disk.f_bavail);
 }
 
 long CFileSpecImp::GetFileModifDateUTC() const
 {
-    return FromPlatform(StatFor_(mModifDateRead)->st_mtime);
+    return FromPlatform(StatFor(mModifDateRead)->st_mtime);
 }
 
 long CFileSpecImp::GetFileAccessDateUTC() const
 {
-    return FromPlatform(StatFor_(mAccessDateRead)->st_atime);
+    return FromPlatform(StatFor(mAccessDateRead)->st_atime);
 }
 
 long CFileSpecImp::GetFileAttributesModifDateUTC() const
 {
-    return FromPlatform(StatFor_(mAttrDateRead)->st_ctime);
+    return FromPlatform(StatFor(mAttrDateRead)->st_ctime);
 }
 
 long CFileSpecImp::GetFileCreationDateUTC() const
@@ -190,17 +185,17 @@ long CFileSpecImp::GetFileCreationDateUTC() const
 
 bool CFileSpecImp::IsFolder(bool followLinks) const
 {
-    return HasFileType_(followLinks, S_IFDIR);
+    return HasFileType(followLinks, S_IFDIR);
 }
 
 bool CFileSpecImp::IsRealFile(bool followLinks) const
 {
-    return HasFileType_(followLinks, S_IFREG);
+    return HasFileType(followLinks, S_IFREG);
 }
 
 bool CFileSpecImp::IsAlias() const
 {
-    return HasFileType_(false, S_IFLNK);
+    return HasFileType(false, S_IFLNK);
 }
 
 bool CFileSpecImp::IsDiskImage() const
@@ -270,28 +265,28 @@ bool CFileSpecImp::HasCaseUnsensitiveExtension(char const* extension) const
 
 struct stat const* CFileSpecImp::GetStat(bool followLinks) const
 {
-    ThrowFileException(TryStat_(followLinks), kFileStat, mPath);
+    ThrowFileException(TryStat(followLinks), kFileStat, mPath);
     return followLinks ? &mFollowedStat : &mLinkStat;
 }
 
-std::string CFileSpecImp::Path8bit_() const
+std::string CFileSpecImp::Path8bit() const
 {
     std::string path;
     GetFullPath8bit(&path);
     return path;
 }
 
-bool CFileSpecImp::CanAccess_(int mode) const
+bool CFileSpecImp::CanAccess(int mode) const
 {
-    return access(Path8bit_().c_str(), mode) == 0;
+    return access(Path8bit().c_str(), mode) == 0;
 }
 
 // 0, or the errno of the failure; the stat that was asked for is valid in the first case alone.
-int CFileSpecImp::TryStat_(bool followLinks) const
+int CFileSpecImp::TryStat(bool followLinks) const
 {
     bool& isValid = followLinks ? mFollowedStatValid : mLinkStatValid;
     if (isValid) return 0;
-    std::string const path = Path8bit_();
+    std::string const path = Path8bit();
     int const result =
         followLinks ? stat(path.c_str(), &mFollowedStat) : lstat(path.c_str(), &mLinkStat);
     if (result != 0) return errno;
@@ -299,11 +294,11 @@ int CFileSpecImp::TryStat_(bool followLinks) const
     return 0;
 }
 
-bool CFileSpecImp::HasFileType_(bool followLinks, mode_t type) const
+bool CFileSpecImp::HasFileType(bool followLinks, mode_t type) const
 {
     // A question gets an answer, whatever went wrong.
     try {
-        if (TryStat_(followLinks) != 0) return false;
+        if (TryStat(followLinks) != 0) return false;
         return ((followLinks ? mFollowedStat : mLinkStat).st_mode & S_IFMT) == type;
     } catch (...) {
         return false;
@@ -311,7 +306,7 @@ bool CFileSpecImp::HasFileType_(bool followLinks, mode_t type) const
 }
 
 // What the attribute accessors look at: each one's second question looks anew, for all of them.
-struct stat const* CFileSpecImp::StatFor_(bool& attributeRead) const
+struct stat const* CFileSpecImp::StatFor(bool& attributeRead) const
 {
     if (attributeRead) {
         mFollowedStatValid = false;

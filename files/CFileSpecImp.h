@@ -96,7 +96,7 @@ public:
 protected:
     /// One step of `ResolveAlias`: false if `path` leads no further. Replaces `path` otherwise.
     /// What resolves more kinds of links overrides this.
-    virtual bool ResolveAliasStep_(std::u16string& path) const;
+    virtual bool ResolveAliasStep(std::u16string& path) const;
 
     std::u16string mPath;
 
@@ -115,12 +115,12 @@ protected:
     mutable bool mAttrDateRead = false;
 
 private:
-    std::string Path8bit_() const;
-    bool CanAccess_(int mode) const;
-    int TryStat_(bool followLinks) const;
-    bool HasFileType_(bool followLinks, mode_t type) const;
-    struct stat const* StatFor_(bool& attributeRead) const;
-    void MakeUnique_(CFileSpecImp const* container,
-                     std::u16string const& folder,
-                     std::u16string const& name);
+    std::string Path8bit() const;
+    bool CanAccess(int mode) const;
+    int TryStat(bool followLinks) const;
+    bool HasFileType(bool followLinks, mode_t type) const;
+    struct stat const* StatFor(bool& attributeRead) const;
+    std::u16string
+    PathInContainer(CFileSpecImp const& container, std::u16string const& name, bool unique) const;
+    bool IsTaken(std::u16string const& path) const;
 };

@@ -13,7 +13,7 @@ constexpr std::size_t kLinkPathLimit = 1025;
 
 }  // namespace
 
-bool CFileSpecImp::ResolveAliasStep_(std::u16string& path) const
+bool CFileSpecImp::ResolveAliasStep(std::u16string& path) const
 {
     std::string link;
     CUTFConverter::ConvertUTF16toUTF8(path, link, CUTFConverter::kLenientMode);
@@ -45,7 +45,7 @@ void CFileSpecImp::ResolveAlias(std::u16string& path)
     std::u16string mark = path;
     unsigned long steps = 0;
     unsigned long stepsToMark = 1;
-    while (ResolveAliasStep_(path)) {
+    while (ResolveAliasStep(path)) {
         if (path == mark) {
             path = start;
             return;

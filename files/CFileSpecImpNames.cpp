@@ -1,5 +1,6 @@
 // How a path that need not exist yet comes to be: from a folder and a name that is made legal and
 // unique.
+#include "files/CFileSpec.h"
 #include "files/CFileSpecImp.h"
 #include "files/FileSpecConstants.h"
 #include "foundation/FailureDomains.h"
@@ -74,9 +75,15 @@ void InsertNumber(std::u16string& name, std::string const& digits)
 CFileSpecImp::CFileSpecImp(CBasicFileSpec::StdContainerEnum container,
                            std::u16string const& name,
                            bool unique)
+    : CBasicFileSpecImp(true)
+    , mPath(PathInContainer(CFileSpecImp(FolderOf(container), false), name, unique))
 {
-    CFileSpecImp folder(FolderOf(container), false);
-    MakeFileSpecInContainer(&folder, name, unique);
+}
+
+CFileSpecImp::CFileSpecImp(CFileSpec const& container, std::u16string const& name, bool unique)
+    : CBasicFileSpecImp(true)
+    , mPath(PathInContainer(*container.GetImp(), name, unique))
+{
 }
 
 CFileSpecImp::CFileSpecImp(std::u16string path, bool unique)
@@ -88,23 +95,16 @@ CFileSpecImp::CFileSpecImp(std::u16string path, bool unique)
     }
     // Without a "/" the name is the whole path, and its folder the root.
     std::u16string::size_type const nameStart = path.rfind(u'/') + 1;
-    CFileSpecImp folder(nameStart <= 1 ? std::u16string(s_rootPath) : path.substr(0, nameStart - 1),
-                        false);
-    MakeFileSpecInContainer(&folder, path.substr(nameStart), true);
+    CFileSpecImp const folder(
+        nameStart <= 1 ? std::u16string(s_rootPath) : path.substr(0, nameStart - 1), false);
+    mPath = PathInContainer(folder, path.substr(nameStart), true);
 }
 
 void CFileSpecImp::MakeFileSpecInContainer(CFileSpecImp* container,
                                            std::u16string const& name,
                                            bool unique)
 {
-    std::u16string candidate = name;
-    ValidateFileName(container, candidate, 0);
-    std::u16string folder;
-    container->GetFullPath(&folder);
-    if (folder.empty() || folder.back() != u'/') folder += u'/';
-
-    mPath = folder + candidate;
-    if (unique) MakeUnique_(container, folder, name);
+    mPath = PathInContainer(*container, name, unique);
     mChanged = true;
     SetupFromFile();
 }
@@ -133,29 +133,44 @@ void CFileSpecImp::ValidateFileName(CFileSpecImp const* container,
     }
 }
 
-// Puts numbers into the name until the path is free. What the system can't tell is thrown.
-void CFileSpecImp::MakeUnique_(CFileSpecImp const* container,
-                               std::u16string const& folder,
-                               std::u16string const& name)
+std::u16string CFileSpecImp::PathInContainer(CFileSpecImp const& container,
+                                             std::u16string const& name,
+                                             bool unique) const
 {
+    std::u16string candidate = name;
+    ValidateFileName(&container, candidate, 0);
+    std::u16string folder;
+    container.GetFullPath(&folder);
+    if (folder.empty() || folder.back() != u'/') folder += u'/';
+
+    std::u16string path = folder + candidate;
+    if (!unique) return path;
     // The number is one of 16 bits and signed; once it has been all round, the next name would be a
     // second try.
     constexpr unsigned int kNumbers = 1U + std::numeric_limits<std::uint16_t>::max();
     std::uint16_t number = 1;
     for (unsigned int tried = 0; tried <= kNumbers; ++tried) {
-        std::string const path = Path8bit_();
-        if (access(path.c_str(), F_OK) != 0) {
-            int const error = errno;
-            if (error == ENOENT) return;
-            ThrowFileException(error, kFileStat, mPath);
-        }
+        if (!IsTaken(path)) return path;
         ++number;
         std::string const digits = std::to_string(static_cast<std::int16_t>(number));
-        std::u16string candidate = name;
-        ValidateFileName(container, candidate, static_cast<short>(digits.size() + 1));
+        candidate = name;
+        ValidateFileName(&container, candidate, static_cast<short>(digits.size() + 1));
         InsertNumber(candidate, digits);
-        mPath = folder + candidate;
+        path = folder + candidate;
     }
     // Not EEXIST: who makes a file of a free name would try that for ever.
-    ThrowFileException(EOVERFLOW, kFileStat, mPath);
+    ThrowFileException(EOVERFLOW, kFileStat, path);
+    return path;
+}
+
+// Throws what the system says instead of an answer; if it says nothing, the name counts as taken.
+bool CFileSpecImp::IsTaken(std::u16string const& path) const
+{
+    std::string path8bit;
+    CUTFConverter::ConvertUTF16toUTF8(path, path8bit, CUTFConverter::kLenientMode);
+    if (access(path8bit.c_str(), F_OK) == 0) return true;
+    int const error = errno;
+    if (error == ENOENT) return false;
+    ThrowFileException(error, kFileStat, path);
+    return true;
 }

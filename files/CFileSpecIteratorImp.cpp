@@ -65,13 +65,13 @@ bool CFileSpecIteratorImp::Next(CFileSpec* result)
     }
     StMutexLocker const locker(&mMutex);
     std::u16string path;
-    if (!ReadPath_(path)) return false;
+    if (!ReadPath(path)) return false;
     *result = CFileSpec(std::move(path), false);
     return true;
 }
 
 // Reads up to the next entry that a path can lead to, and gives that path.
-bool CFileSpecIteratorImp::ReadPath_(std::u16string& path)
+bool CFileSpecIteratorImp::ReadPath(std::u16string& path)
 {
     while ((mEntry = readdir(mDirectory))) {
         std::string_view const name(mEntry->d_name);

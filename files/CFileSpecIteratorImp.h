@@ -18,7 +18,7 @@ public:
     bool Next(CFileSpec* result) override;
 
 private:
-    bool ReadPath_(std::u16string& path);
+    bool ReadPath(std::u16string& path);
 
     std::u16string mFolderPath;
     // Owned, null if the folder couldn't be opened. What it points to is guarded by mMutex.

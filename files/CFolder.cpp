@@ -67,7 +67,7 @@ public:
                 }
                 continue;
             }
-            CFileSpec const emptied = std::move(level.mFolder);
+            CFileSpec const emptied(level.mFolder);
             mLevels.pop_back();
             if (mLevels.empty()) return;
             RemoveOne(emptied);

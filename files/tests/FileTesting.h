@@ -6,6 +6,7 @@
 #include "foundation/FailureDomains.h"
 #include "marl/HierarchicalException.h"
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -69,6 +70,8 @@ std::string AsOrdinaryUser(Action const& action)
     if (geteuid() != 0) return action();
     int ends[2];
     if (pipe(ends) != 0) return "no pipe";
+    // Or the child would print what waits here too.
+    std::fflush(nullptr);
     pid_t const child = fork();
     if (child == 0) {
         constexpr unsigned int kNobody = 65534;
