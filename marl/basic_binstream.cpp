@@ -40,8 +40,7 @@ basic_binstream& basic_binstream::operator<<(std::u16string const& text)
 
 basic_binstream& basic_binstream::operator<<(std::string const& text)
 {
-    char* const target = MakeRoom(text.size(), 1);
-    if (!text.empty()) std::memcpy(target, text.data(), text.size());
+    text.copy(MakeRoom(text.size(), 1), text.size());
     return *this;
 }
 

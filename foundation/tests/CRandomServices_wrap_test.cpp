@@ -21,6 +21,7 @@ std::atomic<unsigned int> sSeed{0};
 [[noreturn]] void GetAtOnceAndExit()
 {
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (int i = 0; i < 8; ++i)
         threads.emplace_back([] { CRandomServices::GetRandomServices(); });
     for (std::thread& thread : threads)

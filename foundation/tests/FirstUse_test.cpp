@@ -82,6 +82,7 @@ TEST(FirstUse, GivesAllThreadsTheSameCompleteObject)
     std::atomic<int> complete = 0;
     std::vector<CCounted*> seen(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (CCounted*& mine : seen) {
         threads.emplace_back([&] {
             bool isMaker = false;
@@ -114,6 +115,7 @@ TEST(FirstUse, ShowsWhatWasMadeToWhoeverReadsLater)
         std::atomic<CCounted*> slot{nullptr};
         std::atomic<int> complete = 0;
         std::vector<std::thread> threads;
+        threads.reserve(3);
         for (int i = 0; i < 3; ++i) {
             threads.emplace_back([&] {
                 if (GetOrMake(slot, [] { return std::make_unique<CCounted>(); })->IsComplete()) {

@@ -99,6 +99,7 @@ TEST(progressive_lock, LetsManyRaiseAtOnce)
     std::vector<int> fills(kKeys);
     std::latch start(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&] {
             start.arrive_and_wait();

@@ -24,7 +24,6 @@
 namespace {
 
 using testing::Contains;
-using testing::ElementsAre;
 using testing::Not;
 
 constexpr long kJanuary2026 = 1767225600;  // 2026-01-01 00:00:00 UTC, a Thursday
@@ -73,6 +72,7 @@ protected:
     std::vector<int> drawn(kThreads);
     std::barrier start(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int& number : drawn) {
         threads.emplace_back([&] {
             start.arrive_and_wait();
@@ -191,6 +191,7 @@ TEST_F(CDateTimeServicesImpTest, NeverShowsHalfOfTheOffset)
 
     std::atomic<int> right = 0;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&right] {
             if (CDateTimeServicesImp::GetDebugTimeOffsetSeconds() == 172740) ++right;

@@ -20,6 +20,9 @@ namespace {
 
 constexpr char kPreferencesGroup[] = "Preferences";
 
+// No tick of the clock: the zone is read in every call.
+constexpr long long kAlways = -1;
+
 struct FreeKeyFile
 {
     void operator()(GKeyFile* file) const { g_key_file_free(file); }
@@ -53,8 +56,6 @@ unsigned int NumberOf(nl_item item, locale_t locale)
 
 class CDateTimePlatformLinux final : public CBasicDateTimePlatform
 {
-    static constexpr long long kAlways = -1;
-
 public:
     bool GetIntegerPreference(char const* domain, char const* key, long long& value) const override
     {
@@ -114,7 +115,7 @@ public:
     // The kernel's record of a zone is always 0 here.
     long GetMinutesWest() const override
     {
-        tzset();
+        ReloadTimeZone();
         return StandardMinutesWest(time(nullptr));
     }
 
