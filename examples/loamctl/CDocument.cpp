@@ -16,9 +16,31 @@
 namespace {
 
 // How much of a malformed file is looked at to tell bytes that were never text.
-constexpr long long kBinaryProbe = 4096;
+constexpr std::size_t kBinaryProbe = 4096;
+constexpr long long kFirstRead = 65536;
 
-unsigned char Byte(char c)
+// What a file says about its charset in its first bytes.
+enum class Mark
+{
+    kNone,
+    kUTF8,
+    kUTF16LE,
+    kUTF16BE,
+    kUTF32,
+};
+
+Mark MarkOf(std::string_view bytes)
+{
+    using namespace std::string_view_literals;
+    if (bytes.starts_with("\xFF\xFE\0\0"sv) || bytes.starts_with("\0\0\xFE\xFF"sv)) {
+        return Mark::kUTF32;
+    }
+    if (bytes.starts_with("\xFF\xFE"sv)) return Mark::kUTF16LE;
+    if (bytes.starts_with("\xFE\xFF"sv)) return Mark::kUTF16BE;
+    return bytes.starts_with("\xEF\xBB\xBF"sv) ? Mark::kUTF8 : Mark::kNone;
+}
+
+unsigned char ByteOf(char c)
 {
     return static_cast<unsigned char>(c);
 }
@@ -27,7 +49,7 @@ unsigned char Byte(char c)
 // old end-of-file mark and terminal colours are all found in texts.
 bool IsBinaryControl(char c)
 {
-    return Byte(c) < 0x20 && !std::strchr("\t\n\v\f\r\b\x1a\x1b", c);
+    return ByteOf(c) < 0x20 && !std::strchr("\t\n\v\f\r\b\x1a\x1b", c);
 }
 
 // The first byte of malformed UTF-8, for text that has been refused.
@@ -74,42 +96,65 @@ void CDocument::Read(CFileSpec const& spec)
     if (ReadBytes(spec)) Decode();
 }
 
-// The length is a first guess only: files grow and shrink, and those of /proc say 0.
+// The length is a first guess only: files grow and shrink, and those of /proc say 0. Of a binary
+// file, which mostly shows at its start, the rest is not read.
 bool CDocument::ReadBytes(CFileSpec const& spec)
 {
     CFile file(spec);
     file.Open(CFile::cPrivilegeRead);
     long long const expected = file.GetLength();
-    mSize = expected;
     if (expected <= kSizeLimit) {
-        mSize = 0;
         mBytes.resize(static_cast<unsigned long>(expected) + 1);
         for (;;) {
             auto const room = static_cast<long long>(mBytes.size()) - mSize;
-            long long const count = file.Read(mBytes.data() + mSize, room);
+            long long const asked = mSize == 0 ? std::min(room, kFirstRead) : room;
+            long long const count = file.Read(mBytes.data() + mSize, asked);
             mSize += count;
-            if (count == 0 || (count < room && mSize == expected)) return true;
+            if (count == 0 || (count < asked && mSize == expected)) return true;
+            if (mSize == count && RefuseNullByte()) {
+                mSize = std::max(mSize, expected);
+                return false;
+            }
             if (mSize > kSizeLimit) break;
             if (count == room) mBytes.resize(mBytes.size() + mBytes.size() / 2 + 4096);
         }
     }
+    mSize = std::max(mSize, expected);
     Refuse(Kind::kTooLarge, fmt::format("larger than {} MiB", kSizeLimit >> 20));
     return false;
 }
 
 void CDocument::Decode()
 {
-    std::string_view const bytes(mBytes.data(), static_cast<std::size_t>(mSize));
-    using namespace std::string_view_literals;
-    if (bytes.starts_with("\xFF\xFE\0\0"sv) || bytes.starts_with("\0\0\xFE\xFF"sv)) {
+    switch (MarkOf(Bytes())) {
+    case Mark::kUTF32:
         Refuse(Kind::kUnknownCharset, "UTF-32, which is not read");
-    } else if (bytes.starts_with("\xFF\xFE"sv)) {
+        break;
+    case Mark::kUTF16LE:
         DecodeUTF16(false);
-    } else if (bytes.starts_with("\xFE\xFF"sv)) {
+        break;
+    case Mark::kUTF16BE:
         DecodeUTF16(true);
-    } else if (!bytes.empty()) {
-        DecodeUTF8();
+        break;
+    case Mark::kUTF8:
+        mMarkSize = 3;
+        [[fallthrough]];
+    case Mark::kNone:
+        if (mSize > 0 && !RefuseNullByte()) DecodeUTF8();
+        break;
     }
+}
+
+// Only wide characters hold null bytes in a text.
+bool CDocument::RefuseNullByte()
+{
+    std::string_view const bytes = Bytes();
+    Mark const mark = MarkOf(bytes);
+    if (mark != Mark::kNone && mark != Mark::kUTF8) return false;
+    std::size_t const null = bytes.find('\0');
+    if (null == bytes.npos) return false;
+    Refuse(Kind::kBinary, fmt::format("a null byte at offset {}", null));
+    return true;
 }
 
 void CDocument::DecodeUTF8()
@@ -137,13 +182,13 @@ void CDocument::DecodeUTF8()
     std::string_view const probe = bytes.substr(0, kBinaryProbe);
     auto const control = std::find_if(probe.begin(), probe.end(), IsBinaryControl);
     if (control != probe.end()) {
-        Refuse(Kind::kBinary, fmt::format("control byte 0x{:02X} at offset {}", Byte(*control),
+        Refuse(Kind::kBinary, fmt::format("control byte 0x{:02X} at offset {}", ByteOf(*control),
                                           control - probe.begin()));
         return;
     }
     long long const bad = FindMalformed(bytes);
     Refuse(Kind::kUnknownCharset, fmt::format("not UTF-8: byte 0x{:02X} at offset {}",
-                                              Byte(bytes[static_cast<std::size_t>(bad)]), bad));
+                                              ByteOf(bytes[static_cast<std::size_t>(bad)]), bad));
 }
 
 void CDocument::DecodeUTF16(bool bigEndian)

@@ -60,7 +60,11 @@ public:
 
 private:
     bool ReadBytes(CFileSpec const& spec);
+
+    std::string_view Bytes() const { return {mBytes.data(), static_cast<std::size_t>(mSize)}; }
+
     void Decode();
+    bool RefuseNullByte();
     void DecodeUTF8();
     void DecodeUTF16(bool bigEndian);
     void Refuse(Kind kind, std::string reason);

@@ -3,7 +3,7 @@
 // Nothing that a document or a file name holds reaches a terminal as a control character.
 #pragma once
 
-#include <stdexcept>
+#include <exception>
 #include <string>
 #include <string_view>
 
@@ -53,7 +53,7 @@ public:
     /// Standard output is a terminal, so that people read it as it comes.
     bool IsTerminal() const { return mTerminal; }
 
-    /// Adds text as it is. `Painted` and `Safe...` make what may go in here.
+    /// Adds text as it is: what comes from a file goes through `SafeText` or `SafeName` before.
     void Add(std::string_view text);
     /// Ends a line. On a terminal, call `Flush` where a reader should see it.
     void EndLine();

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include "files/CFileSpecIterator.h"
+#include "loamctl/DisplayText.h"
 #include "loamctl/Failure.h"
 #include "marl/HierarchicalException.h"
 #include "text/CUTFConverter.h"
@@ -21,7 +22,7 @@ std::u16string PathFromArgument(std::string path)
         path.pop_back();
     std::u16string result;
     if (!CUTFConverter::ConvertUTF8toUTF16(path, result, CUTFConverter::kLenientMode)) {
-        throw CUsageError("a path that is not UTF-8 can't be named: " + path);
+        throw CUsageError("a path that is not UTF-8 can't be named: " + SafeName(path));
     }
     if (result.empty()) throw CUsageError("an empty path names nothing");
     return result;
@@ -68,7 +69,7 @@ void CTreeWalk::Examine(TreeEntry& entry) const
     bool const follow = mFollowLinks || entry.mNamed;
     if (!follow && spec.IsAlias()) {
         entry.mKind = Kind::kLink;
-        entry.mSkipped = "a link";
+        entry.mSkipped = "not followed";
     } else if (spec.IsFolder(follow)) {
         entry.mKind = Kind::kFolder;
     } else if (spec.IsRealFile(follow)) {
@@ -105,6 +106,7 @@ void CTreeWalk::EnterFolder(TreeEntry& entry)
     mListings.push_back(std::move(listing));
 }
 
+// A folder that can't be asked for its number is entered: the listing will tell why.
 bool CTreeWalk::IsFirstVisit(std::string const& path)
 {
     struct stat found = {};

@@ -2,17 +2,20 @@
 //
 // Here are the command line and the exit codes; each command has a file of its own.
 
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "loamctl/COutput.h"
 #include "loamctl/CSearch.h"
-#include "loamctl/Failure.h"
+#include "loamctl/DisplayText.h"
 #include "loamctl/Scan.h"
 #include "loamctl/Words.h"
 
@@ -62,6 +65,31 @@ struct CommandLine
     std::string mWordsPath;
 };
 
+// CLI11 takes [a,b] for a list of two, where it is the name of one file. A byte in front keeps it
+// from doing so until it has parsed.
+constexpr char kGuard = '\x01';
+
+std::vector<std::string> Guarded(int argc, char** argv)
+{
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    for (std::string& argument : arguments) {
+        if (argument.starts_with('[') || argument.starts_with(kGuard))
+            argument.insert(0, 1, kGuard);
+    }
+    return arguments;
+}
+
+void Unguard(CommandLine& line)
+{
+    auto const unguard = [](std::string& argument) {
+        if (argument.starts_with(kGuard)) argument.erase(0, 1);
+    };
+    unguard(line.mSearch.mWord);
+    unguard(line.mWordsPath);
+    std::for_each(line.mSearch.mPaths.begin(), line.mSearch.mPaths.end(), unguard);
+    std::for_each(line.mScan.mPaths.begin(), line.mScan.mPaths.end(), unguard);
+}
+
 void AddOutputOptions(CLI::App& app, OutputOptions& options)
 {
     using Color = OutputOptions::Color;
@@ -77,14 +105,19 @@ void AddOutputOptions(CLI::App& app, OutputOptions& options)
     app.add_flag("-v,--verbose", options.mVerbose, "Say what was passed over and why, and totals");
 }
 
+void AddPaths(CLI::App& command, std::vector<std::string>& paths)
+{
+    command.add_option("PATH", paths, "Files and folders; by default this folder")
+        ->option_text("...");
+}
+
 CLI::App* AddSearch(CLI::App& app, SearchOptions& options)
 {
     CLI::App* const search = app.add_subcommand("search", "Find a word in files and folders");
     search->add_option("WORD", options.mWord, "What to find, also inside words; blanks are allowed")
         ->required()
         ->option_text(" ");
-    search->add_option("PATH", options.mPaths, "Files and folders; by default this folder")
-        ->option_text("...");
+    AddPaths(*search, options.mPaths);
     search->add_flag("-w,--word", options.mWholeWords, "Only whole words, in a row if several");
     auto* const count = search->add_flag(
         "-c,--count", [&options](auto) { options.mShow = SearchOptions::Show::kCounts; },
@@ -114,8 +147,7 @@ CLI::App* AddSearch(CLI::App& app, SearchOptions& options)
 CLI::App* AddScan(CLI::App& app, ScanOptions& options)
 {
     CLI::App* const scan = app.add_subcommand("scan", "Tell what files there are and of what kind");
-    scan->add_option("PATH", options.mPaths, "Files and folders; by default this folder")
-        ->option_text("...");
+    AddPaths(*scan, options.mPaths);
     scan->add_flag("-L,--follow", options.mFollowLinks, "Follow links in folders");
     scan->footer(kScanNotes);
     return scan;
@@ -137,10 +169,10 @@ int Finish(COutput& output, Command command)
         int const code = command();
         output.Flush();
         return code;
-    } catch (CUsageError const& error) {
-        output.Complain(error.what());
     } catch (COutputClosed const&) {
         return 0;
+    } catch (std::exception const& error) {
+        output.Complain(error.what());
     }
     return kExitError;
 }
@@ -163,11 +195,16 @@ int Main(int argc, char** argv)
         return kExitError;
     }
     try {
-        app.parse(argc, argv);
+        std::vector<std::string> arguments = Guarded(argc, argv);
+        std::reverse(arguments.begin(), arguments.end());  // CLI11 takes them from the end
+        app.parse(std::move(arguments));
+        Unguard(line);
     } catch (CLI::Success const& done) {
         return app.exit(done);
     } catch (CLI::ParseError const& error) {
-        fmt::print(stderr, "loamctl: {}\nTry loamctl --help\n", error.what());
+        std::string message = error.what();
+        std::erase(message, kGuard);
+        fmt::print(stderr, "loamctl: {}\nTry loamctl --help\n", SafeName(message));
         return kExitError;
     }
 

@@ -60,6 +60,8 @@ TEST(CDocument, RefusesWhatIsNoTextWithAReason)
         char const* mReason;
     } const cases[] = {
         {"a null byte", "abc\0"s, Kind::kBinary, "a null byte at offset 3"},
+        {"a null byte, then a lot", "a\0"s + std::string(100000, 'a'), Kind::kBinary,
+         "a null byte at offset 1"},
         {"late", std::string(100000, 'a') + "\0"s, Kind::kBinary, "a null byte at offset 100000"},
         {"malformed, with controls", "a\x01\xff", Kind::kBinary, "control byte 0x01 at offset 1"},
         {"Latin-1", "caf\xe9 au", Kind::kUnknownCharset, "not UTF-8: byte 0xE9 at offset 3"},

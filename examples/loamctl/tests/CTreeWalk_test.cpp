@@ -68,8 +68,9 @@ TEST(CTreeWalk, FollowsNamedLinksOnly)
     fs::create_symlink("real/x.txt", folder.Path("to-file"));
     fs::create_symlink("nowhere", folder.Path("to-nothing"));
     EXPECT_THAT(Walk({folder.Path()}, false, folder.Path()),
-                ElementsAre("folder ", "folder /real", "file /real/x.txt", "link /to-file -a link",
-                            "link /to-folder -a link", "link /to-nothing -a link"));
+                ElementsAre("folder ", "folder /real", "file /real/x.txt",
+                            "link /to-file -not followed", "link /to-folder -not followed",
+                            "link /to-nothing -not followed"));
     EXPECT_THAT(Walk({folder.Path("to-folder"), folder.Path("to-nothing")}, false, folder.Path()),
                 ElementsAre("folder /to-folder", "file /to-folder/x.txt",
                             "unknown /to-nothing !No such file or directory"));

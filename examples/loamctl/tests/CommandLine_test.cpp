@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "loamctl/tests/RunLoamctl.h"
+#include "testing/StTempDir.h"
 
 namespace {
 
@@ -73,6 +74,19 @@ TEST(CommandLine, TakesAWordThatLooksLikeAnOption)
         RunLoamctl({"search", "--", "-Bl", Document("europe/fr-mirabeau.txt")});
     EXPECT_EQ(result.mExitCode, 0);
     EXPECT_THAT(result.mOutput, HasSubstr("Louis-Ble\u0301riot"));
+}
+
+TEST(CommandLine, TakesNamesAsTheyStand)
+{
+    StTempDir const folder;
+    for (std::string const name : {"[a,b]", "a;b", "a b", "\"q\"", "{}", "%", "true"}) {
+        SCOPED_TRACE(name);
+        folder.Write(name, "cafe\n");
+        EXPECT_EQ(RunLoamctlIn(folder.Path(), {"search", "-l", "cafe", name}).mOutput, name + "\n");
+        EXPECT_EQ(RunLoamctlIn(folder.Path(), {"words", name}).mOutput, "cafe\t0\t4\n");
+        folder.Write("text", "in " + name + "\n");
+        EXPECT_EQ(RunLoamctlIn(folder.Path(), {"search", "-c", name, "text"}).mOutput, "text:1\n");
+    }
 }
 
 }  // namespace

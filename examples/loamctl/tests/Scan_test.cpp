@@ -29,7 +29,7 @@ TEST(Scan, TellsWhatThereIs)
                               "binary                      5  b.bin  (a null byte at offset 4)\n"
                               "folder                         sub/\n"
                               "UTF-16LE                    8  sub/c.txt\n"
-                              "link                           z  (a link)\n"
+                              "link                           z  (not followed)\n"
                               "\n"
                               "3 files in 2 folders, 1.2 KB\n"
                               "  text     1 UTF-16LE, 1 UTF-8\n"
