@@ -169,11 +169,10 @@ NaiveUTF8toUTF16(std::vector<UTF8> const& source, size_t capacity, ConversionFla
         bool const isSurrogate = IsSurrogateUnit(read.mValue);
         std::optional<UTF32> const value = isSurrogate ? Alone(read.mValue, flags) : read.mValue;
         // Room is looked at before the flags are.
-        if (done.mWritten.size() == capacity) {
-            done.mResult = targetExhausted;
-        } else if (!value) {
+        bool const isFull = done.mWritten.size() == capacity;
+        if (!isFull && !value) {
             done.mResult = sourceIllegal;
-        } else if (!Append(done, UnitsOf(*value), capacity)) {
+        } else if (isFull || !Append(done, UnitsOf(*value), capacity)) {
             done.mResult = targetExhausted;
         }
         if (done.mResult != conversionOK) return done;

@@ -79,15 +79,15 @@ TEST(CCondition, GivesUpTheMutexForTheWaitAndTakesItBackAtItsDepth)
     struct Case
     {
         char const* mWhat;
-        bool mIsRecursive;
         int mDepth;
+        bool mIsRecursive;
         bool mIsTimed;
     };
 
     Case const cases[] = {
-        {"plain", false, 1, false},           {"plain, timed", false, 1, true},
-        {"recursive", true, 1, false},        {"recursive, timed", true, 1, true},
-        {"three times held", true, 3, false}, {"three times held, timed", true, 3, true},
+        {"plain", 1, false, false},           {"plain, timed", 1, false, true},
+        {"recursive", 1, true, false},        {"recursive, timed", 1, true, true},
+        {"three times held", 3, true, false}, {"three times held, timed", 3, true, true},
     };
     for (Case const& c : cases) {
         SCOPED_TRACE(c.mWhat);

@@ -170,11 +170,12 @@ TEST(CUTFConverter, TakesNullAsEmptyText)
 TEST(CUTFConverter, GivesTheSameTextAtEveryLength)
 {
     std::string const fillers[] = {"a", "é", "日", "😀", "aé日😀"};
+    constexpr size_t kLengths[] = {0,   1,    2,    60,   127,  128,  300,  511, 512,
+                                   513, 1023, 1024, 1025, 2047, 2048, 2049, 6000};
     std::string const pieces[] = {"", "\xED\xA0\x80", "\x80"};
     for (std::string const& filler : fillers) {
         for (std::string const& piece : pieces) {
-            for (size_t count : {0, 1, 2, 60, 127, 128, 300, 511, 512, 513, 1023, 1024, 1025, 2047,
-                                 2048, 2049, 6000}) {
+            for (size_t const count : kLengths) {
                 std::string text;
                 while (text.size() < count)
                     text += filler;
