@@ -130,7 +130,8 @@ BENCHMARK(PostAndTake<CPlainSemaphore>);
 
 int main(int argc, char** argv)
 {
-    // The C library takes shortcuts in a process that never had a second thread. Nobody locks in one.
+    // The C library takes shortcuts in a process that never had a second thread. Nobody locks in
+    // one.
     std::thread([] {}).join();
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
