@@ -208,7 +208,7 @@ void CDocument::DecodeUTF16(bool bigEndian)
                       [](char16_t& unit) { unit = static_cast<char16_t>(unit << 8 | unit >> 8); });
     }
 
-    auto const offset = [this](std::size_t unit) { return mMarkSize + 2 * unit; };
+    auto const offset = [](std::size_t unit) { return 2 + 2 * unit; };
     if (std::size_t const null = GetText().find(u'\0'); null != std::u16string_view::npos) {
         Refuse(Kind::kBinary, fmt::format("a null character at offset {}", offset(null)));
     } else if (std::size_t const lone = FindLoneSurrogate(GetText()); lone < mLength) {
