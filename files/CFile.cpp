@@ -6,7 +6,7 @@
 #include "text/CUTFConverter.h"
 
 #include <algorithm>
-#include <memory>
+#include <utility>
 
 namespace {
 
@@ -39,11 +39,11 @@ CFile::CFile(CFile const& other)
 
 CFile& CFile::operator=(CFile const& other)
 {
-    auto copy = std::make_unique<CFileImp>(*other.mImp->GetFileSpec());
-    delete mImp;
-    mImp = copy.release();
-    mEndianness = other.mEndianness;
-    mSwapping = other.mSwapping;
+    // A copy first, which serves self-assignment and a failure too.
+    CFile copy(other);
+    std::swap(mImp, copy.mImp);
+    mEndianness = copy.mEndianness;
+    mSwapping = copy.mSwapping;
     return *this;
 }
 

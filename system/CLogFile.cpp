@@ -80,7 +80,7 @@ int PrintStamp(Now const& now, bool milliseconds, char* out, std::size_t room)
 bool IsUsual(Now const& now)
 {
     return now.mLocal.tm_year >= -1900 && now.mLocal.tm_year < 10000 - 1900 &&
-           now.mMicroSeconds >= 0 && std::labs(now.mZone) < 100 * 3600;
+           now.mMicroSeconds >= 0 && std::labs(now.mZone) < 100L * 3600;
 }
 
 char* WriteDigits(char* out, int count, long value)

@@ -19,7 +19,7 @@ namespace {
 constexpr char kEmptyBlock[] = "/CSharedMemory_NULL";
 
 // Two numbers of up to 11 characters each.
-constexpr unsigned long kNameLimit = sizeof "/CSharedMemory__" + 2 * 11;
+constexpr unsigned long kNameLimit = sizeof "/CSharedMemory__" + 2UL * 11;
 
 }  // namespace
 

@@ -26,7 +26,7 @@ CFoldedFinder::CFoldedFinder(std::u16string folded)
     : mTable(*CUnicodeMappingTable::GetDefaultTable())
     , mNeedle(std::move(folded))
     // Room for a hit that begins late in one expansion and ends in another.
-    , mMapped(mNeedle.size() + 2 * CUnicodeMappingTable::kLongestMapping, u' ')
+    , mMapped(mNeedle.size() + 2UL * CUnicodeMappingTable::kLongestMapping, u' ')
     , mOffsets(mMapped.size() + 1)
 {
     FillTraits();

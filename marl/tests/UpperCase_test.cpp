@@ -2,14 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/UnicodeDatabase.h"
+#include "testing/CUnicodeDatabase.h"
 
 namespace {
 
 TEST(UpperCase, MapsEveryUnitByTheUnicodeData)
 {
-    UnicodeDatabase const* const database = UnicodeDatabase::Get();
-    if (!database) GTEST_SKIP() << UnicodeDatabase::kMissing;
+    CUnicodeDatabase const* const database = CUnicodeDatabase::Get();
+    if (!database) GTEST_SKIP() << CUnicodeDatabase::kMissing;
     int mapped = 0;
     for (char32_t code = 0; code < 0x10000; ++code) {
         char32_t const upper = database->At(code).mUpper;

@@ -1,6 +1,6 @@
 #include "marl/stringhelpers.h"
 
-#include "testing/UnicodeDatabase.h"
+#include "testing/CUnicodeDatabase.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@
 
 TEST(stringhelpers, UpperCasesEveryUnitBySimpleMapping)
 {
-    UnicodeDatabase const* const database = UnicodeDatabase::Get();
-    if (!database) GTEST_SKIP() << UnicodeDatabase::kMissing;
+    CUnicodeDatabase const* const database = CUnicodeDatabase::Get();
+    if (!database) GTEST_SKIP() << CUnicodeDatabase::kMissing;
     int mapped = 0;
     for (char32_t code = 0; code <= 0xFFFF; ++code) {
         auto const unit = static_cast<char16_t>(code);

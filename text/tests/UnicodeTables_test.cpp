@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/CUnicodeDatabase.h"
 #include "testing/TableBlobs.h"
-#include "testing/UnicodeDatabase.h"
 #include "text/CUnicodeCategoriesTable.h"
 #include "text/CUnicodeMappingTable.h"
 #include "text/tables/CategoryTableData.h"
@@ -58,7 +58,7 @@ bool IsIn(UnitRange const (&ranges)[kCount], unsigned int unit)
     });
 }
 
-unsigned int ExpectedEntry(UnicodeDatabase const& database, char16_t unit)
+unsigned int ExpectedEntry(CUnicodeDatabase const& database, char16_t unit)
 {
     static std::map<std::string, unsigned int> const sNumbers = {
         {"Lu", 0},  {"Ll", 1},  {"Lt", 2},  {"Lm", 3},  {"Lo", 4},  {"Mn", 5},
@@ -78,8 +78,8 @@ unsigned int ExpectedEntry(UnicodeDatabase const& database, char16_t unit)
 
 TEST(UnicodeTables, ClassifiesEveryUnitByTheRule)
 {
-    UnicodeDatabase const* const database = UnicodeDatabase::Get();
-    if (!database) GTEST_SKIP() << UnicodeDatabase::kMissing;
+    CUnicodeDatabase const* const database = CUnicodeDatabase::Get();
+    if (!database) GTEST_SKIP() << CUnicodeDatabase::kMissing;
     for (unsigned int unit = 0; unit < kUnits; ++unit) {
         ASSERT_EQ(ExpectedEntry(*database, static_cast<char16_t>(unit)), Table::sTable[unit])
             << Name(unit);
@@ -156,7 +156,7 @@ std::u32string BetweenBlanks(std::string const& tag, std::u32string const& units
 // nothing is left to do.
 template <class Predicate>
 std::u32string
-DecomposeUntilFixed(UnicodeDatabase const& database, char32_t code, Predicate mayDecompose)
+DecomposeUntilFixed(CUnicodeDatabase const& database, char32_t code, Predicate mayDecompose)
 {
     std::u32string text(1, code);
     for (;;) {
@@ -180,7 +180,7 @@ std::u16string Narrow(char16_t unit, std::u32string const& text)
     return isInside ? std::u16string(text.begin(), text.end()) : std::u16string(1, unit);
 }
 
-std::u16string ExpectedDecomposition(UnicodeDatabase const& database, char16_t unit)
+std::u16string ExpectedDecomposition(CUnicodeDatabase const& database, char16_t unit)
 {
     static std::map<char16_t, std::u16string> const sAdditions = {
         {u'Æ', u"AE"}, {u'æ', u"ae"}, {u'Œ', u"OE"}, {u'œ', u"oe"}, {u'ı', u"i"}};
@@ -189,14 +189,14 @@ std::u16string ExpectedDecomposition(UnicodeDatabase const& database, char16_t u
     return Narrow(unit, DecomposeUntilFixed(database, unit, [](char32_t) { return true; }));
 }
 
-bool LeadsToMark(UnicodeDatabase const& database, char32_t code)
+bool LeadsToMark(CUnicodeDatabase const& database, char32_t code)
 {
     std::u32string const& parts = database.At(code).mDecomposition;
     return std::any_of(parts.begin(), parts.end(),
                        [&](char32_t part) { return IsMark(part) || LeadsToMark(database, part); });
 }
 
-std::u16string ExpectedDiacritics(UnicodeDatabase const& database, char16_t unit)
+std::u16string ExpectedDiacritics(CUnicodeDatabase const& database, char16_t unit)
 {
     if (unit == u'ı') return u"i";
     return Narrow(unit, DecomposeUntilFixed(database, unit, [&database](char32_t code) {
@@ -204,17 +204,17 @@ std::u16string ExpectedDiacritics(UnicodeDatabase const& database, char16_t unit
                   }));
 }
 
-std::u16string ExpectedFolding(UnicodeDatabase const& database, char16_t unit)
+std::u16string ExpectedFolding(CUnicodeDatabase const& database, char16_t unit)
 {
     return Narrow(unit, database.Fold(unit));
 }
 
-std::u16string ExpectedStripped(UnicodeDatabase const&, char16_t unit)
+std::u16string ExpectedStripped(CUnicodeDatabase const&, char16_t unit)
 {
     return IsMark(unit) ? std::u16string() : std::u16string(1, unit);
 }
 
-std::u16string ExpectedDefault(UnicodeDatabase const& database, char16_t unit)
+std::u16string ExpectedDefault(CUnicodeDatabase const& database, char16_t unit)
 {
     if (unit == 0x0345) return u"\u03B9";
     std::u16string const decomposed = ExpectedDecomposition(database, unit);
@@ -232,7 +232,7 @@ struct MappingCase
     signed char const* mData;
     int mLength;
     CUnicodeMappingTable* (*mGet)();
-    std::u16string (*mExpected)(UnicodeDatabase const&, char16_t);
+    std::u16string (*mExpected)(CUnicodeDatabase const&, char16_t);
     int mExpectedLength;
     std::size_t mRecords;
     std::size_t mMapped;
@@ -286,8 +286,8 @@ TEST(UnicodeTables, MappingBlobsKeepPagesAndEntriesInRisingOrderAndShareNone)
 
 TEST(UnicodeTables, MapsEveryUnitByTheRule)
 {
-    UnicodeDatabase const* const database = UnicodeDatabase::Get();
-    if (!database) GTEST_SKIP() << UnicodeDatabase::kMissing;
+    CUnicodeDatabase const* const database = CUnicodeDatabase::Get();
+    if (!database) GTEST_SKIP() << CUnicodeDatabase::kMissing;
     for (MappingCase const& c : kMappings) {
         SCOPED_TRACE(c.mWhat);
         CUnicodeMappingTable const& table = *c.mGet();

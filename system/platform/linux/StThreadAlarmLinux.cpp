@@ -15,7 +15,7 @@ namespace {
 
 constexpr long long kMicroSecondsPerSecond = 1000000;
 constexpr long kNanoSecondsPerMicroSecond = 1000;
-constexpr timespec kRepeat = {0, 1000 * 1000};  // a millisecond
+constexpr timespec kRepeat = {0, 1000L * 1000};  // a millisecond
 
 }  // namespace
 

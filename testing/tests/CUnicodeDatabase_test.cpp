@@ -1,13 +1,13 @@
-#include "testing/UnicodeDatabase.h"
+#include "testing/CUnicodeDatabase.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-TEST(UnicodeDatabase, ReadsWhatTheFilesSay)
+TEST(CUnicodeDatabase, ReadsWhatTheFilesSay)
 {
-    UnicodeDatabase const* const database = UnicodeDatabase::Get();
-    if (!database) GTEST_SKIP() << UnicodeDatabase::kMissing;
+    CUnicodeDatabase const* const database = CUnicodeDatabase::Get();
+    if (!database) GTEST_SKIP() << CUnicodeDatabase::kMissing;
     EXPECT_EQ("Ll", database->At(U'\u00E4').mCategory);
     EXPECT_EQ(U"a\u0308", database->At(U'\u00E4').mDecomposition);
     EXPECT_EQ("", database->At(U'\u00E4').mTag);

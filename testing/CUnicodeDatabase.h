@@ -16,11 +16,11 @@ struct UnicodeCharacter
 
 /// `UnicodeData.txt` and `CaseFolding.txt` of Unicode 13.0.0, from `../shared/ucd-13.0.0` beside
 /// the repository.
-class UnicodeDatabase
+class CUnicodeDatabase
 {
 public:
     /// Null where the data isn't there, as in a public checkout: skip the test with `kMissing`.
-    static UnicodeDatabase const* Get();
+    static CUnicodeDatabase const* Get();
     static constexpr char kMissing[] = "../shared/ucd-13.0.0 isn't there: nothing to compare with";
 
     UnicodeCharacter const& At(char32_t code) const;
@@ -28,7 +28,7 @@ public:
     std::u32string Fold(char32_t code) const;
 
 private:
-    explicit UnicodeDatabase(std::string const& folder);
+    explicit CUnicodeDatabase(std::string const& folder);
 
     std::map<char32_t, UnicodeCharacter> mCharacters;
     std::map<char32_t, std::u32string> mFoldings;

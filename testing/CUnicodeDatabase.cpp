@@ -1,4 +1,4 @@
-#include "testing/UnicodeDatabase.h"
+#include "testing/CUnicodeDatabase.h"
 
 #include <fstream>
 #include <memory>
@@ -32,17 +32,17 @@ std::u32string CodesOf(std::string const& field)
 
 }  // namespace
 
-UnicodeDatabase const* UnicodeDatabase::Get()
+CUnicodeDatabase const* CUnicodeDatabase::Get()
 {
-    static std::unique_ptr<UnicodeDatabase const> const sDatabase = [] {
+    static std::unique_ptr<CUnicodeDatabase const> const sDatabase = [] {
         std::string const folder = LOAM_SHARED_DATA "/ucd-13.0.0";
-        return std::unique_ptr<UnicodeDatabase const>(
-            std::ifstream(folder + "/UnicodeData.txt") ? new UnicodeDatabase(folder) : nullptr);
+        return std::unique_ptr<CUnicodeDatabase const>(
+            std::ifstream(folder + "/UnicodeData.txt") ? new CUnicodeDatabase(folder) : nullptr);
     }();
     return sDatabase.get();
 }
 
-UnicodeDatabase::UnicodeDatabase(std::string const& folder)
+CUnicodeDatabase::CUnicodeDatabase(std::string const& folder)
 {
     std::ifstream characters(folder + "/UnicodeData.txt");
     char32_t first = 0;
@@ -75,14 +75,14 @@ UnicodeDatabase::UnicodeDatabase(std::string const& folder)
     }
 }
 
-UnicodeCharacter const& UnicodeDatabase::At(char32_t code) const
+UnicodeCharacter const& CUnicodeDatabase::At(char32_t code) const
 {
     static UnicodeCharacter const sUnassigned;
     auto const found = mCharacters.find(code);
     return found == mCharacters.end() ? sUnassigned : found->second;
 }
 
-std::u32string UnicodeDatabase::Fold(char32_t code) const
+std::u32string CUnicodeDatabase::Fold(char32_t code) const
 {
     auto const found = mFoldings.find(code);
     return found == mFoldings.end() ? std::u32string(1, code) : found->second;
