@@ -195,8 +195,8 @@ bool NextWord(Rule rule, std::u16string_view text, RawWalk& walk)
     if (walk.mStart >= text.size()) return false;
     std::string const kinds = KindsOf(text);
     size_t const start = kinds.find_first_not_of('_', walk.mStart);
-    walk.mStart = Narrow(std::min(start, text.size()));
-    if (walk.mStart == text.size()) return false;
+    if (start == std::string::npos) return false;
+    walk.mStart = Narrow(start);
     walk.mWordLength = rule == Rule::kStub ? StubLength(kinds, start, walk.mWordLength)
                                            : LegacyLength(text, kinds, start);
     return true;

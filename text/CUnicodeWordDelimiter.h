@@ -41,7 +41,8 @@ public:
 
     /// Finds the next raw word behind `text[start .. start + wordLength)`. On true the word begins
     /// at `start` and has `wordLength` units, but read the warning above about its end. On false
-    /// there is no further word; `start` stands behind the last one and `wordLength` is as it was.
+    /// there is no further word; `start` stands right behind the last one, before the gap that ends
+    /// the text, and `wordLength` is as it was.
     ///
     /// Set both to 0 before the first call and leave them alone until the walk is over: they are
     /// all of its state.
@@ -53,13 +54,15 @@ public:
     /// Finds the next word in the text as `table` maps it. On true the word is the first
     /// `mappedLength` units of `block`, in the processor's byte order, and came from
     /// `text[start .. start + rawLength)`. Units that `table` deletes behind a word's last unit
-    /// belong to its span. `block` may hold more than the word: the rest of an expansion, which
-    /// later calls give out. A later word of one expansion has `rawLength` 0 and the position
+    /// belong to its span, but for a word that ends at once: an ideographic letter, or a surrogate
+    /// pair of the symbol planes. `block` may hold more than the word: the rest of an expansion,
+    /// which later calls give out. A later word of one expansion has `rawLength` 0 and the position
     /// behind the unit that it came from. On false there is no further word.
     ///
     /// Set the three numbers to 0 and empty `block` before the first call, and leave them alone
     /// until the walk is over: they are all of its state. Nothing is allocated once `block` has
-    /// grown to the longest word; `block` may be used for text after text.
+    /// grown to the longest word (beyond 64 KB of storage: with `setKeepAllocation(true)`); `block`
+    /// may be used for text after text.
     virtual bool GetNextMappedWordInRawText(char16_t const* text,
                                             unsigned int length,
                                             CUnicodeMappingTable& table,

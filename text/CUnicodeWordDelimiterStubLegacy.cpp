@@ -93,9 +93,11 @@ bool CUnicodeWordDelimiterStubLegacy::GetNextWord(char16_t const* text,
                                                   unsigned int& wordLength)
 {
     start += wordLength;
-    while (start < length && !IsWordUnit(EntryOf(text[start])))
-        ++start;
-    if (start >= length) return false;
+    unsigned int hit = start;
+    while (hit < length && !IsWordUnit(EntryOf(text[hit])))
+        ++hit;
+    if (hit >= length) return false;
+    start = hit;
 
     unsigned char const entry = EntryOf(text[start]);
     if (IsIdeographicLetter(entry)) {

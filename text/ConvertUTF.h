@@ -5,10 +5,11 @@
 // lenient in a few places, told below. All share one calling shape: the source from `*sourceStart`
 // to `sourceEnd` is converted into the room from `*targetStart` to `targetEnd`, and both cursors
 // are moved past what was consumed and produced, whatever the result. On every result but
-// `conversionOK` the source cursor stands on the first unit of what stopped the routine, so that a
-// caller may go on from there with more source or more room. What stands in the target behind its
-// cursor then is undefined. Text is in the processor's byte order and needs no alignment beyond its
-// type's. No state, no allocation, nothing thrown; any thread may call.
+// `conversionOK` (and one of `ConvertUTF32toUTF16`, told there) the source cursor stands on the
+// first unit of what stopped the routine, so that a caller may go on from there with more source or
+// more room. What stands in the target behind its cursor then is undefined. Text is in the
+// processor's byte order and needs no alignment beyond its type's. No state, no allocation, nothing
+// thrown; any thread may call.
 #pragma once
 
 #ifndef __cplusplus

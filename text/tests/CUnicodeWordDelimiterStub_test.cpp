@@ -98,15 +98,17 @@ TEST(CUnicodeWordDelimiterStub, LeavesTheVariablesBehindTheLastWord)
     unsigned int start = 0;
     unsigned int wordLength = 0;
     EXPECT_FALSE(delimiter.GetNextWord(u"...", 3, start, wordLength));
-    EXPECT_EQ(start, 3U);
+    EXPECT_EQ(start, 0U);
     EXPECT_EQ(wordLength, 0U);
 
     start = 0;
     EXPECT_TRUE(delimiter.GetNextWord(u"ab..", 4, start, wordLength));
     EXPECT_FALSE(delimiter.GetNextWord(u"ab..", 4, start, wordLength));
-    EXPECT_EQ(start, 4U);
+    EXPECT_EQ(start, 2U);
     EXPECT_EQ(wordLength, 2U);
     // Called again, it still passes the word before, and reads nothing there.
+    EXPECT_FALSE(delimiter.GetNextWord(u"ab..", 4, start, wordLength));
+    EXPECT_EQ(start, 4U);
     EXPECT_FALSE(delimiter.GetNextWord(u"ab..", 4, start, wordLength));
     EXPECT_EQ(start, 6U);
 }
