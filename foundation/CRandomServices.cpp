@@ -2,6 +2,7 @@
 
 #include "foundation/CRandomServicesImp.h"
 #include "foundation/FirstUse.h"
+#include "system/CProcessServices.h"
 
 std::atomic<CRandomServices*> CRandomServices::sRandomServices{nullptr};
 
@@ -19,7 +20,13 @@ CRandomServices* CRandomServices::GetRandomServices()
 {
     bool isMaker = false;
     CRandomServices* const services = GetOrMake(
-        sRandomServices, [] { return std::make_unique<CRandomServices>(); }, &isMaker);
+        sRandomServices,
+        [] {
+            // What seeding needs. Made first, so that a failure leaves no instance unseeded.
+            CProcessServices::GetProcessServices();
+            return std::make_unique<CRandomServices>();
+        },
+        &isMaker);
     if (isMaker) services->mImp->Initialize();
     return services;
 }

@@ -55,7 +55,9 @@ public:
     virtual void ConvertToTMUTC(long time, tm& fields) const = 0;
 
     /// The local zone now (moved by the debugging offset), in seconds **east** of UTC with daylight
-    /// saving. The system's zone is read afresh in every call. A null pointer is left alone.
+    /// saving. The system's zone is read afresh
+    /// in every call, on Linux at most a tick of its clock (1 to 10 ms) late. A null pointer is
+    /// left alone.
     virtual void GetTimeZone(long* timeZone) const = 0;
 
     /// The next number of the C library's `rand`, which is seeded from the clock by the first call

@@ -20,7 +20,8 @@ public:
     /// The first day of the week in the user's calendar, from 1 for Sunday to 7 for Saturday.
     virtual int GetFirstWeekday() const = 0;
 
-    /// Reads the system's time zone afresh, so that the C library's local time follows a change.
+    /// Reads the system's time zone afresh, at most a clock tick late, so that the C library's
+    /// local time follows a change.
     virtual void ReloadTimeZone() const = 0;
 
     /// Seconds since 1970-01-01 00:00:00 UTC.

@@ -88,8 +88,8 @@ public:
 
     // Where TZ names no zone, tzset asks the file system whether /etc/localtime is still the same
     // file, which costs more than all else that a stamp of the log takes. Within one tick of the
-    // kernel's clock (1 to 10 ms) nobody can tell whether the file changed before or after a call,
-    // so it asks once a tick. A change of TZ is seen in every call.
+    // kernel's clock (1 to 10 ms) a change of the file is an accident of timing, so it
+    // asks once a tick. A change of TZ is seen in every call.
     void ReloadTimeZone() const override
     {
         timespec tick{};

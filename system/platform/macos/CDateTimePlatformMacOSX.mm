@@ -13,8 +13,6 @@ namespace {
 class CDateTimePlatformMacOSX final : public CBasicDateTimePlatform
 {
 public:
-    CDateTimePlatformMacOSX() { host_get_clock_service(mach_host_self(), SYSTEM_CLOCK, &mClock); }
-
     bool GetIntegerPreference(char const* domain, char const* key, long long& value) const override
     {
         CFStringRef const domainName =
@@ -69,14 +67,17 @@ public:
 
     long long GetMonotonicMicroSeconds() const override
     {
+        // Asked for anew in every call, since a child made by fork has none of its parent's ports.
+        mach_port_t const host = mach_host_self();
+        clock_serv_t clock = MACH_PORT_NULL;
+        host_get_clock_service(host, SYSTEM_CLOCK, &clock);
         mach_timespec_t now{};
-        clock_get_time(mClock, &now);
+        clock_get_time(clock, &now);
+        // Each answer was one more reference.
+        mach_port_deallocate(mach_task_self(), clock);
+        mach_port_deallocate(mach_task_self(), host);
         return now.tv_sec * 1000000LL + now.tv_nsec / 1000;
     }
-
-private:
-    // Asked for once: every further answer would add a reference to the port.
-    clock_serv_t mClock = MACH_PORT_NULL;  // owned until the process ends
 };
 
 }  // namespace
