@@ -87,7 +87,8 @@ public:
     /// Closes the file. After a failure it still counts as open, and its end closes it once more;
     /// mind that the system may have given its descriptor to another thread by then.
     virtual void Close() = 0;
-    /// Removes the file, or the folder if it is empty.
+    /// Removes the file, or the folder if it is empty. A link goes and its target stays; but a link
+    /// to a folder throws `kFileNotAFolder`.
     virtual void Delete() = 0;
     /// Is `Delete`: the file is gone.
     virtual void MoveToTrash() = 0;
@@ -109,7 +110,10 @@ public:
     /// `skipEnd` at its end. An empty `name` means this file's own; `unique` and `overwrite` as in
     /// `Rename`, but a name that is taken throws `kFileExists` with neither. `result`, if not null,
     /// gets the copy's place before the copying starts. This file needn't be open before, and both
-    /// are closed after. A failure leaves a partial copy behind; a full disk always throws.
+    /// are closed after. A failure leaves a partial copy behind; a full disk always throws. A read
+    /// that comes up short of a block of 128 KiB is not made up for: the copy then ends early,
+    /// without a word, by what was missing. Where the source's file system reads short, compare the
+    /// lengths.
     virtual void CopyTo(CFileSpec const& folder,
                         std::u16string const& name,
                         bool unique,

@@ -242,7 +242,8 @@ bool CFileImp::GetExtendedAttribute(std::string const& name, std::string& value)
 
     std::string const path = Path8bit();
     long const size = FilePlatform().GetAttribute(path.c_str(), name.c_str(), nullptr, 0);
-    if (size < 0) return false;
+    // Without room the second call would ask for the size again, and get it for content.
+    if (size <= 0) return size == 0;
     value.resize(static_cast<std::size_t>(size));
     long const count =
         FilePlatform().GetAttribute(path.c_str(), name.c_str(), value.data(), value.size());
@@ -258,7 +259,7 @@ bool CFileImp::GetExtendedAttributeList(std::vector<std::string>& names) const
 
     std::string const path = Path8bit();
     long const size = FilePlatform().ListAttributes(path.c_str(), nullptr, 0);
-    if (size < 0) return false;
+    if (size <= 0) return size == 0;
     std::string list(static_cast<std::size_t>(size), '\0');
     long const count = FilePlatform().ListAttributes(path.c_str(), list.data(), list.size());
     if (count < 0) return false;

@@ -103,7 +103,11 @@ void CFileImp::WriteAll(CFile& copy, char const* bytes, long long count) const
 {
     while (count > 0) {
         long long const written = copy.Write(bytes, count);
-        if (written <= 0) ThrowFileException(EIO, kFileWrite, Path8bit());
+        if (written <= 0) {
+            std::string path;
+            copy.GetFileSpec()->GetFullPath8bit(&path);
+            ThrowFileException(EIO, kFileWrite, path);
+        }
         bytes += written;
         count -= written;
     }

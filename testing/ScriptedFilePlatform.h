@@ -50,6 +50,9 @@ public:
 
     /// Where given, these answer.
     std::optional<long long> mPhysicalPosition;
+    /// The size that `GetAttribute` and `ListAttributes` tell when they are called without a
+    /// buffer.
+    std::optional<long> mAttributeSize;
     std::function<FileChange()> mWaitOnWatch;
     /// With the arguments of `ReplaceObject`; a null backup name is an empty one.
     std::function<FileReplacement(

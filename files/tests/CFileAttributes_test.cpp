@@ -149,6 +149,18 @@ TEST_F(CFileAttributes, ThatVanishBetweenSizeAndContentAreNotThere)
     EXPECT_FALSE(mFile.GetExtendedAttributeList(names));
 }
 
+TEST_F(CFileAttributes, ThatComeBetweenSizeAndContentAreNotThere)
+{
+    mFile.SetExtendedAttribute("of a length that is more than a short text", "value");
+    ScriptedFilePlatform platform;
+    StFilePlatform const guard(platform);
+    platform.mAttributeSize = 0;
+    std::string value = "left over";
+    EXPECT_TRUE(mFile.GetExtendedAttribute("of a length that is more than a short text", value));
+    EXPECT_EQ(value, "");
+    EXPECT_THAT(Names(), IsEmpty());
+}
+
 TEST_F(CFileAttributes, AreHandedOverAsTheyAre)
 {
     ScriptedFilePlatform platform;

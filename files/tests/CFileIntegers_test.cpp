@@ -165,7 +165,7 @@ TEST(CFileIntegers, OfOtherSizesAreNeitherReadNorWritten)
     EXPECT_EQ(folder.Read("file"), "12345678");
 }
 
-TEST(CFileIntegers, KeepSwappingWhatAShortReadDidNotFill)
+TEST(CFileIntegers, KeepsSwappingWhatAShortReadDidNotFill)
 {
     StTempDir const folder;
     CFile file(Spec(folder.Write("file", "\x01\x02\x03")));
@@ -180,7 +180,7 @@ TEST(CFileIntegers, KeepSwappingWhatAShortReadDidNotFill)
     EXPECT_EQ(value, 0x44332211U);
 }
 
-TEST(CFileIntegers, KeepCountingBytesIn32Bits)
+TEST(CFileIntegers, KeepsCountingBytesIn32Bits)
 {
     StTempDir const folder;
     CFile file(Spec(folder.Write("file", "abcdefghij")));

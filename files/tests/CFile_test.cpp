@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <functional>
 #include <set>
+#include <stdexcept>
 #include <thread>
 
 #include <fcntl.h>
@@ -437,6 +438,41 @@ TEST(CFile, KeepsDeletingInMoveToTrash)
     StTempDir const folder;
     CFile(Spec(folder.Write("file", "text"))).MoveToTrash();
     EXPECT_THAT(fs::directory_iterator(folder.Path()), testing::Eq(fs::directory_iterator()));
+}
+
+TEST(CFile, KeepsDeletingBeforeItMovesToTheTrash)
+{
+    struct Traced : CFile
+    {
+        using CFile::CFile;
+
+        void Delete() override
+        {
+            mCalls.emplace_back("Delete");
+            if (mDeleteFails) throw std::runtime_error("Delete");
+        }
+
+        void MoveToTrash() override
+        {
+            mCalls.emplace_back("MoveToTrash");
+            throw std::runtime_error("MoveToTrash");
+        }
+
+        bool mDeleteFails = false;
+        std::vector<std::string> mCalls;
+    };
+
+    StTempDir const folder;
+    Traced file(Spec(folder.Write("file", "text")));
+    file.DeleteOrTrash();
+    EXPECT_THAT(file.mCalls, ElementsAre("Delete"));
+
+    file.mDeleteFails = true;
+    file.mCalls.clear();
+    EXPECT_THAT([&] { file.DeleteOrTrash(); },
+                testing::ThrowsMessage<std::runtime_error>("MoveToTrash"));
+    EXPECT_NO_THROW(file.DeleteOrTrashWithoutError());
+    EXPECT_THAT(file.mCalls, ElementsAre("Delete", "MoveToTrash", "Delete", "MoveToTrash"));
 }
 
 TEST(CFile, DeleteOrTrashReportsOnlyWhatIsThere)

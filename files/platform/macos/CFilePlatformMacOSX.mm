@@ -62,6 +62,8 @@ public:
         EV_SET(&change, static_cast<uintptr_t>(descriptor), EVFILT_VNODE, EV_ADD | EV_ONESHOT,
                NOTE_DELETE | NOTE_WRITE, 0, nullptr);
         if (kevent(watch, &change, 1, &event, 1, nullptr) < 1) return kFileWatchFailed;
+        // A change that is refused comes back as an event, with the notes that it asked for.
+        if (event.flags & EV_ERROR) return kFileWatchFailed;
         return event.fflags & NOTE_DELETE ? kFileDeleted : kFileWritten;
     }
 
