@@ -180,3 +180,23 @@ TEST(CUnicodeCategoriesTable, MatchesUnitsAsTheSearchesDo)
 }
 
 }  // namespace
+
+TEST(CUnicodeCategoriesTable, KeepsTwelveCharactersMoved)
+{
+    constexpr unsigned int kOtherPunctuation = 17;
+    constexpr unsigned int kOtherSymbol = 21;
+    for (char16_t const unit : std::u16string(u"#%&@\u00A7\u00B6")) {
+        EXPECT_EQ(CUnicodeCategoriesTable::sTable[unit], kOtherSymbol) << std::hex << +unit;
+    }
+    for (char16_t const unit : std::u16string(u"+<=>|~")) {
+        EXPECT_EQ(CUnicodeCategoriesTable::sTable[unit], kOtherPunctuation) << std::hex << +unit;
+    }
+}
+
+TEST(CUnicodeCategoriesTable, KeepsTheLastIdeographsWithoutTheirFlag)
+{
+    for (char16_t const unit : {u'\u4DBF', u'\u9FFC'}) {
+        EXPECT_EQ(CUnicodeCategoriesTable::sTable[unit], 4U) << std::hex << +unit;
+        EXPECT_EQ(CUnicodeCategoriesTable::sTable[unit - 1], 0x84U) << std::hex << +unit;
+    }
+}
