@@ -69,6 +69,9 @@ public:
 
     virtual bool Changed() const { return mChanged; }
 
+    /// A path was given from outside.
+    void SetChanged() { mChanged = true; }
+
 protected:
     /// For the body of a specifier that is made with a path, or made from another one.
     explicit CBasicFileSpecImp(bool changed)

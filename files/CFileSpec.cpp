@@ -103,8 +103,9 @@ CFileSpec& CFileSpec::operator=(CFileSpec const& other)
 CFileSpec& CFileSpec::operator=(CFileSpec&& other) noexcept
 {
     std::swap(mImp, other.mImp);
-    // As with a copy, what was read from the file system stays behind.
+    // As with a copy, what was read from the file system stays behind, and a path was given.
     mImp->SetupFromFile();
+    mImp->SetChanged();
     return *this;
 }
 

@@ -5,7 +5,8 @@
 //     if (report.IsInsideFolder(folder)) ...
 //
 // `CBasicFileSpec` says what each operation does, in what units, and how it fails. Mind that
-// `MoveToTrash` deletes for good where the system has no trash.
+// `MoveToTrash` deletes for good where the system has no trash, and that a name or path given as a
+// `std::string` that isn't UTF-8 counts as empty: inside a folder it names the folder itself.
 //
 // Names inside a folder are made legal: "." and ".." become "_" and "__", each "/" becomes "_", and
 // a name that the folder's file system is too narrow for is cut in front of its extension, counted
@@ -47,7 +48,7 @@ public:
     /// "/" is made legal and unique in the folder before it.
     CFileSpec(std::u16string path, bool unique);
     CFileSpec(std::string const& path, bool unique);
-    /// The old path stays until the new one is there, so that assignment to itself does nothing.
+    /// The old path stays until the new one is there, so that assignment to itself keeps the path.
     CFileSpec& operator=(CFileSpec const& other);
     /// The two change paths, without a copy.
     CFileSpec& operator=(CFileSpec&& other) noexcept;

@@ -40,6 +40,26 @@ TEST(CFileSpec, EightBitConstructorsReadUTF8)
     EXPECT_EQ(PathOf(CFileSpec(std::string("/\xFF"), false)), "") << "malformed UTF-8 is no path";
 }
 
+TEST(CFileSpec, CountsAsChangedOnceItWasAssigned)
+{
+    CFileSpec const empty;
+    EXPECT_FALSE(empty.Changed());
+    CFileSpec copied;
+    copied = empty;
+    EXPECT_TRUE(copied.Changed());
+    CFileSpec moved(std::u16string(u"/a"), false);
+    moved = CFileSpec();
+    EXPECT_TRUE(moved.Changed());
+}
+
+TEST(CFileSpec, ANameThatIsNotUTF8NamesTheFolderItself)
+{
+    CFileSpec const folder(std::u16string(u"/a"), false);
+    std::u16string path;
+    CFileSpec(folder, std::string("\xFF"), false).GetFullPath(&path);
+    EXPECT_EQ(path, u"/a/");
+}
+
 TEST(CFileSpec, CopiesThePathAndNothingThatWasRead)
 {
     StTempDir const folder;

@@ -48,8 +48,8 @@ class CFilePlatformMacOSX final : public CBasicFilePlatform
 public:
     int OpenLocked(char const* path, int flags, int& error) override
     {
-        int const descriptor = open(path, flags | O_EXLOCK);
-        error = errno;
+        int const descriptor = open(path, flags | O_EXLOCK | O_NONBLOCK);
+        error = descriptor == -1 ? errno : 0;
         return descriptor;
     }
 
