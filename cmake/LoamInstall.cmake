@@ -2,6 +2,12 @@
 
 include(CMakePackageConfigHelpers)
 
+# Pairs of a name and pkg-config's module; the .pc file wants the modules alone.
+get_property(LOAM_MODULES GLOBAL PROPERTY LOAM_MODULES)
+set(LOAM_PC_MODULES ${LOAM_MODULES})
+list(FILTER LOAM_PC_MODULES EXCLUDE REGEX "^LOAM_")
+list(JOIN LOAM_PC_MODULES " " LOAM_PC_MODULES)
+
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/Loam)
 
 install(EXPORT LoamTargets NAMESPACE Loam:: DESTINATION ${package_folder})

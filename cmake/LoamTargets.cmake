@@ -14,6 +14,14 @@ function(loam_headers)
     install(FILES ${ARGN} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/loam/${folder})
 endfunction()
 
+# loam_module(<NAME> <module>): the target PkgConfig::LOAM_<NAME> for a library that pkg-config knows. What is asked for
+# here is handed on by the installed package, to those who link a static Loam.
+function(loam_module name module)
+    find_package(PkgConfig REQUIRED)
+    pkg_check_modules(LOAM_${name} REQUIRED IMPORTED_TARGET GLOBAL ${module})
+    set_property(GLOBAL APPEND PROPERTY LOAM_MODULES LOAM_${name} ${module})
+endfunction()
+
 # Notes which sources make up a library on macOS, whatever this system is: what tools/check-macos compiles.
 function(loam_note_macos_sources library)
     foreach(source IN LISTS ARGN)

@@ -12,20 +12,22 @@
 
 loam_packages() {
     case "$1" in
-        build)      echo "build-essential cmake ninja-build pkg-config ccache libglib2.0-dev" ;;
+        build)      echo "build-essential cmake ninja-build pkg-config ccache libbz2-dev libglib2.0-dev libicu-dev" \
+                         "libsecret-1-dev libssl-dev libzstd-dev" ;;
         examples)   echo "libcli11-dev libfmt-dev nlohmann-json3-dev" ;;
-        tests)      echo "libgtest-dev libgmock-dev python3 locales util-linux" ;;
+        tests)      echo "libgtest-dev libgmock-dev python3 locales util-linux bzip2 zstd openssl dbus-daemon gnome-keyring" \
+                         "libgcr-3-dev" ;;
         checks)     echo "clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev binutils git" ;;
         macos)      echo "clang-14 lld-14 llvm-14 libc++1-14 python3" ;;
         npm)        echo "npm" ;;
-        benchmarks) echo "libbenchmark-dev libicu-dev libspdlog-dev libsqlite3-dev" ;;
+        benchmarks) echo "libbenchmark-dev libspdlog-dev libsqlite3-dev" ;;
         *)          echo "setup: no such set of packages: $1" >&2; return 1 ;;
     esac
 }
 
 loam_formulas() {
     case "$1" in
-        build)      echo "cmake ninja pkg-config ccache" ;;
+        build)      echo "cmake ninja pkg-config ccache zstd" ;;
         examples)   echo "cli11 fmt nlohmann-json" ;;
         tests)      echo "googletest" ;;
         checks)     echo "llvm" ;;
