@@ -1,5 +1,10 @@
 #include "loamctl/Scan.h"
 
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -8,6 +13,16 @@
 #include "loamctl/Reading.h"
 
 namespace {
+
+constexpr char const* kNotes =
+    R"(All files are read, so that what is told of them is certain. "unknown charset" is text in
+none of the charsets read here, or damaged; the first offending byte is named.)";
+
+struct ScanOptions
+{
+    std::vector<std::string> mPaths;
+    bool mFollowLinks = false;
+};
 
 void ShowEntry(TreeEntry const& entry, Reading const& reading, COutput& output)
 {
@@ -60,9 +75,8 @@ void ShowTotals(Totals const& totals, COutput& output)
     }
 }
 
-}  // namespace
-
-int RunScan(ScanOptions const& options, COutput& output)
+// 0, or 2 if something could not be looked at.
+int Scan(ScanOptions const& options, COutput& output)
 {
     CTreeWalk walk(options.mPaths, options.mFollowLinks);
     CDocument document;
@@ -75,4 +89,16 @@ int RunScan(ScanOptions const& options, COutput& output)
     }
     ShowTotals(totals, output);
     return totals.mErrors > 0 ? 2 : 0;
+}
+
+}  // namespace
+
+Command AddScan(CLI::App& app)
+{
+    CLI::App* const scan = app.add_subcommand("scan", "Tell what files there are and of what kind");
+    auto const options = std::make_shared<ScanOptions>();
+    AddPaths(*scan, options->mPaths);
+    scan->add_flag("-L,--follow", options->mFollowLinks, "Follow links in folders");
+    scan->footer(kNotes);
+    return {scan, [options](Session& session) { return Scan(*options, session.mOutput); }};
 }

@@ -1,5 +1,9 @@
 #include "loamctl/Words.h"
 
+#include <memory>
+#include <string>
+
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -10,6 +14,11 @@
 #include "loamctl/Reading.h"
 
 namespace {
+
+constexpr char const* kNotes =
+    R"(Each line holds the folded word, its offset and its length in bytes of the file, with tabs
+between. Words are what the library's delimiter makes of a text: runs of letters and digits,
+and single ideographs, symbols and pictographs.)";
 
 void ShowWord(std::string const& word, Place const& place, long long length, COutput& output)
 {
@@ -27,9 +36,8 @@ void ShowWord(std::string const& word, Place const& place, long long length, COu
     output.EndLine();
 }
 
-}  // namespace
-
-int RunWords(std::string const& path, COutput& output)
+// 0, 1 if there is no word, 2 if the file could not be read as text.
+int ListWords(std::string const& path, COutput& output)
 {
     CTreeWalk walk({path}, false);
     TreeEntry entry;
@@ -55,4 +63,15 @@ int RunWords(std::string const& path, COutput& output)
         any = true;
     }
     return any ? 0 : 1;
+}
+
+}  // namespace
+
+Command AddWords(CLI::App& app)
+{
+    CLI::App* const words = app.add_subcommand("words", "List the words of a document");
+    auto const path = std::make_shared<std::string>();
+    words->add_option("FILE", *path, "The document")->required()->option_text(" ");
+    words->footer(kNotes);
+    return {words, [path](Session& session) { return ListWords(*path, session.mOutput); }};
 }

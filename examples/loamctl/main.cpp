@@ -1,6 +1,7 @@
 // loamctl finds words in documents, with the Loam library and as any outside program would use it.
 //
-// Here are the command line and the exit codes; each command has a file of its own.
+// Here are the list of commands, the options of all of them and the exit codes; each command adds
+// itself to the command line from a file of its own.
 
 #include <algorithm>
 #include <csignal>
@@ -14,9 +15,10 @@
 #include <fmt/format.h>
 
 #include "loamctl/COutput.h"
-#include "loamctl/CSearch.h"
+#include "loamctl/Command.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Scan.h"
+#include "loamctl/Search.h"
 #include "loamctl/Words.h"
 
 namespace {
@@ -36,37 +38,15 @@ constexpr char const* kExamples = R"(Examples:
 
 `loamctl COMMAND --help` tells more. Exit codes: 0 found, 1 not found, 2 error.)";
 
-constexpr char const* kSearchNotes =
-    R"(The word and the documents are folded alike before they are compared: accents and other
-combining marks go, capitals become small letters, ligatures and full-width forms become
-plain ones, ß becomes ss. Hits are shown in the raw text, at their line and column; a column
-counts characters (code points) from 1.
-
-UTF-8 is read with and without a byte-order mark, UTF-16 with one. Binary files, other
-charsets, links and devices are passed over: -v says which, and why. With --json each hit is
-an object on a line of its own, with its offset and length in bytes of the file.
-
-Exit codes: 0 a hit, 1 none, 2 something could not be read (hits are shown all the same).)";
-
-constexpr char const* kWordsNotes =
-    R"(Each line holds the folded word, its offset and its length in bytes of the file, with tabs
-between. Words are what the library's delimiter makes of a text: runs of letters and digits,
-and single ideographs, symbols and pictographs.)";
-
-constexpr char const* kScanNotes =
-    R"(All files are read, so that what is told of them is certain. "unknown charset" is text in
-none of the charsets read here, or damaged; the first offending byte is named.)";
-
-struct CommandLine
-{
-    OutputOptions mOutput;
-    ScanOptions mScan;
-    SearchOptions mSearch;
-    std::string mWordsPath;
+// In the order of the help.
+constexpr Command (*kCommands[])(CLI::App&) = {
+    AddSearch,
+    AddScan,
+    AddWords,
 };
 
 // CLI11 takes [a,b] for a list of two, where it is the name of one file. A byte in front keeps it
-// from doing so until it has parsed.
+// from doing so until the option gets it.
 constexpr char kGuard = '\x01';
 
 std::vector<std::string> Guarded(int argc, char** argv)
@@ -79,15 +59,14 @@ std::vector<std::string> Guarded(int argc, char** argv)
     return arguments;
 }
 
-void Unguard(CommandLine& line)
+void UnguardOptions(CLI::App& app)
 {
-    auto const unguard = [](std::string& argument) {
+    auto const unguarded = [](std::string argument) {
         if (argument.starts_with(kGuard)) argument.erase(0, 1);
+        return argument;
     };
-    unguard(line.mSearch.mWord);
-    unguard(line.mWordsPath);
-    std::for_each(line.mSearch.mPaths.begin(), line.mSearch.mPaths.end(), unguard);
-    std::for_each(line.mScan.mPaths.begin(), line.mScan.mPaths.end(), unguard);
+    for (CLI::Option* const option : app.get_options())
+        option->transform(unguarded);
 }
 
 void AddOutputOptions(CLI::App& app, OutputOptions& options)
@@ -105,74 +84,29 @@ void AddOutputOptions(CLI::App& app, OutputOptions& options)
     app.add_flag("-v,--verbose", options.mVerbose, "Say what was passed over and why, and totals");
 }
 
-void AddPaths(CLI::App& command, std::vector<std::string>& paths)
+std::vector<Command> AddCommands(CLI::App& app)
 {
-    command.add_option("PATH", paths, "Files and folders; by default this folder")
-        ->option_text("...");
+    std::vector<Command> commands;
+    for (auto const add : kCommands) {
+        commands.push_back(add(app));
+        UnguardOptions(*commands.back().mApp);
+    }
+    return commands;
 }
 
-CLI::App* AddSearch(CLI::App& app, SearchOptions& options)
+int RunCommand(std::vector<Command> const& commands, Session& session)
 {
-    CLI::App* const search = app.add_subcommand("search", "Find a word in files and folders");
-    search->add_option("WORD", options.mWord, "What to find, also inside words; blanks are allowed")
-        ->required()
-        ->option_text(" ");
-    AddPaths(*search, options.mPaths);
-    search->add_flag("-w,--word", options.mWholeWords, "Only whole words, in a row if several");
-    auto* const count = search->add_flag(
-        "-c,--count", [&options](auto) { options.mShow = SearchOptions::Show::kCounts; },
-        "Only the number of hits in each file that has one");
-    search
-        ->add_flag(
-            "-l,--files-with-matches",
-            [&options](auto) { options.mShow = SearchOptions::Show::kNames; },
-            "Only the names of files with a hit")
-        ->excludes(count)
-        ->option_text(" ");
-    count->option_text(" ");
-    search->add_option("-m,--max-count", options.mMaxCount, "Stop after so many hits in a file")
-        ->check(CLI::PositiveNumber)
-        ->option_text("NUM");
-    options.mMaxColumns = 240;
-    search
-        ->add_option("--max-columns", options.mMaxColumns,
-                     "So much of a long line is shown: 240, or 0 for all")
-        ->check(CLI::NonNegativeNumber)
-        ->option_text("NUM");
-    search->add_flag("-L,--follow", options.mFollowLinks, "Follow links in folders");
-    search->footer(kSearchNotes);
-    return search;
-}
-
-CLI::App* AddScan(CLI::App& app, ScanOptions& options)
-{
-    CLI::App* const scan = app.add_subcommand("scan", "Tell what files there are and of what kind");
-    AddPaths(*scan, options.mPaths);
-    scan->add_flag("-L,--follow", options.mFollowLinks, "Follow links in folders");
-    scan->footer(kScanNotes);
-    return scan;
-}
-
-CLI::App* AddWords(CLI::App& app, std::string& path)
-{
-    CLI::App* const words = app.add_subcommand("words", "List the words of a document");
-    words->add_option("FILE", path, "The document")->required()->option_text(" ");
-    words->footer(kWordsNotes);
-    return words;
-}
-
-// A reader who goes away early, such as `head`, has what it wanted: that is no error.
-template <typename Command>
-int Finish(COutput& output, Command command)
-{
+    auto const chosen = std::find_if(commands.begin(), commands.end(),
+                                     [](Command const& command) { return command.mApp->parsed(); });
+    // A reader who goes away early, such as `head`, has what it wanted: that is no error.
     try {
-        int const code = command();
-        output.Flush();
+        int const code = chosen->mRun(session);
+        session.mOutput.Flush();
         return code;
     } catch (COutputClosed const&) {
         return 0;
     } catch (std::exception const& error) {
-        output.Complain(error.what());
+        session.mOutput.Complain(error.what());
     }
     return kExitError;
 }
@@ -180,16 +114,15 @@ int Finish(COutput& output, Command command)
 int Main(int argc, char** argv)
 {
     CLI::App app(kDescription, "loamctl");
-    CommandLine line;
+    OutputOptions outputOptions;
     app.set_version_flag("--version", "loamctl " LOAMCTL_VERSION);
     app.require_subcommand(1);
     app.fallthrough();
     app.get_formatter()->column_width(34);
     app.footer(kExamples);
-    AddOutputOptions(app, line.mOutput);
-    CLI::App const* const search = AddSearch(app, line.mSearch);
-    CLI::App const* const scan = AddScan(app, line.mScan);
-    AddWords(app, line.mWordsPath);
+    AddOutputOptions(app, outputOptions);
+    UnguardOptions(app);
+    std::vector<Command> const commands = AddCommands(app);
     if (argc < 2) {
         fmt::print(stderr, "{}", app.help());
         return kExitError;
@@ -198,7 +131,6 @@ int Main(int argc, char** argv)
         std::vector<std::string> arguments = Guarded(argc, argv);
         std::reverse(arguments.begin(), arguments.end());  // CLI11 takes them from the end
         app.parse(std::move(arguments));
-        Unguard(line);
     } catch (CLI::Success const& done) {
         return app.exit(done);
     } catch (CLI::ParseError const& error) {
@@ -208,12 +140,9 @@ int Main(int argc, char** argv)
         return kExitError;
     }
 
-    COutput output(line.mOutput);
-    return Finish(output, [&] {
-        if (search->parsed()) return CSearch(line.mSearch, output).Run();
-        if (scan->parsed()) return RunScan(line.mScan, output);
-        return RunWords(line.mWordsPath, output);
-    });
+    COutput output(outputOptions);
+    Session session{output};
+    return RunCommand(commands, session);
 }
 
 }  // namespace

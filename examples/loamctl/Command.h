@@ -1,0 +1,40 @@
+// What a command of loamctl gives to the command line.
+//
+// Each command has a pair of files of its own with one function, `Command Add...(CLI::App&)`, which
+// main.cpp lists:
+//
+//     Command AddGreet(CLI::App& app)
+//     {
+//         CLI::App* const greet = app.add_subcommand("greet", "Greet somebody");
+//         auto const options = std::make_shared<GreetOptions>();
+//         greet->add_option("NAME", options->mName, "Whom")->required()->option_text(" ");
+//         return {greet, [options](Session& session) { return Greet(*options, session); }};
+//     }
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}  // namespace CLI
+
+class COutput;
+
+/// What every command works with. It lives until the command is done.
+struct Session
+{
+    COutput& mOutput;
+};
+
+struct Command
+{
+    CLI::App* mApp;  ///< not owned: what `add_subcommand` answered
+    /// Does the work and answers the program's exit code. Called at most once, when the options are
+    /// set. What is thrown is told on standard error, and the exit code is 2 then.
+    std::function<int(Session&)> mRun;
+};
+
+/// Adds the argument PATH..., of any number of files and folders.
+void AddPaths(CLI::App& command, std::vector<std::string>& paths);

@@ -1,0 +1,6 @@
+// `loamctl search`: its part of the command line.
+#pragma once
+
+#include "loamctl/Command.h"
+
+Command AddSearch(CLI::App& app);
