@@ -3,6 +3,7 @@
 #include "system/CSharedMemory.h"
 
 #include "system/tests/SharedMemoryThrown.h"
+#include "testing/OwnMount.h"
 #include "testing/StChildProcess.h"
 
 #include <cerrno>
@@ -12,7 +13,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sched.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -23,31 +23,9 @@ namespace {
 constexpr unsigned long kMegabyte = 1UL << 20;
 constexpr char kRefused[] = "no file system of our own";
 
-bool Write(char const* path, std::string const& text)
-{
-    int const descriptor = open(path, O_WRONLY);
-    if (descriptor == -1) return false;
-    bool const isWritten = write(descriptor, text.data(), text.size()) != -1;
-    close(descriptor);
-    return isWritten;
-}
-
-// Cuts this process off from the mounts of others. Without root, as root of a user namespace.
-bool LeaveMounts()
-{
-    std::string const user = std::to_string(geteuid());
-    std::string const group = std::to_string(getegid());
-    if (user == "0") return unshare(CLONE_NEWNS) == 0;
-    return unshare(CLONE_NEWNS | CLONE_NEWUSER) == 0 && Write("/proc/self/setgroups", "deny") &&
-           Write("/proc/self/uid_map", "0 " + user + " 1") &&
-           Write("/proc/self/gid_map", "0 " + group + " 1");
-}
-
-// Gives this process a shared-memory file system of its own; false if it may not have one.
 bool MountSharedMemory(char const* options)
 {
-    return LeaveMounts() && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-           mount("loam-test", "/dev/shm", "tmpfs", 0, options) == 0;
+    return MountOwnFileSystem("/dev/shm", options);
 }
 
 long BytesInUse(char const* name)
