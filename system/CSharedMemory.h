@@ -51,7 +51,8 @@ public:
     void Allocate(unsigned long size, bool deallocateOnClose);
     /// The same under a name given, UTF-8. A name that is taken fails as `kSharedMemoryExists`,
     /// also where its maker is dead. Nothing is made for a block of 0 bytes, whatever its name, so
-    /// there is nothing to open and `Deallocate` fails as `kSharedMemoryNotFound`.
+    /// there is nothing to open and `Deallocate` fails as `kSharedMemoryNotFound`. The name
+    /// "/CSharedMemory_NULL" is refused for a block of any other size, as "shm_open" with `EINVAL`.
     void Allocate(unsigned long size, char const* name, bool deallocateOnClose);
     /// Without its flag a name would pass for one.
     void Allocate(unsigned long size, char const* name) = delete;
