@@ -3,6 +3,8 @@
 #include "concurrency/StMutexLocker.h"
 #include "files/CFile.h"
 #include "files/CFileSpec.h"
+#include "foundation/FailureDomains.h"
+#include "marl/HierarchicalException.h"
 #include "system/CDateTimeServices.h"
 #include "text/CUTFConverter.h"
 
@@ -60,7 +62,8 @@ bool HasMovedOn(tm const& now, tm const& last, CLogFile::Granularity granularity
     return differs;
 }
 
-// The stamp of any moment that a clock can be moved to. Answers its length.
+// The stamp of any moment that a clock can be moved to. Answers its length: at most 11 digits and
+// sign of the year, 16 up to the seconds, 5 of the fraction, and 2 and 10 of the zone.
 int PrintStamp(Now const& now, bool milliseconds, char* out, std::size_t room)
 {
     tm const& local = now.mLocal;
@@ -117,24 +120,44 @@ char* WriteUsualStamp(Now const& now, bool milliseconds, char* out)
     return WriteDigits(out, 2, zone % 3600 / 60);
 }
 
-// Keeps the newest `maxSize` bytes of `file`.
-void Trim(CFileSpec const& file, long long size, long long maxSize)
+// Removes a copy that isn't the log's tail, so that further tries don't leave one after another.
+void Discard(CFileSpec const& copySpec)
+{
+    CFile(copySpec).DeleteOrTrashWithoutError();
+}
+
+// True if the copy failed before there was one. Whatever has its name by then is somebody else's.
+bool IsNothingMade(HierarchicalException const& e, CFileSpec const& copySpec)
+{
+    bool const isNamed = !(copySpec == CFileSpec());
+    return !isNamed || (e.levels[0].signature == kFileDomain && e.levels[0].context == kFileCreate);
+}
+
+// Copies the newest `maxSize` bytes of `file` to a new file beside it.
+void CopyTail(CFileSpec const& file, long long size, long long maxSize, CFileSpec& copySpec)
 {
     CFileSpec folder;
     file.GetContainer(&folder);
     std::u16string name;
     file.GetFileName(&name);
-
-    CFileSpec copySpec;
     try {
+        // Kept on purpose: cut at exactly that byte, so that the first line is usually a broken
+        // one.
         CFile(file).CopyTo(folder, name, true, false, &copySpec, size - maxSize, 0);
-    } catch (...) {
-        // What was copied so far is no log, and every further try would leave another one.
-        std::u16string path;
-        copySpec.GetFullPath(&path);
-        if (!path.empty()) CFile(copySpec).DeleteOrTrashWithoutError();
+    } catch (HierarchicalException const& e) {
+        if (!IsNothingMade(e, copySpec)) Discard(copySpec);
         throw;
     }
+}
+
+// Keeps the newest `maxSize` bytes of `file`.
+void Trim(CFileSpec const& file, long long size, long long maxSize)
+{
+    CFileSpec copySpec;
+    CopyTail(file, size, maxSize, copySpec);
+    // A copy ends early without a word where a read comes up short, or where another process has
+    // trimmed the log meanwhile. The log is whole, so it stays.
+    if (copySpec.GetFileSize() < maxSize) return Discard(copySpec);
     CFile(copySpec).ReplaceFile(file, false);
 }
 
@@ -164,7 +187,8 @@ void CLogFile::OpenLogFile(CFileSpec const& file, long long maxSize)
     std::string path;
     file.GetFullPath8bit(&path);
     if (maxSize > 0 && file.Exist()) {
-        long long const size = static_cast<long long>(file.GetFileSize());
+        // A copy, which remembers nothing of an earlier look at the file.
+        long long const size = CFileSpec(file).GetFileSize();
         if (size > maxSize) Trim(file, size, maxSize);
     }
     mFile = OpenForWriting(path, maxSize == 0);
@@ -239,6 +263,7 @@ void CLogFile::vaLog(int stampKind, Granularity granularity, char const* format,
         bool const isStampOnTheLine = granularity == kGranularityEveryCall;
         char const* const tail = isStampOnTheLine ? kTailOnTheLine : kTailOnALineOfItsOwn;
         char stamp[kLongestStamp + sizeof ": "];
+        // Kept on purpose: each form's stamp pushes back the next thinned one of any form.
         FormatCurrentTime(stampKind == kMilliSecondsStamp, granularity, mLastTime, tail, stamp);
         std::fputs(stamp, mFile);
     }

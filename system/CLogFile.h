@@ -47,7 +47,7 @@ public:
         kMilliSecondsStamp = 2
     };
 
-    /// The longest stamp in bytes, without its tail and the closing 0.
+    /// No stamp is longer than this, in bytes, without its tail and the closing 0.
     static constexpr int kLongestStamp = 47;
 
     /// Closed.
@@ -60,9 +60,12 @@ public:
     /// negative size leaves whatever there is, and with a positive one a file that is larger is cut
     /// to its newest `maxSize` bytes, at exactly that byte, before it is added to. A log isn't
     /// trimmed while it is open. Trimming copies and then replaces by a rename: if the process dies
-    /// at any moment the log is whole, old or trimmed, under its own name. A failure of the
-    /// trimming throws as told at `CFile::CopyTo` and `CFile::ReplaceFile`, leaves this object
-    /// closed and, when there was no room for the copy, the log as it was.
+    /// at any moment the log is whole, old or trimmed, under its own name, and the copy may be left
+    /// beside it. The trimmed log is a new file with the mode of one, also in the place of a link.
+    /// A failure of the trimming throws as told at `CFile::CopyTo` and `CFile::ReplaceFile` and
+    /// leaves this object closed. One of the copying leaves the log as it was and no part of a
+    /// copy. A copy that came out shorter than `maxSize` isn't used: the log then stays untrimmed,
+    /// without a word, until it is opened again.
     void OpenLogFile(CFileSpec const& file, long long maxSize);
     /// The same for a file of that name in the user's logs folder. The 8-bit name is UTF-8.
     void OpenLogFile(std::string const& name, long long maxSize);

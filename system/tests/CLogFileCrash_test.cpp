@@ -5,10 +5,14 @@
 #include "files/CFileSpec.h"
 #include "foundation/FailureDomains.h"
 #include "marl/HierarchicalException.h"
+#include "testing/FailureOf.h"
+#include "testing/OwnMount.h"
+#include "testing/StChildProcess.h"
 #include "testing/StTempDir.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <csignal>
 #include <functional>
 #include <string>
@@ -131,4 +135,40 @@ TEST(CLogFileCrash, NoRoomForTheCopyLeavesTheLogAsItWas)
     EXPECT_EQ(context, kFileWrite);
     EXPECT_EQ(folder.Read("log.txt"), old);
     EXPECT_FALSE(folder.Has("log 2.txt"));
+}
+
+TEST(CLogFileCrash, AFullDiskLeavesTheLogAsItWas)
+{
+    std::string const old = OldLog();
+    StTempDir const folder;
+    StChildProcess const child([&](CTestLink& parent) {
+        if (!MountOwnFileSystem(folder.Path().c_str(), "size=256k")) return parent.Say("refused");
+        folder.Write("log.txt", old);
+        CLogFile log;
+        CFileSpec const spec(folder.Path("log.txt"), false);
+        Failure const failure = FailureOf([&] { log.OpenLogFile(spec, kKept); });
+        parent.Say(failure == FileFailure(kOtherFailure, kFileWrite, ENOSPC) ? "full" : "other");
+        parent.Say(folder.Read("log.txt") == old ? "as it was" : "changed");
+        parent.Say(folder.Has("log 2.txt") ? "a part" : "nothing beside");
+    });
+    std::string const heard = child.Hear();
+    if (heard == "refused") GTEST_SKIP() << "no file system of our own";
+    EXPECT_EQ(heard, "full");
+    EXPECT_EQ(child.Hear(), "as it was");
+    EXPECT_EQ(child.Hear(), "nothing beside");
+}
+
+// The copy's name looks free, but a link that leads nowhere has it.
+TEST(CLogFileCrash, WhatHasTheNameOfTheCopyIsLeftAlone)
+{
+    std::string const old = OldLog();
+    StTempDir const folder;
+    CFileSpec const spec(folder.Write("log.txt", old), false);
+    ASSERT_EQ(symlink("nowhere", folder.Path("log 2.txt").c_str()), 0);
+    CLogFile log;
+    EXPECT_EQ(FailureOf([&] { log.OpenLogFile(spec, kKept); }),
+              FileFailure(kFileExists, kFileCreate, EEXIST));
+    char target[16] = "";
+    EXPECT_EQ(readlink(folder.Path("log 2.txt").c_str(), target, sizeof target - 1), 7);
+    EXPECT_EQ(folder.Read("log.txt"), old);
 }

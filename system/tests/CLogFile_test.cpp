@@ -86,7 +86,7 @@ TEST_F(CLogFileTest, ZeroEmptiesAndNegativeKeeps)
     EXPECT_EQ(Content(), "new\n");
 }
 
-TEST_F(CLogFileTest, TrimsToExactlyTheNewestBytes)
+TEST_F(CLogFileTest, KeepsExactlyTheNewestBytesThoughTheFirstLineIsBroken)
 {
     std::string old;
     for (int i = 0; i < 100; ++i)
@@ -118,6 +118,21 @@ TEST_F(CLogFileTest, ALimitOfTheFilesSizeLeavesItAlone)
     ASSERT_EQ(stat(mFolder.Path("log.txt").c_str(), &after), 0);
     EXPECT_EQ(before.st_ino, after.st_ino);
     EXPECT_EQ(after.st_size, 300);
+}
+
+TEST_F(CLogFileTest, TheSizeIsLookedAtAfreshHoweverOldTheSpecifier)
+{
+    CFileSpec const spec(mFolder.Write("log.txt", std::string(1000, 'x')), false);
+    spec.GetFileModifDateUTC();  // reads the size too, and remembers it
+    mFolder.Write("log.txt", std::string(200, 'y'));
+    mLog.OpenLogFile(spec, 300);
+    EXPECT_EQ(Content(), std::string(200, 'y'));
+
+    CFileSpec const small(mFolder.Path("log.txt"), false);
+    small.GetFileModifDateUTC();
+    mFolder.Write("log.txt", std::string(100, 'a') + std::string(300, 'b'));
+    mLog.OpenLogFile(small, 300);
+    EXPECT_EQ(Content(), std::string(300, 'b'));
 }
 
 TEST_F(CLogFileTest, TheSizeIsLookedAtWhenOpeningOnly)
@@ -238,7 +253,7 @@ TEST_F(CLogFileTest, ThinnedStampsStandOnALineOfTheirOwn)
                          "2024/03/05, 14:08:09.250 -0100: four\n");
 }
 
-TEST_F(CLogFileTest, APlainStampPushesBackTheNextThinnedOne)
+TEST_F(CLogFileTest, KeepsAPlainStampPushingBackTheNextThinnedOne)
 {
     Open(0);
     mLog.TimedLog("plain\n");
@@ -281,7 +296,7 @@ TEST_F(CLogFileTest, TheGeneralFormTakesTheKindOfStamp)
                          "2024/03/05, 14:07:09 +0100: seconds too\n");
 }
 
-TEST_F(CLogFileTest, ZonesAreToldInHoursAndMinutes)
+TEST_F(CLogFileTest, KeepsTheOppositeSignsOfTheZoneInTheTwoForms)
 {
     struct Case
     {
@@ -320,7 +335,9 @@ TEST_F(CLogFileTest, TheLongestStampFitsItsRoom)
             tm last{};
             CLogFile::FormatCurrentTime(milliseconds, CLogFile::kGranularityEveryCall, last, ": ",
                                         out);
-            EXPECT_EQ(std::string(out).substr(std::string(out).size() - 2), ": ");
+            std::string const stamp = out;
+            EXPECT_EQ(stamp.substr(stamp.size() - 2), ": ");
+            EXPECT_LE(stamp.size() - 2, std::size_t{CLogFile::kLongestStamp});
         }
     }
 }
