@@ -16,7 +16,7 @@ ARCHITECTURES = {"x86_64": "x86_64", "arm64": "aarch64"}
 OLDEST, NEWEST = "11.0", "13.0"
 SYSTEM_LIBRARIES = (
     "-framework ApplicationServices -framework CoreFoundation -framework CoreServices -framework Foundation "
-    "-framework IOKit -framework Security -weak_framework NaturalLanguage -lobjc -lc++ -lSystem")
+    "-framework IOKit -framework Security -weak_framework NaturalLanguage -lbz2 -lzstd -lobjc -lc++ -lSystem")
 
 RULES = """\
 ninja_required_version = 1.5
@@ -28,7 +28,7 @@ warnings = -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror $
     -Wno-deprecated-declarations -Wno-multichar -Wno-four-char-constants
 language = -std=c++20 -fno-objc-arc
 visibility = -fvisibility=hidden -fvisibility-inlines-hidden
-stubs = -isystem $here/include -iframework $here/Frameworks
+stubs = -isystem $here/include -isystem sysroot/usr/include -iframework $here/Frameworks
 libc = $zig/lib/libc/include
 
 rule stubs
@@ -49,7 +49,7 @@ rule link
 
 rule analyse
   command = clang++-14 --analyze -target arm64-apple-macos{oldest} $language -nostdinc++ -nostdlibinc $
-      -isystem $zig/lib/libcxx/include -isystem $here/include $
+      -isystem $zig/lib/libcxx/include -isystem $here/include -isystem sysroot/usr/include $
       -isystem $libc/aarch64-macos.11-none -isystem $libc/any-macos.11-any -isystem $libc/any-macos-any $
       -D_LIBCPP_DISABLE_VISIBILITY_ANNOTATIONS -iframework $here/Frameworks -I $root -w $
       -Xclang -analyzer-output=text -Xclang -analyzer-checker=osx -Xclang -analyzer-werror $in && touch $out
@@ -72,7 +72,7 @@ def architecture(arch, target, sources, lines):
         for path in paths:
             name = str(pathlib.Path(path).relative_to(ROOT))
             objects[library].append(f"{arch}/{name}.o")
-            lines += [f"build {arch}/{name}.o: compile {path}",
+            lines += [f"build {arch}/{name}.o: compile {path} || stubs.stamp",
                       f"  arch = {arch}", f"  target = {target}", f"  name = {name}"]
     # Loam is linked against Marl, as it is for real.
     for library, others in (("marl", ""), ("loam", f"{arch}/libmarl.dylib")):

@@ -4,10 +4,12 @@
     make_stubs.py OUT
 
 One for each framework and for libobjc, from the declarations beside this script, and libc++'s from the symbols of
-Debian's libc++ 14 and libc++abi. OUT is laid out as a system root; libSystem's stub comes with the compiler.
+Debian's libc++ 14 and libc++abi. Libraries that are the same on both systems come from Debian too, with their headers.
+OUT is laid out as a system root; libSystem's stub comes with the compiler.
 """
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 
@@ -22,6 +24,11 @@ FRAMEWORKS = {
     "IOKit": ("A", []),
     "NaturalLanguage": ("A", []),
     "Security": ("A", []),
+}
+# Library: Debian's file of it, its install name, and the headers, which ask for nothing of the system but libc's.
+SHARED_LIBRARIES = {
+    "libbz2": ("libbz2.so.1.0", "/usr/lib/libbz2.1.0.dylib", ["bzlib.h"]),
+    "libzstd": ("libzstd.so.1", "@rpath/libzstd.1.dylib", ["zdict.h", "zstd.h", "zstd_errors.h"]),
 }
 OBJC_SYMBOLS = """
     ___objc_personality_v0 __objc_empty_cache __objc_empty_vtable _class_getName _objc_alloc _objc_alloc_init
@@ -60,16 +67,21 @@ def write_framework(out, name, version, extra):
                ["_" + symbol for symbol in names] + extra, classes, classes & {"NSException"})
 
 
-def runtime_symbols():
-    symbols = set()
-    for library in ("libc++.so.1", "libc++abi.so.1"):
-        found = sorted(pathlib.Path("/usr/lib").glob(f"*/{library}"))
-        if not found:
-            sys.exit(f"make_stubs: {library} is missing (Debian's libc++1-14)")
-        listing = subprocess.run(["llvm-nm-14", "-D", "--defined-only", found[0]], check=True, text=True,
-                                 capture_output=True).stdout
-        symbols |= {"_" + line.split()[-1].split("@")[0] for line in listing.splitlines()}
-    return symbols
+def exported_symbols(library):
+    """What Debian's library of that name exports, as macOS's linker spells it."""
+    found = sorted(pathlib.Path("/usr/lib").glob(f"*/{library}")) or sorted(pathlib.Path("/lib").glob(f"*/{library}"))
+    if not found:
+        sys.exit(f"make_stubs: {library} is missing")
+    listing = subprocess.run(["llvm-nm-14", "-D", "--defined-only", found[0]], check=True, text=True,
+                             capture_output=True).stdout
+    return {"_" + line.split()[-1].split("@")[0] for line in listing.splitlines()}
+
+
+def write_library(out, name, file, install_name, headers):
+    write_stub(out / f"usr/lib/{name}.tbd", install_name, exported_symbols(file))
+    (out / "usr/include").mkdir(parents=True, exist_ok=True)
+    for header in headers:
+        shutil.copy(pathlib.Path("/usr/include") / header, out / "usr/include")
 
 
 def main():
@@ -77,7 +89,10 @@ def main():
     for name, (version, extra) in FRAMEWORKS.items():
         write_framework(out, name, version, extra)
     write_stub(out / "usr/lib/libobjc.tbd", "/usr/lib/libobjc.A.dylib", OBJC_SYMBOLS, ["NSObject"])
-    write_stub(out / "usr/lib/libc++.tbd", "/usr/lib/libc++.1.dylib", runtime_symbols())
+    write_stub(out / "usr/lib/libc++.tbd", "/usr/lib/libc++.1.dylib",
+               exported_symbols("libc++.so.1") | exported_symbols("libc++abi.so.1"))
+    for name, (file, install_name, headers) in SHARED_LIBRARIES.items():
+        write_library(out, name, file, install_name, headers)
 
 
 main()
