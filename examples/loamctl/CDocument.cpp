@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include "files/CFile.h"
+#include "loamctl/Interruption.h"
 #include "text/CUTFConverter.h"
 #include "text/ConvertUTF.h"
 
@@ -18,6 +19,9 @@ namespace {
 // How much of a malformed file is looked at to tell bytes that were never text.
 constexpr std::size_t kBinaryProbe = 4096;
 constexpr long long kFirstRead = 65536;
+// So much of a large file is read or converted before somebody may want to stop: a few
+// milliseconds.
+constexpr long long kStep = 8LL << 20;
 
 // What a file says about its charset in its first bytes.
 enum class Mark
@@ -50,6 +54,17 @@ unsigned char ByteOf(char c)
 bool IsBinaryControl(char c)
 {
     return ByteOf(c) < 0x20 && !std::strchr("\t\n\v\f\r\b\x1a\x1b", c);
+}
+
+// The start of UTF-8 text, about so many bytes of it, that doesn't end within a character.
+std::string_view WholeCharacters(std::string_view bytes, long long limit)
+{
+    auto end = static_cast<std::size_t>(limit);
+    if (bytes.size() <= end) return bytes;
+    std::size_t const least = end - 3;
+    while (end > least && (bytes[end] & 0xC0) == 0x80)
+        --end;
+    return bytes.substr(0, end);
 }
 
 // The first byte of malformed UTF-8, for text that has been refused.
@@ -107,7 +122,8 @@ bool CDocument::ReadBytes(CFileSpec const& spec)
         mBytes.resize(static_cast<unsigned long>(expected) + 1);
         for (;;) {
             auto const room = static_cast<long long>(mBytes.size()) - mSize;
-            long long const asked = mSize == 0 ? std::min(room, kFirstRead) : room;
+            long long const asked = std::min(room, mSize == 0 ? kFirstRead : kStep);
+            ThrowIfInterrupted();
             long long const count = file.Read(mBytes.data() + mSize, asked);
             mSize += count;
             if (count == 0 || (count < asked && mSize == expected)) return true;
@@ -168,16 +184,7 @@ void CDocument::DecodeUTF8()
     mMarkSize = bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0;
     mKind = mMarkSize == 0 ? Kind::kUTF8 : Kind::kUTF8WithMark;
 
-    // No more units than bytes, so that with this room the converter never starts over.
-    NeedUnits(mSize);
-    int const length = CUTFConverter::ConvertUTF8toUTF16(
-        reinterpret_cast<unsigned char const*>(bytes.data()) + mMarkSize,
-        static_cast<int>(mSize) - mMarkSize, &mUnits, &mCapacity, CUTFConverter::kStrictMode);
-    if (length >= 0) {
-        mLength = static_cast<std::size_t>(length);
-        return;
-    }
-    if (!mUnits) throw std::bad_alloc();
+    if (ConvertUTF8(bytes.substr(static_cast<std::size_t>(mMarkSize)))) return;
 
     std::string_view const probe = bytes.substr(0, kBinaryProbe);
     auto const control = std::find_if(probe.begin(), probe.end(), IsBinaryControl);
@@ -189,6 +196,26 @@ void CDocument::DecodeUTF8()
     long long const bad = FindMalformed(bytes);
     Refuse(Kind::kUnknownCharset, fmt::format("not UTF-8: byte 0x{:02X} at offset {}",
                                               ByteOf(bytes[static_cast<std::size_t>(bad)]), bad));
+}
+
+// False if it is malformed. There are no more units than bytes, so that with this room the
+// converter never takes another block, and can go on at any place of this one.
+bool CDocument::ConvertUTF8(std::string_view bytes)
+{
+    NeedUnits(static_cast<long long>(bytes.size()));
+    while (!bytes.empty()) {
+        ThrowIfInterrupted();
+        std::string_view const step = WholeCharacters(bytes, kStep);
+        char16_t* units = mUnits + mLength;
+        int capacity = mCapacity - static_cast<int>(mLength);
+        int const length = CUTFConverter::ConvertUTF8toUTF16(
+            reinterpret_cast<unsigned char const*>(step.data()), static_cast<int>(step.size()),
+            &units, &capacity, CUTFConverter::kStrictMode);
+        if (length < 0) return false;
+        mLength += static_cast<std::size_t>(length);
+        bytes.remove_prefix(step.size());
+    }
+    return true;
 }
 
 void CDocument::DecodeUTF16(bool bigEndian)

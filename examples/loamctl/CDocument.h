@@ -37,7 +37,7 @@ public:
     CDocument& operator=(CDocument const&) = delete;
     ~CDocument();
 
-    /// Reads and decodes a regular file. Throws what `CFile` throws.
+    /// Reads and decodes a regular file. Throws what `CFile` throws, and `CInterrupted`.
     void Read(CFileSpec const& spec);
 
     Kind GetKind() const { return mKind; }
@@ -66,6 +66,7 @@ private:
     void Decode();
     bool RefuseNullByte();
     void DecodeUTF8();
+    bool ConvertUTF8(std::string_view bytes);
     void DecodeUTF16(bool bigEndian);
     void Refuse(Kind kind, std::string reason);
     void NeedUnits(long long count);

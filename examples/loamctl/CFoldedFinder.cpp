@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "loamctl/Interruption.h"
 #include "text/CUnicodeMappingTable.h"
 
 namespace {
@@ -14,6 +15,9 @@ constexpr unsigned char kBegins = 0x01;
 constexpr unsigned char kBeginsAnyway = 0x02;
 constexpr unsigned char kFollows = 0x10;
 constexpr unsigned char kFollowsAnyway = 0x20;  // in every unit
+
+// After so many looks at the text somebody may want to stop: a few milliseconds.
+constexpr std::size_t kStep = 1 << 20;
 
 bool Passes(unsigned first, unsigned second)
 {
@@ -74,7 +78,12 @@ bool CFoldedFinder::FindCandidate()
     char16_t const* const text = mText.data();
     std::size_t const size = mText.size();
     std::size_t at = mAt;
+    std::size_t rest = kStep;
     for (; at + 4 < size; at += 4) {
+        if (--rest == 0) [[unlikely]] {
+            ThrowIfInterrupted();
+            rest = kStep;
+        }
         unsigned const a = traits[text[at]];
         unsigned const b = traits[text[at + 1]];
         unsigned const c = traits[text[at + 2]];

@@ -1,13 +1,16 @@
-// Where results go: standard output through one buffer, in colour or not, as text or JSON Lines.
+// What people and programs get to see: lines in one buffer, in colour or not, as text or JSON
+// Lines.
 //
-// Nothing that a document or a file name holds reaches a terminal as a control character.
+// Nothing that a document or a file name holds reaches a terminal as a control character. Each
+// thread has an output of its own.
 #pragma once
 
-#include <exception>
 #include <string>
 #include <string_view>
 
 #include <nlohmann/json_fwd.hpp>
+
+class CBasicSink;
 
 struct OutputOptions
 {
@@ -23,11 +26,6 @@ struct OutputOptions
     Color mColor = Color::kAuto;
 };
 
-/// The reader of our output has had enough, as `head` has.
-class COutputClosed : public std::exception
-{
-};
-
 class COutput
 {
 public:
@@ -39,7 +37,10 @@ public:
         kFaint,
     };
 
-    explicit COutput(OutputOptions const& options);
+    /// `sink` gets what is added, and lives as long. What it throws comes through here.
+    COutput(OutputOptions const& options, CBasicSink& sink);
+    /// One for another thread that looks like `model`.
+    COutput(COutput const& model, CBasicSink& sink);
     COutput(COutput const&) = delete;
     COutput& operator=(COutput const&) = delete;
 
@@ -55,32 +56,37 @@ public:
 
     /// Adds text as it is: what comes from a file goes through `SafeText` or `SafeName` before.
     void Add(std::string_view text);
-    /// Ends a line. On a terminal, call `Flush` where a reader should see it.
+    /// Ends a line. Some thousand of them are handed on together: call `Flush` where a reader
+    /// should see them.
     void EndLine();
+    /// Adds whole lines as they are.
+    void AddLines(std::string_view lines);
     /// Adds an object as one line.
     void AddJSON(nlohmann::ordered_json const& object);
     /// `text` between the terminal's codes for the style, if colours are on.
     std::string Painted(Style style, std::string_view text) const;
 
-    /// Writes what was added. Throws `COutputClosed`, or `std::system_error` for any other failure.
+    /// Hands on what was added.
     void Flush();
+
+    /// Forgets what was added and not handed on.
+    void Drop() { mBuffer.clear(); }
+
+    /// What is added next belongs together, and is set apart on a terminal.
+    void BeginGroup();
 
     /// Says on standard error, after what was added, "loamctl: " and the text, a line.
     void Complain(std::string_view text);
     /// The same without the program's name, for what is no error.
     void Note(std::string_view text);
-
-    /// Shows what is being done on the last line of the terminal, if standard error is one: some
-    /// tenths of a second after the start, and then a few times a second.
-    void ShowProgress(long long files, long long bytes, std::string_view path);
-    void ClearProgress();
+    /// Whole lines for standard error, as they are, after what was added.
+    void AddError(std::string_view lines);
 
 private:
     OutputOptions mOptions;
+    CBasicSink& mSink;
     bool mTerminal;
     bool mErrorTerminal;
     bool mColored;
-    bool mProgressShown = false;
-    long long mNextProgress;  // steady clock, in milliseconds
     std::string mBuffer;
 };

@@ -12,6 +12,7 @@
 #include "loamctl/CPhraseFinder.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Failure.h"
+#include "loamctl/Interruption.h"
 #include "loamctl/Lines.h"
 #include "text/CUTFConverter.h"
 
@@ -36,81 +37,64 @@ std::unique_ptr<CBasicFinder> MakeFinder(SearchOptions const& options)
     return std::make_unique<CFoldedFinder>(std::move(folded));
 }
 
+void ShowName(std::string const& path, COutput& output)
+{
+    if (output.IsJSON()) {
+        output.AddJSON({{"type", "file"}, {"path", path}});
+    } else {
+        output.Add(output.Painted(COutput::Style::kPath, SafeName(path)));
+        output.EndLine();
+    }
+}
+
 }  // namespace
 
-CSearch::CSearch(SearchOptions options, COutput& output)
-    : mOptions(std::move(options))
-    , mOutput(output)
+CSearch::CSearch(SearchOptions const& options)
+    : mOptions(options)
     , mFinder(MakeFinder(mOptions))
 {
 }
 
-int CSearch::Run()
+Outcome CSearch::Work(TreeEntry const& entry, COutput& output)
 {
-    CTreeWalk walk(mOptions.mPaths, mOptions.mFollowLinks);
-    for (TreeEntry entry; walk.Next(entry);) {
-        mOutput.ShowProgress(mTotals.mFiles, mTotals.mBytes, entry.mPath);
-        Reading const reading = ReadEntry(entry, mDocument);
-        mTotals.Add(entry, reading);
-        if (reading.mText) {
-            SearchDocument(entry.mPath);
-        } else if (!reading.mReason.empty()) {
-            TellSkipped(entry, reading);
-        }
+    Outcome outcome{ReadEntry(entry, mDocument)};
+    if (outcome.mReading.mText) {
+        outcome.mFound = Search(entry.mPath, output);
+    } else {
+        TellSkipped(entry, outcome.mReading, output);
     }
-    ShowTotals();
-    if (mTotals.mErrors > 0) return 2;
-    return mHits > 0 ? 0 : 1;
+    return outcome;
 }
 
-// Errors are always told; what was passed over for a good reason is told on demand.
-void CSearch::TellSkipped(TreeEntry const& entry, Reading const& reading)
-{
-    if (mOutput.IsJSON()) {
-        mOutput.AddJSON({{"type", reading.mError ? "error" : "skipped"},
-                         {"path", entry.mPath},
-                         {"kind", reading.mKind},
-                         {"reason", reading.mReason}});
-    }
-    std::string const name = SafeName(entry.mPath);
-    if (reading.mError) {
-        mOutput.Complain(fmt::format("{}: {}", name, reading.mReason));
-    } else if (mOutput.IsVerbose()) {
-        mOutput.Note(fmt::format("skipped {} ({}: {})", name, reading.mKind, reading.mReason));
-    }
-}
-
-void CSearch::SearchDocument(std::string const& path)
+// The number of hits, as far as anybody wants to know it.
+long long CSearch::Search(std::string const& path, COutput& output)
 {
     mFinder->SetText(mDocument.GetText());
     Span first;
-    if (!mFinder->Next(first)) return;
-    ++mFilesWithHits;
+    if (!mFinder->Next(first)) return 0;
     switch (mOptions.mShow) {
     case SearchOptions::Show::kNames:
-        ShowName(path);
-        ++mHits;
-        break;
+        ShowName(path, output);
+        return 1;
     case SearchOptions::Show::kCounts:
-        mHits += CountHits(path);
-        break;
+        return CountHits(path, output);
     case SearchOptions::Show::kHits:
-        mHits += ShowHits(path, first);
         break;
     }
-    if (mOutput.IsTerminal()) mOutput.Flush();
+    return ShowHits(path, first, output);
 }
 
 // Hits of one line are shown together.
-long long CSearch::ShowHits(std::string const& path, Span hit)
+long long CSearch::ShowHits(std::string const& path, Span hit, COutput& output)
 {
-    if (mOutput.IsTerminal() && !mOutput.IsJSON()) {
-        if (mFilesWithHits > 1) mOutput.EndLine();
-        ShowName(path);
+    if (output.IsTerminal() && !output.IsJSON()) {
+        output.BeginGroup();
+        ShowName(path, output);
     }
-    CHitPrinter printer(mDocument, path, static_cast<std::size_t>(mOptions.mMaxColumns), mOutput);
+    CHitPrinter printer(mDocument, path, static_cast<std::size_t>(mOptions.mMaxColumns), output);
     long long count = 0;
     for (bool more = true; more;) {
+        ThrowIfInterrupted();
         Span const line = LineAround(mDocument.GetText(), hit.mStart);
         mLineHits.clear();
         do {
@@ -124,51 +108,17 @@ long long CSearch::ShowHits(std::string const& path, Span hit)
 }
 
 // After the first hit, which is found already.
-long long CSearch::CountHits(std::string const& path)
+long long CSearch::CountHits(std::string const& path, COutput& output)
 {
     long long count = 1;
     for (Span hit; count != mOptions.mMaxCount && mFinder->Next(hit);)
         ++count;
-    if (mOutput.IsJSON()) {
-        mOutput.AddJSON({{"type", "count"}, {"path", path}, {"hits", count}});
+    if (output.IsJSON()) {
+        output.AddJSON({{"type", "count"}, {"path", path}, {"hits", count}});
     } else {
-        mOutput.Add(mOutput.Painted(COutput::Style::kPath, SafeName(path)));
-        mOutput.Add(fmt::format(":{}", count));
-        mOutput.EndLine();
+        output.Add(output.Painted(COutput::Style::kPath, SafeName(path)));
+        output.Add(fmt::format(":{}", count));
+        output.EndLine();
     }
     return count;
-}
-
-void CSearch::ShowName(std::string const& path)
-{
-    if (mOutput.IsJSON()) {
-        mOutput.AddJSON({{"type", "file"}, {"path", path}});
-    } else {
-        mOutput.Add(mOutput.Painted(COutput::Style::kPath, SafeName(path)));
-        mOutput.EndLine();
-    }
-}
-
-void CSearch::ShowTotals()
-{
-    bool const counted = mOptions.mShow != SearchOptions::Show::kNames;
-    if (mOutput.IsJSON()) {
-        nlohmann::ordered_json object{{"type", "summary"}};
-        if (counted) object["hits"] = mHits;
-        object["files_with_hits"] = mFilesWithHits;
-        object["files"] = mTotals.mFiles;
-        object["bytes"] = mTotals.mBytes;
-        object["skipped"] = mTotals.mSkipped;
-        object["errors"] = mTotals.mErrors;
-        mOutput.AddJSON(object);
-        return;
-    }
-    if (!mOutput.WantsTotals()) return;
-    std::string const files = Counted(mTotals.mFiles, "file", "files");
-    std::string found = fmt::format("{} of {}", Grouped(mFilesWithHits), files);
-    if (counted) found = fmt::format("{} in {}", Counted(mHits, "hit", "hits"), found);
-    if (mFilesWithHits == 0) found = "no hits in " + files;
-    std::string const skipped = Listed(mTotals.mSkipped);
-    mOutput.Note(fmt::format("\n{}, {}{}{}", found, SizeForPeople(mTotals.mBytes),
-                             skipped.empty() ? "" : "; skipped ", skipped));
 }

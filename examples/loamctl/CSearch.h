@@ -1,4 +1,4 @@
-// `loamctl search`: finds a word in documents and shows each hit at its place in the raw text.
+// Finds a word in documents and shows each hit at its place in the raw text.
 #pragma once
 
 #include <memory>
@@ -6,10 +6,8 @@
 #include <vector>
 
 #include "loamctl/CBasicFinder.h"
+#include "loamctl/CCrew.h"
 #include "loamctl/CDocument.h"
-#include "loamctl/Reading.h"
-
-class COutput;
 
 struct SearchOptions
 {
@@ -25,34 +23,28 @@ struct SearchOptions
     Show mShow = Show::kHits;
     bool mWholeWords = false;
     bool mFollowLinks = false;
+    int mJobs = 1;              ///< documents at a time
     long long mMaxCount = 0;    ///< hits in one file; 0 for no limit
     long long mMaxColumns = 0;  ///< UTF-16 units of a line that are shown; 0 for no limit
 };
 
-class CSearch
+/// What one thread does with one document after another.
+class CSearch final : public CBasicFileWorker
 {
 public:
-    /// Throws `CUsageError` if there is nothing in the word that could be looked for.
-    CSearch(SearchOptions options, COutput& output);
+    /// `options` lives as long. Throws `CUsageError` if there is nothing in the word that could be
+    /// looked for.
+    explicit CSearch(SearchOptions const& options);
 
-    /// The program's exit code: 0 for a hit, 1 for none, 2 if something could not be read, hit or
-    /// not.
-    int Run();
+    Outcome Work(TreeEntry const& entry, COutput& output) override;
 
 private:
-    void TellSkipped(TreeEntry const& entry, Reading const& reading);
-    void SearchDocument(std::string const& path);
-    long long CountHits(std::string const& path);
-    long long ShowHits(std::string const& path, Span hit);
-    void ShowName(std::string const& path);
-    void ShowTotals();
+    long long Search(std::string const& path, COutput& output);
+    long long CountHits(std::string const& path, COutput& output);
+    long long ShowHits(std::string const& path, Span hit, COutput& output);
 
-    SearchOptions mOptions;
-    COutput& mOutput;
+    SearchOptions const& mOptions;
     std::unique_ptr<CBasicFinder> mFinder;
     CDocument mDocument;
-    Totals mTotals;
-    long long mHits = 0;
-    long long mFilesWithHits = 0;
     std::vector<Span> mLineHits;  // of the line in work
 };

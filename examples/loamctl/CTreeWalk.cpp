@@ -8,6 +8,7 @@
 #include "files/CFileSpecIterator.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Failure.h"
+#include "loamctl/Interruption.h"
 #include "marl/HierarchicalException.h"
 #include "text/CUTFConverter.h"
 
@@ -62,6 +63,20 @@ bool CTreeWalk::Next(TreeEntry& entry)
     return false;
 }
 
+double CTreeWalk::GetShare() const
+{
+    double share = 0;
+    double weight = 1;  // of the listing that is looked at
+    for (Listing const& listing : mListings) {
+        if (listing.mPaths.empty()) return share + weight;
+        weight /= static_cast<double>(listing.mPaths.size());
+        // The last one is done, or has a listing of its own that tells how much of it is.
+        bool const innermost = &listing == &mListings.back();
+        share += weight * static_cast<double>(listing.mNext - (innermost ? 0 : 1));
+    }
+    return mListings.empty() ? 1 : share;
+}
+
 void CTreeWalk::Examine(TreeEntry& entry) const
 {
     using Kind = TreeEntry::Kind;
@@ -97,6 +112,7 @@ void CTreeWalk::EnterFolder(TreeEntry& entry)
     try {
         CFileSpecIterator found(entry.mSpec);
         for (CFileSpec inner; found.Next(&inner);) {
+            ThrowIfInterrupted();
             inner.GetFullPath(&listing.mPaths.emplace_back());
         }
     } catch (HierarchicalException const& failure) {

@@ -43,8 +43,12 @@ public:
     CTreeWalk(std::vector<std::string> const& paths, bool followLinks);
 
     /// Points `entry` at the next file, folder (before what it holds) or other thing. False at the
-    /// end. Nothing is thrown but for lack of memory.
+    /// end. Nothing is thrown but for lack of memory and `CInterrupted`.
     bool Next(TreeEntry& entry);
+
+    /// How much of the walk has been done when the last entry is done, from 0 to 1. An estimate:
+    /// each entry of a folder counts for as much as its neighbours, whatever it holds.
+    double GetShare() const;
 
 private:
     // What is left of a folder.

@@ -20,12 +20,19 @@ namespace CLI {
 class App;
 }  // namespace CLI
 
+class CInterruption;
 class COutput;
+class CProgress;
+class CRunLog;
 
 /// What every command works with. It lives until the command is done.
 struct Session
 {
     COutput& mOutput;
+    CProgress& mProgress;
+    CRunLog& mLog;
+    /// Without it, Ctrl-C ends the program as it ends any other.
+    CInterruption& mInterruption;
 };
 
 struct Command
@@ -38,3 +45,7 @@ struct Command
 
 /// Adds the argument PATH..., of any number of files and folders.
 void AddPaths(CLI::App& command, std::vector<std::string>& paths);
+
+/// Adds the option -j for the number of files that are worked on at a time, and sets `jobs` to that
+/// of the processors, which it is without the option.
+void AddJobs(CLI::App& command, int& jobs);

@@ -3,7 +3,9 @@
 #include <new>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
+#include "loamctl/COutput.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Failure.h"
 #include "marl/HierarchicalException.h"
@@ -67,6 +69,23 @@ Reading ReadEntry(TreeEntry const& entry, CDocument& document)
     result.mReason = entry.mSkipped;
     result.mError = entry.mNamed && entry.mKind == TreeEntry::Kind::kOther;
     return result;
+}
+
+void TellSkipped(TreeEntry const& entry, Reading const& reading, COutput& output)
+{
+    if (reading.mReason.empty()) return;
+    if (output.IsJSON()) {
+        output.AddJSON({{"type", reading.mError ? "error" : "skipped"},
+                        {"path", entry.mPath},
+                        {"kind", reading.mKind},
+                        {"reason", reading.mReason}});
+    }
+    std::string const name = SafeName(entry.mPath);
+    if (reading.mError) {
+        output.Complain(fmt::format("{}: {}", name, reading.mReason));
+    } else if (output.IsVerbose()) {
+        output.Note(fmt::format("skipped {} ({}: {})", name, reading.mKind, reading.mReason));
+    }
 }
 
 void Totals::Add(TreeEntry const& entry, Reading const& reading)

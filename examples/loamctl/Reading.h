@@ -7,6 +7,8 @@
 #include "loamctl/CDocument.h"
 #include "loamctl/CTreeWalk.h"
 
+class COutput;
+
 /// What came of one entry.
 struct Reading
 {
@@ -17,8 +19,12 @@ struct Reading
     bool mText = false;    ///< the document holds its text
 };
 
-/// Reads the entry into `document` if it is a file.
+/// Reads the entry into `document` if it is a file. Throws `CInterrupted`.
 Reading ReadEntry(TreeEntry const& entry, CDocument& document);
+
+/// Says why an entry was passed over, if it was: errors always, what there is a good reason for on
+/// demand and in JSON.
+void TellSkipped(TreeEntry const& entry, Reading const& reading, COutput& output);
 
 /// Sums over a walk.
 struct Totals

@@ -8,7 +8,9 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "loamctl/CCrew.h"
 #include "loamctl/COutput.h"
+#include "loamctl/CRunLog.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Reading.h"
 
@@ -22,6 +24,7 @@ struct ScanOptions
 {
     std::vector<std::string> mPaths;
     bool mFollowLinks = false;
+    int mJobs = 1;
 };
 
 void ShowEntry(TreeEntry const& entry, Reading const& reading, COutput& output)
@@ -75,19 +78,32 @@ void ShowTotals(Totals const& totals, COutput& output)
     }
 }
 
-// 0, or 2 if something could not be looked at.
-int Scan(ScanOptions const& options, COutput& output)
+class CScanner final : public CBasicFileWorker
 {
-    CTreeWalk walk(options.mPaths, options.mFollowLinks);
-    CDocument document;
-    Totals totals;
-    for (TreeEntry entry; walk.Next(entry);) {
-        output.ShowProgress(totals.mFiles, totals.mBytes, entry.mPath);
-        Reading const reading = ReadEntry(entry, document);
-        totals.Add(entry, reading);
-        ShowEntry(entry, reading, output);
+public:
+    Outcome Work(TreeEntry const& entry, COutput& output) override
+    {
+        Outcome outcome{ReadEntry(entry, mDocument)};
+        ShowEntry(entry, outcome.mReading, output);
+        return outcome;
     }
-    ShowTotals(totals, output);
+
+private:
+    CDocument mDocument;
+};
+
+// 0, or 2 if something could not be looked at.
+int Scan(ScanOptions const& options, Session& session)
+{
+    Totals totals;
+    CTreeWalk walk(options.mPaths, options.mFollowLinks);
+    CCrew crew(
+        options.mJobs, [] { return std::make_unique<CScanner>(); }, session);
+    crew.Run(walk, [&](TreeEntry const& entry, Outcome const& outcome) {
+        totals.Add(entry, outcome.mReading);
+        session.mLog.Say(entry, outcome.mReading, "");
+    });
+    ShowTotals(totals, session.mOutput);
     return totals.mErrors > 0 ? 2 : 0;
 }
 
@@ -99,6 +115,7 @@ Command AddScan(CLI::App& app)
     auto const options = std::make_shared<ScanOptions>();
     AddPaths(*scan, options->mPaths);
     scan->add_flag("-L,--follow", options->mFollowLinks, "Follow links in folders");
+    AddJobs(*scan, options->mJobs);
     scan->footer(kNotes);
-    return {scan, [options](Session& session) { return Scan(*options, session.mOutput); }};
+    return {scan, [options](Session& session) { return Scan(*options, session); }};
 }

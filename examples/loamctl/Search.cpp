@@ -1,10 +1,18 @@
 #include "loamctl/Search.h"
 
 #include <memory>
+#include <string>
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
+#include "loamctl/CCrew.h"
+#include "loamctl/COutput.h"
+#include "loamctl/CRunLog.h"
 #include "loamctl/CSearch.h"
+#include "loamctl/DisplayText.h"
+#include "loamctl/Reading.h"
 
 namespace {
 
@@ -19,6 +27,58 @@ charsets, links and devices are passed over: -v says which, and why. With --json
 an object on a line of its own, with its offset and length in bytes of the file.
 
 Exit codes: 0 a hit, 1 none, 2 something could not be read (hits are shown all the same).)";
+
+struct SearchTotals
+{
+    Totals mFiles;
+    long long mHits = 0;
+    long long mFilesWithHits = 0;
+};
+
+void ShowTotals(SearchTotals const& totals, bool counted, COutput& output)
+{
+    if (output.IsJSON()) {
+        nlohmann::ordered_json object{{"type", "summary"}};
+        if (counted) object["hits"] = totals.mHits;
+        object["files_with_hits"] = totals.mFilesWithHits;
+        object["files"] = totals.mFiles.mFiles;
+        object["bytes"] = totals.mFiles.mBytes;
+        object["skipped"] = totals.mFiles.mSkipped;
+        object["errors"] = totals.mFiles.mErrors;
+        output.AddJSON(object);
+        return;
+    }
+    if (!output.WantsTotals()) return;
+    std::string const files = Counted(totals.mFiles.mFiles, "file", "files");
+    std::string found = fmt::format("{} of {}", Grouped(totals.mFilesWithHits), files);
+    if (counted) found = fmt::format("{} in {}", Counted(totals.mHits, "hit", "hits"), found);
+    if (totals.mFilesWithHits == 0) found = "no hits in " + files;
+    std::string const skipped = Listed(totals.mFiles.mSkipped);
+    output.Note(fmt::format("\n{}, {}{}{}", found, SizeForPeople(totals.mFiles.mBytes),
+                            skipped.empty() ? "" : "; skipped ", skipped));
+}
+
+// 0 for a hit, 1 for none, 2 if something could not be read, hit or not.
+int RunSearch(SearchOptions const& options, Session& session)
+{
+    bool const counted = options.mShow != SearchOptions::Show::kNames;
+    SearchTotals totals;
+    CTreeWalk walk(options.mPaths, options.mFollowLinks);
+    CCrew crew(
+        options.mJobs, [&options] { return std::make_unique<CSearch>(options); }, session);
+    crew.Run(walk, [&](TreeEntry const& entry, Outcome const& outcome) {
+        totals.mFiles.Add(entry, outcome.mReading);
+        totals.mHits += outcome.mFound;
+        if (outcome.mFound > 0) ++totals.mFilesWithHits;
+        session.mLog.Say(entry, outcome.mReading,
+                         counted              ? Counted(outcome.mFound, "hit", "hits")
+                         : outcome.mFound > 0 ? "a hit"
+                                              : "no hit");
+    });
+    ShowTotals(totals, counted, session.mOutput);
+    if (totals.mFiles.mErrors > 0) return 2;
+    return totals.mHits > 0 ? 0 : 1;
+}
 
 }  // namespace
 
@@ -53,7 +113,7 @@ Command AddSearch(CLI::App& app)
         ->check(CLI::NonNegativeNumber)
         ->option_text("NUM");
     search->add_flag("-L,--follow", options->mFollowLinks, "Follow links in folders");
+    AddJobs(*search, options->mJobs);
     search->footer(kNotes);
-    return {search,
-            [options](Session& session) { return CSearch(*options, session.mOutput).Run(); }};
+    return {search, [options](Session& session) { return RunSearch(*options, session); }};
 }

@@ -1,4 +1,4 @@
-// `loamctl words`: the words of a document as an index would take them in.
+// `loamctl words`: the words of documents as an index would take them in.
 #pragma once
 
 #include "loamctl/Command.h"

@@ -8,15 +8,21 @@
 #include <exception>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include "loamctl/COutput.h"
+#include "loamctl/CProgress.h"
+#include "loamctl/CRunLog.h"
+#include "loamctl/CStandardStreams.h"
 #include "loamctl/Command.h"
 #include "loamctl/DisplayText.h"
+#include "loamctl/Interruption.h"
 #include "loamctl/Scan.h"
 #include "loamctl/Search.h"
 #include "loamctl/Words.h"
@@ -24,6 +30,7 @@
 namespace {
 
 constexpr int kExitError = 2;
+constexpr int kExitSignal = 128;  // and its number
 
 constexpr char const* kDescription =
     "Finds words in documents, whatever their accents, case, ligatures or width.";
@@ -94,33 +101,72 @@ std::vector<Command> AddCommands(CLI::App& app)
     return commands;
 }
 
-int RunCommand(std::vector<Command> const& commands, Session& session)
+void AddLogOptions(CLI::App& app, LogOptions& options)
+{
+    auto* const log =
+        app.add_option("--log", options.mPath, "Add to FILE what was done, and why not what wasn't")
+            ->option_text("FILE");
+    app.add_option("--log-max", options.mMaxSize,
+                   "Cut the log to its newest BYTES before; 0 for an empty one")
+        ->check(CLI::NonNegativeNumber)
+        ->needs(log)
+        ->option_text("BYTES");
+}
+
+int RunCommand(Command const& command, Session& session)
+{
+    COutput& output = session.mOutput;
+    try {
+        int const code = command.mRun(session);
+        output.Flush();
+        session.mLog.Say(fmt::format("done, exit code {}", code));
+        return code;
+    } catch (COutputClosed const&) {
+        // A reader who goes away early, such as `head`, has what it wanted: that is no error.
+        session.mLog.Say("done, as the reader of the output has gone, exit code 0");
+        return 0;
+    } catch (CInterrupted const& interrupted) {
+        int const code = kExitSignal + interrupted.GetSignal();
+        output.Drop();
+        output.Complain(interrupted.what());
+        session.mLog.Say(fmt::format("{}, exit code {}", interrupted.what(), code));
+        return code;
+    } catch (std::exception const& error) {
+        session.mLog.Say(fmt::format("failed: {}, exit code {}", error.what(), kExitError));
+        output.Complain(error.what());
+    }
+    return kExitError;
+}
+
+int RunChosen(std::vector<Command> const& commands,
+              OutputOptions const& outputOptions,
+              LogOptions const& logOptions,
+              std::string_view arguments)
 {
     auto const chosen = std::find_if(commands.begin(), commands.end(),
                                      [](Command const& command) { return command.mApp->parsed(); });
-    // A reader who goes away early, such as `head`, has what it wanted: that is no error.
-    try {
-        int const code = chosen->mRun(session);
-        session.mOutput.Flush();
-        return code;
-    } catch (COutputClosed const&) {
-        return 0;
-    } catch (std::exception const& error) {
-        session.mOutput.Complain(error.what());
-    }
-    return kExitError;
+    CRunLog log(logOptions);
+    CProgress progress(STDERR_FILENO);
+    CStandardStreams streams(progress);
+    COutput output(outputOptions, streams);
+    CInterruption interruption;
+    Session session{output, progress, log, interruption};
+    log.Say(fmt::format("started:{}", arguments));
+    return RunCommand(*chosen, session);
 }
 
 int Main(int argc, char** argv)
 {
     CLI::App app(kDescription, "loamctl");
     OutputOptions outputOptions;
+    LogOptions logOptions;
     app.set_version_flag("--version", "loamctl " LOAMCTL_VERSION);
     app.require_subcommand(1);
     app.fallthrough();
     app.get_formatter()->column_width(34);
     app.footer(kExamples);
     AddOutputOptions(app, outputOptions);
+    AddLogOptions(app, logOptions);
     UnguardOptions(app);
     std::vector<Command> const commands = AddCommands(app);
     if (argc < 2) {
@@ -140,9 +186,10 @@ int Main(int argc, char** argv)
         return kExitError;
     }
 
-    COutput output(outputOptions);
-    Session session{output};
-    return RunCommand(commands, session);
+    std::string arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments += fmt::format(" {}", argv[i]);
+    return RunChosen(commands, outputOptions, logOptions, arguments);
 }
 
 }  // namespace

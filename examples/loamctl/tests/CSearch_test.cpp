@@ -15,8 +15,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;

@@ -89,10 +89,32 @@ TEST(Words, TellsByItsExitCode)
         EXPECT_EQ(result.mError,
                   *c.mReason ? "loamctl: file: " + std::string(c.mReason) + "\n" : "");
     }
-    EXPECT_EQ(RunLoamctlIn(folder.Path(), {"words", "."}).mError, "loamctl: .: a folder\n");
     EXPECT_EQ(RunLoamctlIn(folder.Path(), {"words", "none"}).mError,
               "loamctl: none: No such file or directory\n");
     EXPECT_EQ(RunLoamctlIn(folder.Path(), {"words", "none"}).mExitCode, 2);
+}
+
+TEST(Words, NamesTheFileWhereThereMayBeSeveral)
+{
+    StTempDir const folder;
+    folder.Write("a.txt", "One two");
+    folder.Write("b.bin", "b\0"s);
+    folder.Write("sub/c.txt", "Caf\u00e9");
+    auto const run = [&folder](std::vector<std::string> const& arguments) {
+        return RunLoamctlIn(folder.Path(), arguments);
+    };
+    EXPECT_EQ(run({"words", "."}).mOutput,
+              "./a.txt\tone\t0\t3\n./a.txt\ttwo\t4\t3\n./sub/c.txt\tcafe\t0\t5\n");
+    EXPECT_EQ(run({"words", "."}).mExitCode, 0);
+    EXPECT_EQ(run({"words", "."}).mError, "");
+    EXPECT_EQ(run({"words", ".", "-v"}).mError,
+              "skipped ./b.bin (binary: a null byte at offset 1)\n");
+    EXPECT_EQ(run({"words", "sub"}).mOutput, "sub/c.txt\tcafe\t0\t5\n");
+    EXPECT_EQ(run({"words", "sub/c.txt"}).mOutput, "cafe\t0\t5\n");
+    EXPECT_EQ(run({"words", "sub/c.txt", "b.bin"}).mOutput, "sub/c.txt\tcafe\t0\t5\n");
+    EXPECT_EQ(run({"words", "sub/c.txt", "b.bin"}).mExitCode, 2);
+    EXPECT_EQ(ParseLines(run({"words", "sub", "--json"}).mOutput, "word").at(0)["path"],
+              "sub/c.txt");
 }
 
 }  // namespace
