@@ -22,13 +22,15 @@ public:
     // Virtual operations keep their order for ever; new ones go last.
 
     /// Starts the thread, once. From then on the thread object may be gone at any moment. If it
-    /// throws
-    /// (`kThreadDomain`, operation `kThreadStart`), the object is still its creator's.
+    /// throws (`kThreadDomain`, operation `kThreadStart`), the object is still its creator's.
     virtual void Start() = 0;
     /// Asks the running thread to end at its next cancellation point (`CThread::Yield`, a sleep, a
     /// blocking call of the system). A last resort: the external reference isn't cleared, the
-    /// semaphore isn't posted and both objects stay allocated. Only while the thread is known to
-    /// run. Throws with operation `kThreadKill`.
+    /// semaphore isn't posted and both objects stay allocated. On macOS nothing is unwound: locks
+    /// that the thread holds, or takes back on its way out of a wait, stay held. Without effect if
+    /// `Run` returns before it gets to such a point. To be called only while `Run` is known not to
+    /// have returned; after that it may end the process, also under the mutex of the external
+    /// reference. Throws with operation `kThreadKill`.
     virtual void Kill() = 0;
     /// The thread's body: `CThread::Run`.
     virtual void* Run();

@@ -32,7 +32,8 @@ public:
         CMutex* const heldMutex = std::exchange(mHeldMutex, nullptr);
         if (!heldMutex || heldMutex->TryLock()) return;
         // Somebody has it, and may be about to enter a wait or a post with it: the next thing they
-        // want is the lock of the state, which must not be held while waiting for theirs.
+        // want is the lock of the state, which must not be held while waiting for theirs. It comes
+        // second here too, as it does for whoever enters.
         StMutexUnlocker const open(mStateMutex);
         heldMutex->Lock();
     }
@@ -135,6 +136,7 @@ void CSemaphore::Abort()
 
 void CSemaphore::Unabort()
 {
+    // Kept on purpose: no lock, and no look at who is still on the way out.
     mAborted.store(false, std::memory_order_relaxed);
 }
 

@@ -1,12 +1,13 @@
 // A counting semaphore that can be aborted, so that every blocked waiter leaves with an exception.
 //
-// Two things to allow for when aborting. A thread that looked at the flag just before `Abort` ran,
-// and took the lock just after, blocks on an aborted semaphore with the count at -1: only `Unabort`
-// and a `Post` release it. And a timed wait whose time runs out while `Abort` is at work may give
-// back its unit after the count was set to 0, which then stands at 1.
+// Two gaps of an abort: a thread that looked at the flag just before `Abort`, and took the lock
+// just after, blocks with the count at -1 until `Unabort` and a `Post`, or another `Abort`. A timed
+// wait whose time runs out meanwhile may give back its unit after the count was set to 0: it stands
+// at 1.
 //
 // The wake is taken for the unit: a wait that the system wakes for no reason ends as if a `Post`
-// had come. Failures of the system throw as told at `CMutex` and `CCondition`.
+// had come, and the count stays one lower, as it does where a wait fails or its thread is killed.
+// Failures of the system throw as told at `CMutex` and `CCondition`.
 #pragma once
 
 #include <atomic>
@@ -41,9 +42,10 @@ public:
     /// Takes a unit, blocking until there is one.
     void Wait();
     /// The same for a caller who holds `heldMutex`: if the call has to block it gives that lock up
-    /// meanwhile, and holds it again when it comes back, also by an exception. It is taken back
-    /// before the lock of the state is let go, unless that would make two threads wait for each
-    /// other. It may be the very mutex that guards the state if that is recursive.
+    /// meanwhile, and holds it again when it comes back, also by an exception. Others may post and
+    /// wait while they hold it. Whoever takes it together with a mutex of the caller's that guards
+    /// the state takes it first. It may be that very mutex if that is recursive; if not, the call
+    /// blocks for ever.
     void Wait(CMutex& heldMutex);
     /// As `Wait`, for at most `microseconds` by the wall clock. True if a unit was taken.
     bool TimedWait(long long microseconds);
@@ -55,9 +57,11 @@ public:
     int GetState() const { return mCount.load(std::memory_order_relaxed); }
 
     /// Throws out all who wait, refuses all who come, and drops the units that nobody has taken.
+    /// Does not wait until they have left.
     void Abort();
     /// Lets the semaphore be used again, with the count as it is: 0 after an `Abort` with nobody in
-    /// between.
+    /// between. Only when all whom `Abort` woke have left: one that hasn't looked at the flag yet
+    /// comes back as if it had taken a unit.
     void Unabort();
 
 private:

@@ -7,15 +7,16 @@
 #include "concurrency/CThreadImp.h"
 
 CThread::CThread(CThread** externalRef, CMutex* mutex, CSemaphore* semaphore)
-    : mImp(new CThreadImp(this))
-    , mExternalRef(externalRef)
+    : mExternalRef(externalRef)
     , mExternalRefMutex(mutex)
     , mDoneSemaphore(semaphore)
+    , mImp(new CThreadImp(this))
 {
     if (mExternalRef) *mExternalRef = this;
 }
 
-// Kept on purpose: it does not touch mImp, which is what calls it.
+// Kept on purpose: it does not touch mImp, which is what calls it, nor the external reference, also
+// if the thread was never started.
 CThread::~CThread() = default;
 
 void CThread::DeleteAndClearExternalRef()

@@ -16,7 +16,7 @@ class CSemaphore;
 
 /// Base class of thread objects, which are made with `new` and, once started, deleted by nobody
 /// else. One that was never started is deleted by its creator; the small object behind `mImp` is
-/// then lost.
+/// then lost, and the external reference still holds the address.
 class LOAM_EXPORT CThread
 {
 public:
@@ -48,10 +48,11 @@ public:
     /// The calling thread: a number that no other live thread has.
     static unsigned long GetCurrentThreadRef();
 
-    CBasicThreadImp* mImp;  // owns this object once it is started
-
 private:
     CThread** mExternalRef;      // not owned, may be null; guarded by *mExternalRefMutex
     CMutex* mExternalRefMutex;   // not owned, may be null
     CSemaphore* mDoneSemaphore;  // not owned, may be null
+
+public:
+    CBasicThreadImp* mImp;  // owns this object once it is started; last, by the settled order
 };

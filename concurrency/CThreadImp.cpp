@@ -25,8 +25,8 @@ void CThreadImp::Kill()
     if (error != 0) ThrowOSThreadException(error, kThreadKill);
 }
 
-// A cancelled thread leaves in the middle of Run, by unwinding on some systems. Nothing here
-// catches or cleans up, so that both objects stay as they are.
+// Kept on purpose: a cancelled thread leaves in the middle of Run, by unwinding on some systems,
+// and nothing here catches or cleans up, so that both objects stay as they are.
 void* CThreadImp::RunThread(void* imp)
 {
     auto* const thread = static_cast<CThreadImp*>(imp);

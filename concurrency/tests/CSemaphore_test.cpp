@@ -94,6 +94,22 @@ TEST(CSemaphore, APostReleasesOneOfTwoWaiters)
     EXPECT_EQ(semaphore.GetState(), 0);
 }
 
+TEST(CSemaphore, WhoDoesNotStayLeavesTheCountOfThoseWhoWait)
+{
+    CSemaphore semaphore;
+    std::thread waiter([&] { semaphore.Wait(); });
+    AwaitState(semaphore, -1);
+    EXPECT_FALSE(semaphore.Immediate());
+    EXPECT_EQ(semaphore.GetState(), -1);
+    EXPECT_FALSE(semaphore.TimedWait(1));
+    EXPECT_EQ(semaphore.GetState(), -1);
+    semaphore.Unabort();
+    EXPECT_EQ(semaphore.GetState(), -1);
+    semaphore.Post();
+    waiter.join();
+    EXPECT_EQ(semaphore.GetState(), 0);
+}
+
 TEST(CSemaphore, ATimedWaitIsReleasedByAPost)
 {
     CSemaphore semaphore;

@@ -1,18 +1,23 @@
 #include "concurrency/CThread.h"
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <functional>
 #include <optional>
 #include <thread>
 
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <unistd.h>
 
 #include "concurrency/CMutex.h"
 #include "concurrency/CSemaphore.h"
 #include "concurrency/StMutexLocker.h"
 #include "foundation/FailureDomains.h"
 #include "marl/HierarchicalException.h"
+#include "testing/FailureOf.h"
 
 namespace {
 
@@ -106,7 +111,86 @@ TEST(CThread, ClearsDeletesUnlocksAndPostsInThisOrder)
     mutex.Unlock();
 }
 
-TEST(CThread, OneThatWasNeverStartedIsItsCreators)
+TEST(CThread, UnlocksBeforeItPosts)
+{
+    CMutex mutex;
+    CMutex gate;
+    CSemaphore done(gate);
+    std::atomic<bool> isAtEnd{false};
+    auto* const worker = new CWorker([] {}, nullptr, &mutex, &done);
+    worker->mAtEnd = [&] { isAtEnd = true; };
+    gate.Lock();  // the thread stops in front of its post
+    worker->mImp->Start();
+    while (!isAtEnd)
+        std::this_thread::yield();
+    mutex.Lock();  // comes back only because the thread has let it go
+    mutex.Unlock();
+    EXPECT_EQ(done.GetState(), 0);
+    gate.Unlock();
+    done.Wait();
+}
+
+TEST(CThread, AKillThatTheWorkDoesNotGetToHasNoEffect)
+{
+    CMutex mutex;
+    CSemaphore done;
+    CThread* reference = nullptr;
+    std::atomic<bool> isRunning{false};
+    std::atomic<bool> isKilled{false};
+    auto* const worker = new CWorker(
+        [&] {
+            isRunning = true;
+            while (!isKilled)
+                std::this_thread::yield();
+        },
+        &reference, &mutex, &done);
+    worker->mAtEnd = [] { CThread::Yield(); };
+    CBasicThreadImp* const imp = worker->mImp;
+    imp->Start();
+    while (!isRunning)
+        std::this_thread::yield();
+    imp->Kill();
+    isKilled = true;
+    done.Wait();
+    EXPECT_EQ(reference, nullptr);
+}
+
+TEST(CThread, EndsTheProcessWhereItCanTellNobody)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+
+    struct Case
+    {
+        char const* mWhat;
+        std::function<void(CSemaphore&)> mWork;
+        char const* mSeen;
+    };
+
+    Case const cases[] = {
+        {"an exception leaves the work",
+         [](CSemaphore&) { throw HierarchicalException(kThreadDomain, 100, 77, 0, nullptr); },
+         "operation 77"},
+        {"the semaphore has been aborted", [](CSemaphore& done) { done.Abort(); }, "operation 14"},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.mWhat);
+        auto const endInTheThread = [&] {
+            std::set_terminate([] {
+                Failure const failure =
+                    FailureOf([] { std::rethrow_exception(std::current_exception()); });
+                std::fprintf(stderr, "operation %d\n", failure.mContext);
+                std::_Exit(1);
+            });
+            CSemaphore done;
+            (new CWorker([&] { c.mWork(done); }, nullptr, nullptr, &done))->mImp->Start();
+            for (;;)
+                pause();
+        };
+        EXPECT_DEATH(endInTheThread(), c.mSeen);
+    }
+}
+
+TEST(CThread, KeepsWhatOneThatWasNeverStartedLeaves)
 {
     // Kept reachable: what a thread object leaves behind when it is deleted this way is lost by
     // design.
@@ -172,8 +256,9 @@ TEST(CThread, KeepsEverythingAsItIsWhenKilled)
 TEST(CThread, AWaiterThatIsKilledHoldsNoLockAfterwards)
 {
     static CThread* sReference = nullptr;
-    CMutex monitor;
-    CSemaphore semaphore(monitor);
+    // Never destroyed: where nothing is unwound, the waiter leaves the lock held.
+    static CMutex& monitor = *new CMutex;
+    static CSemaphore& semaphore = *new CSemaphore(monitor);
     pthread_t thread{};
     std::atomic<bool> isRunning{false};
     auto* const worker = new CWorker(
