@@ -50,6 +50,9 @@ public:
     /// Bytes in the file.
     long long GetSize() const { return mSize; }
 
+    /// The file's bytes, as far as they were read: all of them if it is a text.
+    std::string_view GetBytes() const { return Bytes(); }
+
     /// The text, without a byte-order mark and without a lone surrogate; empty if it is none.
     std::u16string_view GetText() const { return {mUnits, mLength}; }
 

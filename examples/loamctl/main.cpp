@@ -23,8 +23,10 @@
 #include "loamctl/Command.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Interruption.h"
+#include "loamctl/Pack.h"
 #include "loamctl/Scan.h"
 #include "loamctl/Search.h"
+#include "loamctl/Train.h"
 #include "loamctl/Words.h"
 
 namespace {
@@ -42,14 +44,14 @@ constexpr char const* kExamples = R"(Examples:
   loamctl search -l cafe a.txt b.txt  only the names of files with a hit
   loamctl scan letters/               what is there, and what of it can be read
   loamctl words letter.txt            the words as an index would take them in
+  loamctl pack --long disk.img        disk.img.zst, which zstd reads too; unpack for the way back
+  loamctl train letters/ -o D         a dictionary for pack --dict D, and what it saves
 
 `loamctl COMMAND --help` tells more. Exit codes: 0 found, 1 not found, 2 error.)";
 
 // In the order of the help.
 constexpr Command (*kCommands[])(CLI::App&) = {
-    AddSearch,
-    AddScan,
-    AddWords,
+    AddSearch, AddScan, AddWords, AddPack, AddUnpack, AddTrain,
 };
 
 // CLI11 takes [a,b] for a list of two, where it is the name of one file. A byte in front keeps it

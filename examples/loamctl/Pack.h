@@ -1,0 +1,7 @@
+// `loamctl pack` and `loamctl unpack`: files as zstd and bzip2 streams, and back.
+#pragma once
+
+#include "loamctl/Command.h"
+
+Command AddPack(CLI::App& app);
+Command AddUnpack(CLI::App& app);

@@ -1,0 +1,6 @@
+// `loamctl train`: a dictionary for small documents that are alike.
+#pragma once
+
+#include "loamctl/Command.h"
+
+Command AddTrain(CLI::App& app);
