@@ -136,7 +136,9 @@ File OpenProfile(char const* path)
 int Fail(UDM_LANGMAPLIST& list, char const* what, char const* path)
 {
     list.errcode = 1;
-    std::snprintf(list.errstr, sizeof list.errstr, "%s LangMapFile '%s'\n", what, path);
+    int const length =
+        std::snprintf(list.errstr, sizeof list.errstr, "%s LangMapFile '%s'\n", what, path);
+    if (length < 0) list.errstr[0] = '\0';
     return -1;
 }
 
