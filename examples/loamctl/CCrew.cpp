@@ -122,6 +122,7 @@ public:
 
     void* Run() override
     {
+        StNudged const nudged;
         while (CJob* const job = mCrew.Take()) {
             Outcome outcome;
             std::exception_ptr failure;

@@ -1,14 +1,15 @@
 #include "loamctl/Interruption.h"
 
 #include <atomic>
-#include <cstring>
 #include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
 #include "concurrency/CMutex.h"
 #include "concurrency/CThread.h"
 #include "concurrency/StMutexLocker.h"
+#include "marl/HierarchicalException.h"
 
 namespace {
 
@@ -16,19 +17,36 @@ namespace {
 constexpr int kNone = 0;
 constexpr int kUnwanted = -1;
 
-// Ends the watcher's wait for a signal, and calls of the system in the main thread.
+// Ends the watcher's wait for a signal, and calls of the system in other threads.
 constexpr int kNudge = SIGUSR1;
 constexpr long long kNudgeStep = 10000;  // microseconds
 
 std::atomic<int> sReason{kNone};
 CMutex sAbortMutex;
 std::function<void()> sAbort;  // guarded by sAbortMutex
+CMutex sNudgedMutex;
+std::vector<pthread_t> sNudged;  // guarded by sNudgedMutex
 
 void Interrupt(int signal)
 {
     sReason.store(signal, std::memory_order_relaxed);
     StMutexLocker const lock(sAbortMutex);
     if (sAbort) sAbort();
+}
+
+sigset_t OnlyNudge()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, kNudge);
+    return signals;
+}
+
+void NudgeAll()
+{
+    StMutexLocker const lock(sNudgedMutex);
+    for (pthread_t const thread : sNudged)
+        pthread_kill(thread, kNudge);
 }
 
 sigset_t SignalsToWatch()
@@ -66,18 +84,15 @@ void ThrowIfInterrupted()
 class CInterruption::CWatcher : public CThread
 {
 public:
-    CWatcher(CInterruption& interruption, pthread_t mainThread)
+    explicit CWatcher(CInterruption& interruption)
         : CThread(nullptr, nullptr, &interruption.mGone)
         , mInterruption(interruption)
-        , mMainThread(mainThread)
     {
     }
 
     void* Run() override
     {
-        sigset_t nudge;
-        sigemptyset(&nudge);
-        sigaddset(&nudge, kNudge);
+        sigset_t const nudge = OnlyNudge();
         pthread_sigmask(SIG_BLOCK, &nudge, nullptr);
         mInterruption.mWatcher = pthread_self();
         mInterruption.mReady.Post();
@@ -93,7 +108,7 @@ public:
             Interrupt(signal);
             // Again and again, since the first may come just before the call that blocks.
             do {
-                pthread_kill(mMainThread, kNudge);
+                NudgeAll();
             } while (!mInterruption.mQuit.TimedWait(kNudgeStep));
         }
         return nullptr;
@@ -101,32 +116,54 @@ public:
 
 private:
     CInterruption& mInterruption;
-    pthread_t mMainThread;
 };
 
 void CInterruption::Start()
 {
-    if (std::exchange(mStarted, true)) return;
+    if (mNudged) return;
     mSignals = SignalsToWatch();
     struct sigaction nudge = {};
     nudge.sa_handler = [](int) {};  // without SA_RESTART
     sigemptyset(&nudge.sa_mask);
     sigaction(kNudge, &nudge, &mOldNudge);
     pthread_sigmask(SIG_BLOCK, &mSignals, &mOldMask);
-    (new CWatcher(*this, pthread_self()))->mImp->Start();
+    mNudged = std::make_unique<StNudged>();
+    auto watcher = std::make_unique<CWatcher>(*this);
+    try {
+        watcher->mImp->Start();
+    } catch (HierarchicalException const&) {
+        PutBack();
+        throw;
+    }
+    watcher.release();  // it owns itself now
     mReady.Wait();
 }
+
+CInterruption::CInterruption() = default;
 
 // The watcher may be about to go, but not before it has got its quit.
 CInterruption::~CInterruption()
 {
-    if (!mStarted) return;
+    if (!mNudged) return;
     pthread_kill(mWatcher, kNudge);
     mQuit.Post();
     mGone.Wait();
+    PutBack();
+    sReason.store(kNone, std::memory_order_relaxed);
+}
+
+void CInterruption::PutBack()
+{
+    mNudged.reset();
+    // A nudge may still be on its way, which would end the process by what it did before.
+    sigset_t const nudge = OnlyNudge();
+    pthread_sigmask(SIG_BLOCK, &nudge, nullptr);
+    sigset_t pending;
+    sigpending(&pending);
+    int signal = 0;
+    if (sigismember(&pending, kNudge) == 1) sigwait(&nudge, &signal);
     sigaction(kNudge, &mOldNudge, nullptr);
     pthread_sigmask(SIG_SETMASK, &mOldMask, nullptr);
-    sReason.store(kNone, std::memory_order_relaxed);
 }
 
 StAbortOnInterrupt::StAbortOnInterrupt(std::function<void()> abort)
@@ -140,6 +177,20 @@ StAbortOnInterrupt::~StAbortOnInterrupt()
 {
     StMutexLocker const lock(sAbortMutex);
     sAbort = nullptr;
+}
+
+StNudged::StNudged()
+    : mThread(pthread_self())
+{
+    StMutexLocker const lock(sNudgedMutex);
+    sNudged.push_back(mThread);
+}
+
+StNudged::~StNudged()
+{
+    StMutexLocker const lock(sNudgedMutex);
+    std::erase_if(sNudged,
+                  [this](pthread_t thread) { return pthread_equal(thread, mThread) != 0; });
 }
 
 StUnwanted::StUnwanted()

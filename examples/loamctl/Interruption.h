@@ -2,7 +2,7 @@
 //
 // Long work asks `ThrowIfInterrupted` wherever a hundredth of a second may have gone by. A thread
 // that waits for another does so at a semaphore that a `StAbortOnInterrupt` aborts. A call of the
-// system in the main thread comes back with EINTR.
+// system that blocks comes back with EINTR, in the main thread and in those with a `StNudged`.
 //
 // Nothing of ours runs within a signal handler: the signals are blocked in all threads, and one
 // thread waits for them.
@@ -11,6 +11,7 @@
 #include <csignal>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include <pthread.h>
@@ -38,13 +39,15 @@ bool IsInterrupted();
 /// Throws `CInterrupted` once work is to stop.
 void ThrowIfInterrupted();
 
+class StNudged;
+
 /// Lets SIGINT and SIGTERM stop the work in an orderly way. One in a program, in its main thread,
 /// before any other thread is started.
 class CInterruption
 {
 public:
     /// Changes nothing yet: who does not ask dies of a signal as any program does.
-    CInterruption() = default;
+    CInterruption();
     CInterruption(CInterruption const&) = delete;
     CInterruption& operator=(CInterruption const&) = delete;
     /// Puts back what was before. All threads that were started meanwhile are gone by then.
@@ -57,18 +60,20 @@ public:
 private:
     class CWatcher;
 
-    bool mStarted = false;
+    void PutBack();
+
     sigset_t mSignals = {};
     sigset_t mOldMask = {};
     struct sigaction mOldNudge = {};
-    pthread_t mWatcher = {};  // written by the watcher before it posts mReady
+    std::unique_ptr<StNudged> mNudged;  // the main thread; null before the start
+    pthread_t mWatcher = {};            // written by the watcher before it posts mReady
     CSemaphore mReady;
     CSemaphore mQuit;
     CSemaphore mGone;
 };
 
-/// While one lives, an interruption calls `abort` once, from a thread of its own; at once if the
-/// work has been told to stop already.
+/// While one lives, an interruption calls `abort` from a thread of its own; at once, and perhaps
+/// once more, if the work has been told to stop already.
 class StAbortOnInterrupt
 {
 public:
@@ -77,6 +82,20 @@ public:
     StAbortOnInterrupt& operator=(StAbortOnInterrupt const&) = delete;
     /// Blocks while `abort` runs.
     ~StAbortOnInterrupt();
+};
+
+/// While one lives, an interruption ends calls of the system in the thread that made it. One for a
+/// thread.
+class StNudged
+{
+public:
+    StNudged();
+    StNudged(StNudged const&) = delete;
+    StNudged& operator=(StNudged const&) = delete;
+    ~StNudged();
+
+private:
+    pthread_t mThread;
 };
 
 /// While one lives, long work of all threads stops: its results aren't wanted any more.

@@ -1,10 +1,12 @@
 #include "loamctl/tests/RunLoamctl.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -19,14 +21,7 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-// Files for the child's streams; a terminal is a file too.
-struct Streams
-{
-    std::string mOutput;
-    std::string mError;
-};
-
-pid_t Start(Arguments const& arguments, Streams const& streams)
+pid_t Start(Arguments const& arguments, int output, int error)
 {
     std::vector<char*> argv;
     for (std::string const& argument : arguments)
@@ -35,16 +30,31 @@ pid_t Start(Arguments const& arguments, Streams const& streams)
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    int const flags = O_WRONLY | O_CREAT | O_NOCTTY;
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, streams.mOutput.c_str(), flags, 0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, streams.mError.c_str(), flags, 0600);
+    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, error, STDERR_FILENO);
     pid_t child = -1;
-    int const error = posix_spawn(&child, argv[0], &actions, nullptr, argv.data(), environ);
+    int const failure = posix_spawn(&child, argv[0], &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) throw std::runtime_error("cannot run " + arguments[0]);
+    if (failure != 0) throw std::runtime_error("cannot run " + arguments[0]);
     return child;
 }
+
+// A file for a stream of the child's.
+struct StFile
+{
+    explicit StFile(std::string const& path)
+        : mDescriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600))
+    {
+    }
+
+    StFile(StFile const&) = delete;
+    StFile& operator=(StFile const&) = delete;
+
+    ~StFile() { close(mDescriptor); }
+
+    int mDescriptor;
+};
 
 int Wait(pid_t child)
 {
@@ -56,7 +66,9 @@ int Wait(pid_t child)
 RunResult Run(Arguments const& arguments)
 {
     StTempDir const streams;
-    int const exitCode = Wait(Start(arguments, {streams.Path("output"), streams.Path("error")}));
+    StFile const output(streams.Path("output"));
+    StFile const error(streams.Path("error"));
+    int const exitCode = Wait(Start(arguments, output.mDescriptor, error.mDescriptor));
     return {exitCode, streams.Read("output"), streams.Read("error")};
 }
 
@@ -66,16 +78,13 @@ Arguments WithProgram(Arguments arguments)
     return arguments;
 }
 
-// Everything until the other side is closed, which a terminal tells by an error.
-std::string ReadAll(int descriptor)
+int MakeTerminal()
 {
-    std::string result;
-    char buffer[4096];
-    for (;;) {
-        ssize_t const count = read(descriptor, buffer, sizeof(buffer));
-        if (count <= 0) return result;
-        result.append(buffer, static_cast<std::size_t>(count));
+    int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0) {
+        throw std::runtime_error("there is no terminal to be had");
     }
+    return terminal;
 }
 
 }  // namespace
@@ -101,17 +110,102 @@ RunResult RunShell(std::string const& line)
 
 RunResult RunLoamctlOnTerminal(Arguments const& arguments)
 {
-    int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
-    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0) {
-        throw std::runtime_error("there is no terminal to be had");
-    }
-    std::string const name = ptsname(terminal);
-    pid_t const child = Start(WithProgram(arguments), {name, name});
+    StChannel terminal = StChannel::Terminal();
+    StLoamctl loamctl(arguments, terminal.In(), terminal.In());
+    terminal.CloseIn();
     RunResult result;
-    result.mOutput = ReadAll(terminal);
-    result.mExitCode = Wait(child);
-    close(terminal);
+    result.mOutput = terminal.ReadAll();
+    result.mExitCode = loamctl.Wait();
     return result;
+}
+
+StLoamctl::StLoamctl(Arguments const& arguments, int output, int error)
+    : mChild(Start(WithProgram(arguments), output, error))
+{
+}
+
+StLoamctl::~StLoamctl()
+{
+    if (mChild < 0) return;
+    kill(mChild, SIGKILL);
+    waitpid(mChild, nullptr, 0);
+}
+
+void StLoamctl::Signal(int signal) const
+{
+    kill(mChild, signal);
+}
+
+int StLoamctl::Wait()
+{
+    int status = 0;
+    if (waitpid(std::exchange(mChild, -1), &status, 0) < 0)
+        throw std::runtime_error("waitpid failed");
+    mKilled = WIFSIGNALED(status);
+    return mKilled ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+StChannel::StChannel(int out, int in)
+    : mOut(out)
+    , mIn(in)
+{
+}
+
+// Not inherited but as a stream, so that the end of each is seen.
+StChannel StChannel::Pipe()
+{
+    int ends[2];
+    if (pipe(ends) != 0) throw std::runtime_error("there is no pipe to be had");
+    fcntl(ends[0], F_SETFD, FD_CLOEXEC);
+    fcntl(ends[1], F_SETFD, FD_CLOEXEC);
+    return {ends[0], ends[1]};
+}
+
+StChannel StChannel::Terminal()
+{
+    int const terminal = MakeTerminal();
+    fcntl(terminal, F_SETFD, FD_CLOEXEC);
+    return {terminal, open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC)};
+}
+
+StChannel::~StChannel()
+{
+    close(mOut);
+    CloseIn();
+}
+
+void StChannel::CloseIn()
+{
+    if (mIn >= 0) close(std::exchange(mIn, -1));
+}
+
+void StChannel::Fill() const
+{
+    int const flags = fcntl(mIn, F_GETFL);
+    fcntl(mIn, F_SETFL, flags | O_NONBLOCK);
+    // Once more by bytes: a pipe takes no long piece where a short one has room.
+    std::string const filling(4096, '-');
+    while (write(mIn, filling.data(), filling.size()) > 0) {}
+    while (write(mIn, "-", 1) > 0) {}
+    fcntl(mIn, F_SETFL, flags);
+}
+
+std::string StChannel::ReadUntil(std::string const& text) const
+{
+    std::string result;
+    char buffer[4096];
+    while (text.empty() || result.find(text) == result.npos) {
+        // A terminal tells its end by an error.
+        ssize_t const count = read(mOut, buffer, sizeof(buffer));
+        if (count <= 0) break;
+        result.append(buffer, static_cast<std::size_t>(count));
+    }
+    return result;
+}
+
+std::string StChannel::ReadAll() const
+{
+    return ReadUntil("");
 }
 
 std::vector<nlohmann::json> ParseLines(std::string const& output)
