@@ -104,12 +104,15 @@ public:
         if (signal == kNudge) {
             mInterruption.mQuit.Wait();
         } else {
-            pthread_sigmask(SIG_UNBLOCK, &mInterruption.mSignals, nullptr);
+            // A second one ends the process, unless this thread is on its way out.
+            sigset_t const signals = mInterruption.mSignals;
+            pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
             Interrupt(signal);
             // Again and again, since the first may come just before the call that blocks.
             do {
                 NudgeAll();
             } while (!mInterruption.mQuit.TimedWait(kNudgeStep));
+            pthread_sigmask(SIG_BLOCK, &signals, nullptr);
         }
         return nullptr;
     }

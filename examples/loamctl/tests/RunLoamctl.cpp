@@ -133,6 +133,7 @@ StLoamctl::~StLoamctl()
 
 void StLoamctl::Signal(int signal) const
 {
+    if (mChild < 0) throw std::runtime_error("loamctl has ended");
     kill(mChild, signal);
 }
 
