@@ -1,0 +1,6 @@
+// `loamctl lang-train`: makes a language profile from texts.
+#pragma once
+
+#include "loamctl/Command.h"
+
+Command AddLangTrain(CLI::App& app);
