@@ -5,6 +5,7 @@
 #     need tests            GoogleTest and what single tests start
 #     need checks           clang, formatter, linter
 #     need macos            the linker and the runtime's symbols for tools/check-macos
+#     need languages        what language profiles are trained and measured with, beside npm
 #     need npm              npm, where it isn't there in another way
 #     need benchmarks       Google Benchmark and the peers that are measured beside us
 #
@@ -19,6 +20,7 @@ loam_packages() {
                          "libgcr-3-dev" ;;
         checks)     echo "clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev binutils git" ;;
         macos)      echo "clang-14 lld-14 llvm-14 libc++1-14 python3" ;;
+        languages)  echo "python3 libcld2-dev" ;;
         npm)        echo "npm" ;;
         benchmarks) echo "libbenchmark-dev libspdlog-dev libsqlite3-dev" ;;
         *)          echo "setup: no such set of packages: $1" >&2; return 1 ;;
