@@ -9,7 +9,7 @@
 #include "concurrency/StMutexLocker.h"
 #include "concurrency/StMutexUnlocker.h"
 #include "foundation/FailureDomains.h"
-#include "loamctl/CBasicSink.h"
+#include "loamctl/CCrewJob.h"
 #include "loamctl/COutput.h"
 #include "loamctl/CProgress.h"
 #include "loamctl/Interruption.h"
@@ -19,15 +19,6 @@ namespace {
 
 // How far the walk runs ahead of the results, for each thread.
 constexpr std::size_t kJobsAhead = 8;
-// How much a job may have told that isn't written yet, in bytes.
-constexpr std::size_t kMostUnwritten = 1 << 18;
-
-// Wakes one who waits. Nothing is kept for who comes later: everybody looks before waiting, with
-// the lock held, and again after, since a wake may come for no reason.
-void Wake(CSemaphore& semaphore)
-{
-    if (semaphore.GetState() < 0) semaphore.Post();
-}
 
 bool IsAbort(HierarchicalException const& failure)
 {
@@ -35,79 +26,22 @@ bool IsAbort(HierarchicalException const& failure)
            failure.levels[0].category == kThreadAborted;
 }
 
-}  // namespace
-
-// An entry of the walk, and what its thread has told so far.
-class CCrew::CJob final : public CBasicSink
+void Write(CCrewJob::Piece const& piece, COutput& output)
 {
-private:
-    CMutex& mMutex;  // of the crew; first, since others are made with it
-
-public:
-    explicit CJob(CMutex& mutex)
-        : mMutex(mutex)
-    {
+    switch (piece.mKind) {
+    case CCrewJob::Piece::Kind::kLines:
+        output.AddLines(piece.mText);
+        break;
+    case CCrewJob::Piece::Kind::kErrorLines:
+        output.AddError(piece.mText);
+        break;
+    case CCrewJob::Piece::Kind::kGroup:
+        output.BeginGroup();
+        break;
     }
+}
 
-    struct Piece
-    {
-        enum class Kind
-        {
-            kLines,
-            kErrorLines,
-            kGroup,
-        };
-
-        Kind mKind;
-        std::string mText;
-    };
-
-    void Write(std::string_view lines) override { Put(Piece::Kind::kLines, lines); }
-
-    void WriteError(std::string_view lines) override { Put(Piece::Kind::kErrorLines, lines); }
-
-    void BeginGroup() override { Put(Piece::Kind::kGroup, {}); }
-
-    // mEntry is there already.
-    void Begin(double share)
-    {
-        mShare = share;
-        mOutcome = {};
-        mDone = false;
-    }
-
-    void End(Outcome outcome, std::exception_ptr failure)
-    {
-        StMutexLocker const lock(mMutex);
-        mOutcome = std::move(outcome);
-        mFailure = std::move(failure);
-        mDone = true;
-        Wake(mNews);
-    }
-
-private:
-    void Put(Piece::Kind kind, std::string_view text)
-    {
-        StMutexLocker const lock(mMutex);
-        while (mUnwritten >= kMostUnwritten)
-            mRoom.Wait(mMutex);
-        mPieces.push_back({kind, std::string(text)});
-        mUnwritten += text.size();
-        Wake(mNews);
-    }
-
-public:
-    TreeEntry mEntry;
-    double mShare = 0;         // of the walk, up to this entry
-    CSemaphore mNews{mMutex};  // waited at by the one who writes it out
-    CSemaphore mRoom{mMutex};  // waited at by the thread that works on it
-    // All below guarded by mMutex.
-    std::vector<Piece> mPieces;
-    std::size_t mUnwritten = 0;
-    bool mDone = false;
-    Outcome mOutcome;
-    std::exception_ptr mFailure;
-};
+}  // namespace
 
 // Works on one job after another until the crew is aborted.
 class CCrew::CCrewThread final : public CThread
@@ -123,7 +57,7 @@ public:
     void* Run() override
     {
         StNudged const nudged;
-        while (CJob* const job = mCrew.Take()) {
+        while (CCrewJob* const job = mCrew.Take()) {
             Outcome outcome;
             std::exception_ptr failure;
             try {
@@ -150,7 +84,7 @@ CCrew::CCrew(int threads, MakeWorker makeWorker, Session& session)
 {
     std::size_t const jobs = static_cast<std::size_t>(threads) * kJobsAhead;
     for (std::size_t i = 0; i < jobs; ++i)
-        mJobs.push_back(std::make_unique<CJob>(mMutex));
+        mJobs.push_back(std::make_unique<CCrewJob>(mMutex));
     mSession.mInterruption.Start();
 }
 
@@ -180,7 +114,7 @@ void CCrew::RunAll(CTreeWalk& walk, Finish const& finish)
             more = Give(walk);
         if (mGiven == mFinished) return;
 
-        CJob& job = *mJobs[mFinished % mJobs.size()];
+        CCrewJob& job = *mJobs[mFinished % mJobs.size()];
         WriteOut(job);
         if (job.mFailure) std::rethrow_exception(job.mFailure);
         if (job.mEntry.mKind == TreeEntry::Kind::kFile) ++mFiles;
@@ -195,7 +129,7 @@ void CCrew::RunAll(CTreeWalk& walk, Finish const& finish)
 bool CCrew::Give(CTreeWalk& walk)
 {
     ThrowIfInterrupted();
-    CJob& job = *mJobs[mGiven % mJobs.size()];
+    CCrewJob& job = *mJobs[mGiven % mJobs.size()];
     if (!walk.Next(job.mEntry)) return false;
     job.Begin(walk.GetShare());
     StMutexLocker const lock(mMutex);
@@ -221,7 +155,7 @@ void CCrew::StartThread()
 }
 
 // The next job for a thread; null once there is nothing more to do, which is told by an abort.
-CCrew::CJob* CCrew::Take()
+CCrewJob* CCrew::Take()
 {
     StMutexLocker const lock(mMutex);
     try {
@@ -234,52 +168,36 @@ CCrew::CJob* CCrew::Take()
 }
 
 // Adds to the output what the job tells, while it is being told.
-void CCrew::WriteOut(CJob& job)
+void CCrew::WriteOut(CCrewJob& job)
 {
-    COutput& output = mSession.mOutput;
-    std::vector<CJob::Piece> pieces;
+    std::vector<CCrewJob::Piece> pieces;
     for (bool done = false; !done;) {
         {
             StMutexLocker const lock(mMutex);
             WaitForNews(job);
-            pieces.swap(job.mPieces);
-            job.mUnwritten = 0;
-            done = job.mDone;
-            Wake(job.mRoom);
+            done = job.TakeNews(pieces);
         }
-        for (CJob::Piece const& piece : pieces) {
-            switch (piece.mKind) {
-            case CJob::Piece::Kind::kLines:
-                output.AddLines(piece.mText);
-                break;
-            case CJob::Piece::Kind::kErrorLines:
-                output.AddError(piece.mText);
-                break;
-            case CJob::Piece::Kind::kGroup:
-                output.BeginGroup();
-                break;
-            }
-        }
-        pieces.clear();
+        for (CCrewJob::Piece const& piece : pieces)
+            Write(piece, mSession.mOutput);
     }
 }
 
 // With the lock held.
-void CCrew::WaitForNews(CJob& job)
+void CCrew::WaitForNews(CCrewJob& job)
 {
-    while (job.mPieces.empty() && !job.mDone) {
+    while (!job.HasNews()) {
         if (!mSession.mProgress.IsTerminal()) {
-            job.mNews.Wait(mMutex);
-        } else if (!job.mNews.TimedWait(mMutex, CProgress::kStep * 1000)) {
+            job.News().Wait(mMutex);
+        } else if (!job.News().TimedWait(mMutex, CProgress::kStep * 1000)) {
             StMutexUnlocker const open(mMutex);
             ShowProgress(job);
         }
     }
 }
 
-void CCrew::ShowProgress(CJob const& job)
+void CCrew::ShowProgress(CCrewJob const& job)
 {
-    mSession.mProgress.Show(mFiles, mBytes, job.mShare);
+    mSession.mProgress.Show(mFiles, mBytes, job.GetShare());
 }
 
 // In any thread.
@@ -288,8 +206,6 @@ void CCrew::Abort()
     StMutexLocker const lock(mMutex);
     mAborted = true;
     mWork.Abort();
-    for (std::unique_ptr<CJob> const& job : mJobs) {
-        job->mNews.Abort();
-        job->mRoom.Abort();
-    }
+    for (std::unique_ptr<CCrewJob> const& job : mJobs)
+        job->Abort();
 }

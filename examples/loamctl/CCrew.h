@@ -20,6 +20,8 @@
 #include "loamctl/Command.h"
 #include "loamctl/Reading.h"
 
+class CCrewJob;
+
 /// What came of an entry.
 struct Outcome
 {
@@ -61,16 +63,15 @@ public:
     void Run(CTreeWalk& walk, Finish const& finish);
 
 private:
-    class CJob;
     class CCrewThread;
 
     void RunAll(CTreeWalk& walk, Finish const& finish);
     bool Give(CTreeWalk& walk);
     void StartThread();
-    CJob* Take();
-    void WriteOut(CJob& job);
-    void WaitForNews(CJob& job);
-    void ShowProgress(CJob const& job);
+    CCrewJob* Take();
+    void WriteOut(CCrewJob& job);
+    void WaitForNews(CCrewJob& job);
+    void ShowProgress(CCrewJob const& job);
     void Abort();
 
     int mMostThreads;
@@ -79,13 +80,13 @@ private:
     int mThreads = 0;
 
     CMutex mMutex{true};
-    CSemaphore mWork{mMutex};                  // waited at by threads without a job
-    std::vector<std::unique_ptr<CJob>> mJobs;  // a ring; all of them are made beforehand
-    std::size_t mGiven = 0;                    // how many have been handed out; guarded by mMutex
-    std::size_t mTaken = 0;                    // how many of them have a thread; guarded by mMutex
-    std::size_t mFinished = 0;                 // how many have been written out
-    bool mAborted = false;                     // guarded by mMutex
-    CSemaphore mGone;                          // one for each thread that has ended
+    CSemaphore mWork{mMutex};                      // waited at by threads without a job
+    std::vector<std::unique_ptr<CCrewJob>> mJobs;  // a ring; all of them are made beforehand
+    std::size_t mGiven = 0;     // how many have been handed out; guarded by mMutex
+    std::size_t mTaken = 0;     // how many of them have a thread; guarded by mMutex
+    std::size_t mFinished = 0;  // how many have been written out
+    bool mAborted = false;      // guarded by mMutex
+    CSemaphore mGone;           // one for each thread that has ended
     long long mFiles = 0;
     long long mBytes = 0;
 };

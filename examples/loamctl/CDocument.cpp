@@ -235,6 +235,7 @@ void CDocument::DecodeUTF16(bool bigEndian)
                       [](char16_t& unit) { unit = static_cast<char16_t>(unit << 8 | unit >> 8); });
     }
 
+    ThrowIfInterrupted();
     auto const offset = [](std::size_t unit) { return 2 + 2 * unit; };
     if (std::size_t const null = GetText().find(u'\0'); null != std::u16string_view::npos) {
         Refuse(Kind::kBinary, fmt::format("a null character at offset {}", offset(null)));

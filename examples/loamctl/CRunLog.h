@@ -1,6 +1,7 @@
 // What a run did, and why it passed something over, line by line in a log file.
 //
-//     2024/03/05, 14:07:09 +0100: started: search cafe letters
+//     2024/03/05, 14:07:09 +0100: started: search
+//     2024/03/05, 14:07:09 +0100: looking for cafe
 //     2024/03/05, 14:07:09 +0100: read letters/fr-menu.txt (UTF-8, 396 bytes): 6 hits
 //     2024/03/05, 14:07:09 +0100: skipped letters/cup.png (binary: a null byte at offset 8)
 //     2024/03/05, 14:07:09 +0100: done, exit code 0

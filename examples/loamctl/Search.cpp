@@ -66,6 +66,7 @@ int RunSearch(SearchOptions const& options, Session& session)
     CTreeWalk walk(options.mPaths, options.mFollowLinks);
     CCrew crew(
         options.mJobs, [&options] { return std::make_unique<CSearch>(options); }, session);
+    session.mLog.Say("looking for " + options.mWord);
     crew.Run(walk, [&](TreeEntry const& entry, Outcome const& outcome) {
         totals.mFiles.Add(entry, outcome.mReading);
         totals.mHits += outcome.mFound;

@@ -8,7 +8,6 @@
 #include <exception>
 #include <map>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -144,8 +143,7 @@ int RunCommand(Command const& command, Session& session)
 
 int RunChosen(std::vector<Command> const& commands,
               OutputOptions const& outputOptions,
-              LogOptions const& logOptions,
-              std::string_view arguments)
+              LogOptions const& logOptions)
 {
     auto const chosen = std::find_if(commands.begin(), commands.end(),
                                      [](Command const& command) { return command.mApp->parsed(); });
@@ -155,7 +153,8 @@ int RunChosen(std::vector<Command> const& commands,
     COutput output(outputOptions, streams);
     CInterruption interruption;
     Session session{output, progress, log, interruption};
-    log.Say(fmt::format("started:{}", arguments));
+    // Without its arguments, since a command may take secrets.
+    log.Say("started: " + chosen->mApp->get_name());
     return RunCommand(*chosen, session);
 }
 
@@ -190,10 +189,7 @@ int Main(int argc, char** argv)
         return kExitError;
     }
 
-    std::string arguments;
-    for (int i = 1; i < argc; ++i)
-        arguments += fmt::format(" {}", argv[i]);
-    return RunChosen(commands, outputOptions, logOptions, arguments);
+    return RunChosen(commands, outputOptions, logOptions);
 }
 
 }  // namespace

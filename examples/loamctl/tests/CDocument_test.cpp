@@ -162,4 +162,28 @@ TEST(CDocument, ThrowsWhatTheFileThrows)
     EXPECT_THROW(document.Read(CFileSpec(folder.Path(), false)), HierarchicalException);
 }
 
+// A large file is converted step by step, and no character is cut.
+TEST(CDocument, ReadsLargeTextsWhole)
+{
+    StTempDir const folder;
+    CDocument document;
+    for (std::size_t start = 0; start < 4; ++start) {
+        SCOPED_TRACE(start);
+        constexpr std::size_t kCount = (std::size_t{9} << 20) / 4;
+        std::string bytes(start, 'a');
+        std::u16string text(start, u'a');
+        for (std::size_t i = 0; i < kCount; ++i) {
+            bytes += "\U0001F600";
+            text += u"\U0001F600";
+        }
+        document.Read(CFileSpec(folder.Write("large", bytes), false));
+        EXPECT_TRUE(document.GetText() == text);
+
+        bytes += "\xff";
+        document.Read(CFileSpec(folder.Write("bad", bytes), false));
+        EXPECT_EQ(document.GetReason(),
+                  "not UTF-8: byte 0xFF at offset " + std::to_string(bytes.size() - 1));
+    }
+}
+
 }  // namespace

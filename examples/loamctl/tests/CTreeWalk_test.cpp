@@ -114,4 +114,22 @@ TEST(CTreeWalk, PassesOverNamesThatAreNotUTF8)
     EXPECT_THAT(Walk({folder.Path()}, false, folder.Path()), ElementsAre("folder ", "file /a.txt"));
 }
 
+TEST(CTreeWalk, EstimatesHowMuchIsDone)
+{
+    StTempDir const folder;
+    folder.Write("a/x.txt", "");
+    folder.Write("a/y/1.txt", "");
+    folder.Write("a/y/2.txt", "");
+    folder.MakeFolder("b");
+    folder.Write("c.txt", "");
+    folder.Write("d.txt", "");
+    std::vector<double> shares;
+    CTreeWalk walk({folder.Path()}, false);
+    for (TreeEntry entry; walk.Next(entry);)
+        shares.push_back(walk.GetShare());
+    // The folder; a, a/x.txt, a/y, a/y/1.txt, a/y/2.txt; b, which holds nothing; c.txt and d.txt.
+    EXPECT_THAT(shares, ElementsAre(0, 0, 0.125, 0.125, 0.1875, 0.25, 0.5, 0.75, 1));
+    EXPECT_EQ(walk.GetShare(), 1);
+}
+
 }  // namespace

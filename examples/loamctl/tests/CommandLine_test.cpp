@@ -17,7 +17,7 @@ TEST(CommandLine, Teaches)
     RunResult const all = RunLoamctl({"--help"});
     EXPECT_EQ(all.mExitCode, 0);
     EXPECT_THAT(all.mOutput, HasSubstr("Examples:\n  loamctl search cafe"));
-    for (std::string const command : {"search", "scan", "words"}) {
+    for (std::string const command : {"search", "scan", "words", "log"}) {
         SCOPED_TRACE(command);
         RunResult const result = RunLoamctl({command, "--help"});
         EXPECT_EQ(result.mExitCode, 0);
@@ -41,13 +41,17 @@ TEST(CommandLine, RefusesWhatItDoesNotKnow)
         {"no command", {"--json"}},
         {"no word", {"search"}},
         {"no file", {"words"}},
-        {"two files", {"words", "a", "b"}},
         {"unknown option", {"search", "x", "--nonsense"}},
         {"unknown colour", {"search", "x", "--color", "blue"}},
         {"counts and names", {"search", "x", "-c", "-l"}},
         {"no number", {"search", "x", "-m", "many"}},
         {"no hits at all", {"search", "x", "-m", "0"}},
         {"negative", {"search", "x", "--max-columns", "-1"}},
+        {"no jobs", {"scan", "-j", "0"}},
+        {"too many jobs", {"scan", "-j", "257"}},
+        {"no log", {"log"}},
+        {"unknown granularity", {"log", "x", "--granularity", "day"}},
+        {"unknown stamp", {"log", "x", "--stamp", "minutes"}},
     };
 
     for (auto const& c : cases) {
