@@ -59,6 +59,7 @@ public:
         mRooms.push_back(capacity);
         *count = *written = 0;
         if (std::find(source, source + length, kRefusedUnit) != source + length) return false;
+        if (capacity < length * mLeastRoom) return true;
         for (; *count < length; ++*count) {
             char16_t const unit = source[*count];
             std::size_t const size = unit == kLongUnit ? 4 : 1;
@@ -71,6 +72,8 @@ public:
 
     std::string mName = "known";
     unsigned int mEncoding = 4711;
+    /// Encodes nothing into less room than this for each unit.
+    std::size_t mLeastRoom = 0;
 
     /// What was asked for, in this order.
     mutable std::vector<std::string> mNames;

@@ -53,8 +53,21 @@ ByteTest TestOf(unsigned int encoding)
     return nullptr;
 }
 
-// More than any encoding needs for a character, with what switches to it and back.
+// More than any encoding needs: for a character, with what switches to it and back, and for a text,
+// in which these add up.
 constexpr unsigned long kMostBytesOfCharacter = 64;
+constexpr unsigned long kMostBytesForUnit = 16;
+
+// False if no room would be enough for a text, since its first character can't be encoded.
+bool CanEncodeFirst(unsigned int encoding, char16_t const* text, unsigned long length)
+{
+    char bytes[kMostBytesOfCharacter];
+    std::size_t converted = 0;
+    std::size_t used = 0;
+    CharsetPlatform().Encode(encoding, text, std::min(length, 2UL), bytes, sizeof bytes, &converted,
+                             &used);
+    return converted != 0;
+}
 
 }  // namespace
 
@@ -144,6 +157,7 @@ void CCharsetConverterCoreFoundation::FromUnicode(unsigned long count,
     if (!HasEncoding()) return CCharsetConverterImp::FromUnicode(count, source, target);
 
     target->clear();
+    unsigned long const mostRoom = std::max(kMostBytesOfCharacter, count * kMostBytesForUnit);
     unsigned long done = 0;
     unsigned long room = count;
     while (done < count) {
@@ -159,7 +173,8 @@ void CCharsetConverterCoreFoundation::FromUnicode(unsigned long count,
         done += converted;
         if (converted != 0) {
             room = count;
-        } else if (room < kMostBytesOfCharacter) {
+        } else if (room < kMostBytesOfCharacter ||
+                   (room < mostRoom && CanEncodeFirst(mEncoding, source + done, count - done))) {
             room *= 2;
         } else {
             return;  // at a unit that can't be encoded at all

@@ -43,8 +43,9 @@ public:
 
     /// Encodes from the text's first unit on as many whole characters as fit into `capacity` bytes,
     /// without a byte-order mark; "?" stands for a character that the encoding lacks. `*count`
-    /// becomes the number of units that were converted, which ends early too at a unit that can't
-    /// be encoded at all, and `*written` the bytes. False, with both at 0, if the system doesn't
+    /// becomes the number of units that were converted, and `*written` that of bytes. It ends early
+    /// at a unit that can't be encoded at all, and at the text's head where an encoding that shifts
+    /// between states has no room for all of it. False, with both at 0, if the system doesn't
     /// convert the text.
     virtual bool Encode(unsigned int encoding,
                         char16_t const* source,

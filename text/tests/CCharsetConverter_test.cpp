@@ -617,6 +617,10 @@ TEST(CCharsetConverter, EncodesInRoundsOfGrowingRoom)
         {"long ones only", u"\x4444\x4444", "DDDDDDDD", {2, 4, 2, 4}},
         {"stuck at the head", u"\xD800", "", {1, 2, 4, 8, 16, 32, 64}},
         {"stuck behind text", std::u16string(u"ab\xD800") + u"z", "ab", {4, 4, 8, 16, 32, 64}},
+        {"stuck in front of more",
+         std::u16string(u"\xD800") + u" and more",
+         "",
+         {10, 20, 40, 80, 64}},
     };
 
     for (auto const& c : cases) {
@@ -625,6 +629,22 @@ TEST(CCharsetConverter, EncodesInRoundsOfGrowingRoom)
         EXPECT_EQ(Encode(converter, c.mText), c.mBytes);
         EXPECT_EQ(platform.mRooms, c.mRooms);
     }
+}
+
+TEST(CCharsetConverter, MakesRoomForATextThatIsEncodedWholeOnly)
+{
+    ScriptedCharsetPlatform platform;
+    StCharsetPlatform const guard(platform);
+    CCharsetConverter converter;
+    converter.SetCharset("known");
+    std::u16string const text(30, u'x');
+    platform.mLeastRoom = 7;
+    EXPECT_EQ(Encode(converter, text), std::string(30, 'x'));
+    // Behind 64 bytes it is asked whether the first character can be encoded.
+    EXPECT_EQ(platform.mRooms, (std::vector<std::size_t>{30, 60, 120, 64, 240}));
+    // One that needs more than any does.
+    platform.mLeastRoom = 1000;
+    EXPECT_EQ(Encode(converter, text), "");
 }
 
 TEST(CCharsetConverter, WritesWhatFitsBeforeItFails)

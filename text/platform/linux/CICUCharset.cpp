@@ -40,62 +40,57 @@ UConverter* Open(char const* name, UErrorCode& error)
     return nullptr;
 }
 
-// How far an attempt to encode a text came.
-struct Attempt
+// Where an encoder is in its text and in its target.
+struct Cursors
 {
-    bool mIsDone = false;      // all of it is in the target
-    bool mIsFailed = false;    // ICU has something against the text
-    std::size_t mWritten = 0;  // bytes
-    std::size_t mWhole = 0;    // if not: the units of which all bytes may be in the target
-    bool mIsExact = false;     // and the target holds nothing else
+    UChar const* mSource;
+    UChar const* mSourceEnd;
+    char* mTarget;
+    char* mTargetEnd;
 };
 
-std::size_t WithoutLastCharacter(char16_t const* text, std::size_t length)
+// Encodes to the end of the text, or to that of the target, which is `U_BUFFER_OVERFLOW_ERROR`: ICU
+// may have consumed a character then of which it keeps bytes back.
+UErrorCode EncodeFrom(Cursors& at, UConverter* converter)
 {
-    if (length == 0) return 0;
-    bool const isPair =
-        length > 1 && IsHighSurrogate(text[length - 2]) && IsLowSurrogate(text[length - 1]);
-    return length - (isPair ? 2 : 1);
+    for (;;) {
+        auto const left = static_cast<std::size_t>(at.mSourceEnd - at.mSource);
+        auto const room = static_cast<std::size_t>(at.mTargetEnd - at.mTarget);
+        UChar const* const stop = at.mSource + std::min(left, kMostInCall);
+        UErrorCode error = U_ZERO_ERROR;
+        ucnv_fromUnicode(converter, &at.mTarget, at.mTarget + std::min(room, kMostInCall),
+                         &at.mSource, stop, nullptr, stop == at.mSourceEnd, &error);
+        bool const isAtEnd = error == U_BUFFER_OVERFLOW_ERROR
+                                 ? at.mTarget == at.mTargetEnd
+                                 : U_FAILURE(error) || at.mSource == at.mSourceEnd;
+        if (isAtEnd) return error;
+    }
 }
 
-// Encodes from the initial state to the final one.
-Attempt TryEncode(UConverter* converter,
-                  char16_t const* source,
-                  std::size_t length,
-                  char* target,
-                  std::size_t capacity)
+// The bytes of a few units, after those that were kept back before.
+struct FewBytes
 {
-    ucnv_resetFromUnicode(converter);
-    auto const* cursor = reinterpret_cast<UChar const*>(source);
-    UChar const* const end = cursor + length;
-    char* place = target;
-    Attempt attempt;
-    for (;;) {
-        auto const left = static_cast<std::size_t>(end - cursor);
-        UChar const* const stop = cursor + std::min(left, kMostInCall);
-        std::size_t const room = capacity - static_cast<std::size_t>(place - target);
-        UErrorCode error = U_ZERO_ERROR;
-        ucnv_fromUnicode(converter, &place, place + std::min(room, kMostInCall), &cursor, stop,
-                         nullptr, stop == end, &error);
-        attempt.mWritten = static_cast<std::size_t>(place - target);
-        if (error == U_BUFFER_OVERFLOW_ERROR) {
-            if (attempt.mWritten < capacity) continue;
-            break;
-        }
-        attempt.mIsFailed = U_FAILURE(error);
-        attempt.mIsDone = !attempt.mIsFailed && cursor == end;
-        if (attempt.mIsFailed || attempt.mIsDone) return attempt;
+    FewBytes(UConverter* converter, UChar const* source, UChar const* end)
+    {
+        Cursors at{source, end, mBytes, mBytes + kScratch};
+        EncodeFrom(at, converter);
+        mCount = static_cast<std::size_t>(at.mTarget - mBytes);
     }
-    // What ICU has consumed is whole unless it keeps bytes for which there was no room.
-    auto const consumed = static_cast<std::size_t>(cursor - reinterpret_cast<UChar const*>(source));
-    char scratch[kScratch];
-    char* scratchEnd = scratch;
-    UErrorCode error = U_ZERO_ERROR;
-    ucnv_fromUnicode(converter, &scratchEnd, scratch + kScratch, &cursor, cursor, nullptr, false,
-                     &error);
-    attempt.mIsExact = scratchEnd == scratch;
-    attempt.mWhole = attempt.mIsExact ? consumed : WithoutLastCharacter(source, consumed);
-    return attempt;
+
+    char mBytes[kScratch];
+    std::size_t mCount;
+};
+
+// Goes back to the initial state at the end of a text, for a converter that doesn't by itself: by
+// what it would write in front of an ASCII character. False if that doesn't fit.
+bool Close(UConverter* converter, Cursors& at)
+{
+    constexpr UChar kNext = u' ';
+    FewBytes const bytes(converter, &kNext, &kNext + 1);
+    std::size_t const count = bytes.mCount - std::min<std::size_t>(bytes.mCount, 1);
+    if (count > static_cast<std::size_t>(at.mTargetEnd - at.mTarget)) return false;
+    at.mTarget = std::copy_n(bytes.mBytes, count, at.mTarget);
+    return true;
 }
 
 }  // namespace
@@ -208,20 +203,29 @@ bool CICUCharset::Encode(char16_t const* source,
 
     StConverter const converter(*this);
     if (!converter.Get()) return false;
-    std::size_t whole = length;
-    Attempt attempt = TryEncode(converter.Get(), source, whole, target, capacity);
-    while (!attempt.mIsDone && !attempt.mIsFailed && whole != 0) {
-        if (attempt.mIsExact && mKind != kStateful) {
-            whole = attempt.mWhole;
-            break;
-        }
-        // Each time the text is one character shorter at least, until what ends it fits too.
-        whole = std::min(attempt.mWhole, WithoutLastCharacter(source, whole));
-        attempt = TryEncode(converter.Get(), source, whole, target, capacity);
+    if (length == 0) return true;
+    auto const* const units = reinterpret_cast<UChar const*>(source);
+    Cursors at{units, units + length, target, target + capacity};
+    UErrorCode const error = EncodeFrom(at, converter.Get());
+    bool isWhole = U_SUCCESS(error);
+    if (isWhole && mKind == kLeftOpen) isWhole = Close(converter.Get(), at);
+    if (isWhole) {
+        *count = length;
+        *written = static_cast<std::size_t>(at.mTarget - target);
+        return true;
     }
-    if (attempt.mIsFailed) return false;
-    *count = whole;
-    *written = whole != 0 ? attempt.mWritten : 0;
+    if (U_FAILURE(error) && error != U_BUFFER_OVERFLOW_ERROR) return false;
+    if (mKind == kWholeOnly || mKind == kLeftOpen) return true;
+
+    // Of the last character only a part is in the target if ICU has kept bytes of it back.
+    *count = static_cast<std::size_t>(at.mSource - units);
+    *written = capacity;
+    std::size_t const kept = FewBytes(converter.Get(), at.mSource, at.mSource).mCount;
+    if (kept == 0) return true;
+    UChar const* const last = at.mSource - LastCharacterLength(source, *count);
+    std::size_t const size = FewBytes(converter.Get(), last, at.mSource).mCount;
+    *count = static_cast<std::size_t>(last - units);
+    *written -= size - kept;
     return true;
 }
 
@@ -277,12 +281,12 @@ constinit CICUCharset sCharsets[] = {
     {0x507, kASCIISuperset, "ibm-9449_P100-2002"},
     {0x508, kASCIISuperset, "ibm-5354_P100-1998"},
     {0x632, kASCIISuperset, "gb18030"},
-    {0x820, kStateful, "ISO_2022,locale=ja,version=0"},
-    {0x821, kStateful, "ISO_2022,locale=ja,version=2"},
-    {0x822, kStateful, "ISO_2022,locale=ja,version=1"},
-    {0x830, kStateful, "ISO_2022,locale=zh,version=0"},
-    {0x831, kStateful, "ISO_2022,locale=zh,version=1"},
-    {0x840, kStateful, "ISO_2022,locale=ko,version=0"},
+    {0x820, kWholeOnly, "ISO_2022,locale=ja,version=0"},
+    {0x821, kWholeOnly, "ISO_2022,locale=ja,version=2"},
+    {0x822, kWholeOnly, "ISO_2022,locale=ja,version=1"},
+    {0x830, kWholeOnly, "ISO_2022,locale=zh,version=0"},
+    {0x831, kWholeOnly, "ISO_2022,locale=zh,version=1"},
+    {0x840, kWholeOnly, "ISO_2022,locale=ko,version=0"},
     {0x920, kASCIISuperset, "euc-jp-2007"},
     {0x930, kASCIISuperset, "ibm-1383_P110-1999"},
     {0x931, kASCIISuperset, "euc-tw-2014"},
@@ -290,11 +294,11 @@ constinit CICUCharset sCharsets[] = {
     {0xA01, kASCIISuperset, "ibm-943_P15A-2003"},
     {0xA02, kASCIISuperset, "ibm-878_P100-1996"},
     {0xA03, kASCIISuperset, "windows-950-2000"},
-    {0xA05, kStateful, "HZ"},
-    {0xA06, kStateful, "ibm-1375_P100-2008"},  // not so, but it has characters of two units
+    {0xA05, kLeftOpen, "HZ"},
+    {0xA06, kWholeOnly, "ibm-1375_P100-2008"},  // for its characters of two units
     {0xA08, kASCIISuperset, "ibm-1168_P100-2002"},
     {0xC02, kNoASCIISuperset, "ibm-37_P100-1995"},
-    {0x4000100, kStateful, "UTF-7"},
+    {0x4000100, kWholeOnly, "UTF-7"},
 };
 
 }  // namespace

@@ -16,7 +16,8 @@ enum ICUCharsetKind
 {
     kASCIISuperset,    ///< a byte below 0x80 where a character begins is always ASCII
     kNoASCIISuperset,  ///< it may not be
-    kStateful,         ///< nor this; and a text begins and ends in a state of its own
+    kWholeOnly,        ///< nor here; and what follows decides on the bytes of a character
+    kLeftOpen,         ///< as before, and ICU doesn't go back to the initial state at the end
 };
 
 /// Any number of threads may share one. It belongs to the process.
@@ -33,7 +34,8 @@ public:
 
     unsigned int GetEncoding() const { return mEncoding; }
 
-    /// As in `CBasicCharsetPlatform`.
+    /// As in `CBasicCharsetPlatform`. What isn't a superset of ASCII, but for EBCDIC, is encoded
+    /// whole or not at all, since texts in it can't just be put behind one another.
     DecodeOutcome Decode(char const* source,
                          std::size_t size,
                          char16_t* target,

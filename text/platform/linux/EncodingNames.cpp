@@ -195,8 +195,10 @@ std::string LowerCase(std::string_view name)
 
 unsigned int EncodingOfName(std::string const& name)
 {
-    // ICU and the numbers' parser end at a null character, which no name has.
-    if (name.empty() || name.find('\0') != std::string::npos) return kInvalid;
+    // ICU and the numbers' parser end at a null character, and ICU overlooks what isn't ASCII.
+    bool const isASCII = std::all_of(name.begin(), name.end(),
+                                     [](char c) { return static_cast<signed char>(c) > 0; });
+    if (name.empty() || !isASCII) return kInvalid;
     std::string const lower = LowerCase(name);
     unsigned int encoding = FindCanonical(lower);
     for (char const* const standard : {"WINDOWS", "JAVA", "MIME"}) {

@@ -87,3 +87,10 @@ constexpr std::size_t CharacterLength(char16_t const* text, std::size_t length)
 {
     return length > 1 && IsHighSurrogate(text[0]) && IsLowSurrogate(text[1]) ? 2 : 1;
 }
+
+/// The same for the character at its end.
+constexpr std::size_t LastCharacterLength(char16_t const* text, std::size_t length)
+{
+    return length > 1 && IsHighSurrogate(text[length - 2]) && IsLowSurrogate(text[length - 1]) ? 2
+                                                                                               : 1;
+}
