@@ -118,7 +118,11 @@ void CTreeWalk::EnterFolder(TreeEntry& entry)
     } catch (HierarchicalException const& failure) {
         entry.mError = DescribeFailure(failure);
     }
-    std::sort(listing.mPaths.begin(), listing.mPaths.end());
+    std::sort(listing.mPaths.begin(), listing.mPaths.end(),
+              [](std::u16string const& a, std::u16string const& b) {
+                  ThrowIfInterrupted();
+                  return a < b;
+              });
     mListings.push_back(std::move(listing));
 }
 
