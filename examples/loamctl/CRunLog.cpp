@@ -1,6 +1,7 @@
 #include "loamctl/CRunLog.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <system_error>
 
 #include <fcntl.h>
@@ -25,8 +26,10 @@ namespace {
 
 CFileSpec LogToWrite(std::string const& path)
 {
+    // A log is cut by way of its folder, which a name alone doesn't tell.
     std::u16string path16;
-    if (!CUTFConverter::ConvertUTF8toUTF16(path, path16, CUTFConverter::kStrictMode) ||
+    std::string const absolute = path.empty() ? path : std::filesystem::absolute(path).string();
+    if (!CUTFConverter::ConvertUTF8toUTF16(absolute, path16, CUTFConverter::kStrictMode) ||
         path16.empty()) {
         Refuse(path, "not the name of a file");
     }
