@@ -22,6 +22,7 @@
 #include "loamctl/Command.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Interruption.h"
+#include "loamctl/Lang.h"
 #include "loamctl/LangTrain.h"
 #include "loamctl/Log.h"
 #include "loamctl/Pack.h"
@@ -52,7 +53,7 @@ constexpr char const* kExamples = R"(Examples:
 
 // In the order of the help.
 constexpr Command (*kCommands[])(CLI::App&) = {
-    AddSearch, AddScan, AddWords, AddPack, AddUnpack, AddTrain, AddLangTrain, AddLog,
+    AddSearch, AddScan, AddWords, AddPack, AddUnpack, AddTrain, AddLang, AddLangTrain, AddLog,
 };
 
 // CLI11 takes [a,b] for a list of two, where it is the name of one file. A byte in front keeps it

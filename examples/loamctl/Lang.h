@@ -1,0 +1,6 @@
+// `loamctl lang`: the language of each document.
+#pragma once
+
+#include "loamctl/Command.h"
+
+Command AddLang(CLI::App& app);
