@@ -1,5 +1,6 @@
 #include "text/LanguageGuesser.h"
 
+#include "testing/NaiveGrams.h"
 #include "testing/StTempDir.h"
 
 #include <gmock/gmock.h>
@@ -87,30 +88,6 @@ std::unique_ptr<UDM_LANGMAP> Prepared(std::string const& text)
     auto map = Built(text);
     UdmPrepareLangMap(map.get());
     return map;
-}
-
-// The n-grams of a text, counted step by step where they stand in the raw text.
-std::map<std::string, int> NaiveGrams(std::string const& text)
-{
-    std::map<std::string, int> grams;
-    auto const byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
-    unsigned char previous = ' ';
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (byte(i) < ' ' || (byte(i) == ' ' && previous == ' ')) continue;
-        previous = byte(i);
-        std::string gram(1, text[i]);
-        ++grams[gram];
-        size_t next = i + 1;
-        while (gram.size() < UDM_LM_MAXGRAM) {
-            unsigned char const lowest = gram.back() == ' ' ? ' ' + 1 : ' ';
-            while (next < text.size() && byte(next) < lowest)
-                ++next;
-            if (next == text.size()) break;
-            gram += text[next++];
-            ++grams[gram];
-        }
-    }
-    return grams;
 }
 
 Counts NaiveCounts(std::string const& text)
