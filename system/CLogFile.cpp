@@ -137,7 +137,8 @@ bool IsNothingMade(HierarchicalException const& e, CFileSpec const& copySpec)
 void CopyTail(CFileSpec const& file, long long size, long long maxSize, CFileSpec& copySpec)
 {
     CFileSpec folder;
-    file.GetContainer(&folder);
+    // A bare name has no container: it means the folder that the process works in.
+    if (!file.GetContainer(&folder)) folder = CFileSpec(std::string("."), false);
     std::u16string name;
     file.GetFileName(&name);
     try {

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -133,6 +134,18 @@ TEST_F(CLogFileTest, TheSizeIsLookedAtAfreshHoweverOldTheSpecifier)
     mFolder.Write("log.txt", std::string(100, 'a') + std::string(300, 'b'));
     mLog.OpenLogFile(small, 300);
     EXPECT_EQ(Content(), std::string(300, 'b'));
+}
+
+TEST_F(CLogFileTest, ABareNameIsTrimmedInTheFolderThatTheProcessWorksIn)
+{
+    mFolder.Write("log.txt", "0123456789");
+    std::filesystem::path const former = std::filesystem::current_path();
+    std::filesystem::current_path(mFolder.Path(""));
+    mLog.OpenLogFile(CFileSpec(std::string("log.txt"), false), 4);
+    mLog.CloseLogFile();
+    std::filesystem::current_path(former);
+    EXPECT_EQ(Content(), "6789");
+    EXPECT_FALSE(CFileSpec(std::string("/log.txt"), false).Exist());
 }
 
 TEST_F(CLogFileTest, TheSizeIsLookedAtWhenOpeningOnly)
