@@ -1,5 +1,6 @@
 #include "net/CNetIntf.h"
 
+#include "net/tests/Peers.h"
 #include "testing/FailureOf.h"
 
 #include <gtest/gtest.h>
@@ -51,4 +52,36 @@ TEST(CNetIntf, ThrowsWithoutAnErrorToo)
 {
     Failure const expected{0x4E657443, 100, 4, 0};
     EXPECT_EQ(FailureOf([] { CNetIntf::ThrowNetConnectionException(0, 4); }), expected);
+}
+
+// What a line is put together from may be answered by a subclass.
+TEST(CNetIntf, AsksItselfForTheRestOfALine)
+{
+    class CCounting : public CNetIntf
+    {
+    public:
+        CCounting()
+            : CNetIntf(nullptr)
+        {
+        }
+
+        bool ReceiveLine(char* buffer, unsigned int& size, unsigned int timeoutSeconds) override
+        {
+            ++mCalls;
+            return CNetIntf::ReceiveLine(buffer, size, timeoutSeconds);
+        }
+
+        int mCalls = 0;
+    };
+
+    StPeer const listener = StPeer::Listening();
+    CCounting intf;
+    intf.ResolveRemoteHost("127.0.0.1", listener.Port());
+    intf.Connect(0);
+    listener.Accept().Send("a line\n");
+    char buffer[20];
+    unsigned int size = sizeof buffer;
+    EXPECT_TRUE(intf.ReceiveLine(buffer, size, 0));
+    EXPECT_EQ(std::string(buffer, size), "a line\n");
+    EXPECT_GE(intf.mCalls, 2);
 }
