@@ -103,12 +103,26 @@ CDocument::~CDocument()
 
 void CDocument::Read(CFileSpec const& spec)
 {
+    Forget();
+    if (ReadBytes(spec)) Decode();
+}
+
+void CDocument::Read(std::string_view bytes)
+{
+    Forget();
+    mBytes.resize(0);
+    mBytes.append(bytes.data(), bytes.size());
+    mSize = static_cast<long long>(bytes.size());
+    Decode();
+}
+
+void CDocument::Forget()
+{
     mKind = Kind::kEmpty;
     mReason.clear();
     mSize = 0;
     mLength = 0;
     mMarkSize = 0;
-    if (ReadBytes(spec)) Decode();
 }
 
 // The length is a first guess only: files grow and shrink, and those of /proc say 0. Of a binary

@@ -39,6 +39,8 @@ public:
 
     /// Reads and decodes a regular file. Throws what `CFile` throws, and `CInterrupted`.
     void Read(CFileSpec const& spec);
+    /// Takes the bytes of a file that were kept elsewhere, and decodes them.
+    void Read(std::string_view bytes);
 
     Kind GetKind() const { return mKind; }
 
@@ -62,6 +64,7 @@ public:
     bool IsUTF16() const { return mKind == Kind::kUTF16LE || mKind == Kind::kUTF16BE; }
 
 private:
+    void Forget();
     bool ReadBytes(CFileSpec const& spec);
 
     std::string_view Bytes() const { return {mBytes.data(), static_cast<std::size_t>(mSize)}; }

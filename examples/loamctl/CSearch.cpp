@@ -66,7 +66,6 @@ Outcome CSearch::Work(TreeEntry const& entry, COutput& output)
     return outcome;
 }
 
-// The number of hits, as far as anybody wants to know it.
 long long CSearch::Search(std::string const& path, COutput& output)
 {
     mFinder->SetText(mDocument.GetText());

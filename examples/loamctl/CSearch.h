@@ -20,6 +20,7 @@ struct SearchOptions
 
     std::string mWord;  ///< UTF-8
     std::vector<std::string> mPaths;
+    std::string mStore;  ///< searched in the place of files; empty for files
     Show mShow = Show::kHits;
     bool mWholeWords = false;
     bool mFollowLinks = false;
@@ -38,8 +39,14 @@ public:
 
     Outcome Work(TreeEntry const& entry, COutput& output) override;
 
-private:
+    /// The document in work, to be filled from elsewhere.
+    CDocument& GetDocument() { return mDocument; }
+
+    /// Shows the hits in the document in work. Answers their number, as far as anybody wants to
+    /// know it.
     long long Search(std::string const& path, COutput& output);
+
+private:
     long long CountHits(std::string const& path, COutput& output);
     long long ShowHits(std::string const& path, Span hit, COutput& output);
 

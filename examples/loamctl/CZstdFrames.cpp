@@ -33,6 +33,15 @@ bool CZstdFrames::Feed(std::string_view bytes)
     return true;
 }
 
+bool CZstdFrames::StatesItsSize(std::string_view stream)
+{
+    CZstdFrames frames(false);
+    if (stream.size() < 5 || !frames.Feed(stream.substr(0, 4))) return false;
+    if (frames.mPart != Part::kDescriptor) return false;
+    auto const descriptor = static_cast<unsigned char>(stream[4]);
+    return (descriptor & 0x20) != 0 || descriptor >> 6 != 0;
+}
+
 void CZstdFrames::BeginFrame()
 {
     Expect(Part::kStart, mMagicless ? 1 : 4);

@@ -20,6 +20,9 @@ public:
     /// At least one frame has come, and all of the last one.
     bool IsComplete() const { return mAny && mPart == Part::kStart && mHave == 0; }
 
+    /// Whether a stream begins with a frame that says how much it unpacks to.
+    static bool StatesItsSize(std::string_view stream);
+
 private:
     // What the next bytes are.
     enum class Part

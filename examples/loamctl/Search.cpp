@@ -11,7 +11,9 @@
 #include "loamctl/COutput.h"
 #include "loamctl/CRunLog.h"
 #include "loamctl/CSearch.h"
+#include "loamctl/CStoreSearch.h"
 #include "loamctl/DisplayText.h"
+#include "loamctl/Interruption.h"
 #include "loamctl/Reading.h"
 
 namespace {
@@ -63,11 +65,8 @@ int RunSearch(SearchOptions const& options, Session& session)
 {
     bool const counted = options.mShow != SearchOptions::Show::kNames;
     SearchTotals totals;
-    CTreeWalk walk(options.mPaths, options.mFollowLinks);
-    CCrew crew(
-        options.mJobs, [&options] { return std::make_unique<CSearch>(options); }, session);
     session.mLog.Say("looking for " + options.mWord);
-    crew.Run(walk, [&](TreeEntry const& entry, Outcome const& outcome) {
+    auto const finish = [&](TreeEntry const& entry, Outcome const& outcome) {
         totals.mFiles.Add(entry, outcome.mReading);
         totals.mHits += outcome.mFound;
         if (outcome.mFound > 0) ++totals.mFilesWithHits;
@@ -75,7 +74,16 @@ int RunSearch(SearchOptions const& options, Session& session)
                          counted              ? Counted(outcome.mFound, "hit", "hits")
                          : outcome.mFound > 0 ? "a hit"
                                               : "no hit");
-    });
+    };
+    if (options.mStore.empty()) {
+        CTreeWalk walk(options.mPaths, options.mFollowLinks);
+        CCrew crew(
+            options.mJobs, [&options] { return std::make_unique<CSearch>(options); }, session);
+        crew.Run(walk, finish);
+    } else {
+        session.mInterruption.Start();
+        CStoreSearch(options, session).Run(finish);
+    }
     ShowTotals(totals, counted, session.mOutput);
     if (totals.mFiles.mErrors > 0) return 2;
     return totals.mHits > 0 ? 0 : 1;
@@ -113,7 +121,12 @@ Command AddSearch(CLI::App& app)
                      "So much of a long line is shown: 240, or 0 for all")
         ->check(CLI::NonNegativeNumber)
         ->option_text("NUM");
-    search->add_flag("-L,--follow", options->mFollowLinks, "Follow links in folders");
+    auto* const follow =
+        search->add_flag("-L,--follow", options->mFollowLinks, "Follow links in folders");
+    search->add_option("--in", options->mStore, "Search what `loamctl index` kept, and no files")
+        ->excludes("PATH")
+        ->excludes(follow)
+        ->option_text("STORE");
     AddJobs(*search, options->mJobs);
     search->footer(kNotes);
     return {search, [options](Session& session) { return RunSearch(*options, session); }};

@@ -21,6 +21,7 @@
 #include "loamctl/CStandardStreams.h"
 #include "loamctl/Command.h"
 #include "loamctl/DisplayText.h"
+#include "loamctl/Index.h"
 #include "loamctl/Interruption.h"
 #include "loamctl/Lang.h"
 #include "loamctl/LangTrain.h"
@@ -46,6 +47,7 @@ constexpr char const* kExamples = R"(Examples:
   loamctl search -l cafe a.txt b.txt  only the names of files with a hit
   loamctl scan letters/               what is there, and what of it can be read
   loamctl words letter.txt            the words as an index would take them in
+  loamctl index letters/ -o STORE     keeps them for `loamctl search cafe --in STORE`
   loamctl pack --long disk.img        disk.img.zst, which zstd reads too; unpack for the way back
   loamctl train letters/ -o D         a dictionary for pack --dict D, and what it saves
 
@@ -53,7 +55,8 @@ constexpr char const* kExamples = R"(Examples:
 
 // In the order of the help.
 constexpr Command (*kCommands[])(CLI::App&) = {
-    AddSearch, AddScan, AddWords, AddPack, AddUnpack, AddTrain, AddLang, AddLangTrain, AddLog,
+    AddSearch, AddScan,  AddWords, AddIndex,     AddPack,
+    AddUnpack, AddTrain, AddLang,  AddLangTrain, AddLog,
 };
 
 // CLI11 takes [a,b] for a list of two, where it is the name of one file. A byte in front keeps it

@@ -1,0 +1,95 @@
+#include "loamctl/Index.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "loamctl/COutput.h"
+#include "loamctl/CProgress.h"
+#include "loamctl/CRunLog.h"
+#include "loamctl/CStoreWriter.h"
+#include "loamctl/DisplayText.h"
+#include "loamctl/Interruption.h"
+#include "loamctl/Reading.h"
+
+namespace {
+
+constexpr char const* kNotes =
+    R"(The store is one file. It holds the documents' bytes, their folded text and their words, packed
+with a dictionary that is trained on them: `loamctl search WORD --in STORE` shows what a search of
+the files would have shown, when they were indexed.)";
+
+struct IndexOptions
+{
+    std::vector<std::string> mPaths;
+    std::string mTarget;
+    bool mOverwrite = false;
+    bool mFollowLinks = false;
+};
+
+void Show(Totals const& totals, CStoreWriter const& store, std::string const& path, COutput& output)
+{
+    long long documents = 0;
+    for (auto const& [kind, count] : totals.mRead)
+        documents += count;
+    if (output.IsJSON()) {
+        output.AddJSON({{"type", "store"},
+                        {"path", path},
+                        {"bytes", store.GetSize()},
+                        {"dictionary_bytes", store.GetDictionarySize()},
+                        {"documents", documents},
+                        {"document_bytes", totals.mBytes},
+                        {"words", store.CountWords()},
+                        {"skipped", totals.mSkipped},
+                        {"errors", totals.mErrors}});
+        return;
+    }
+    std::string const skipped = Listed(totals.mSkipped);
+    output.Add(output.Painted(COutput::Style::kPath, SafeName(path)));
+    output.Add(fmt::format(
+        ": {} with {}, of {}; {} in the store{}{}", Counted(documents, "document", "documents"),
+        Counted(store.CountWords(), "word", "words"), SizeForPeople(totals.mBytes),
+        SizeForPeople(store.GetSize()), skipped.empty() ? "" : "; skipped ", skipped));
+    output.EndLine();
+}
+
+int RunIndex(IndexOptions const& options, Session& session)
+{
+    session.mInterruption.Start();
+    CStoreWriter store(options.mTarget, options.mOverwrite);
+    Totals totals;
+    CTreeWalk walk(options.mPaths, options.mFollowLinks);
+    CDocument document;
+    for (TreeEntry entry; walk.Next(entry);) {
+        ThrowIfInterrupted();
+        Reading const reading = ReadEntry(entry, document);
+        long long const words = store.Add(entry, reading, document);
+        totals.Add(entry, reading);
+        TellSkipped(entry, reading, session.mOutput);
+        session.mLog.Say(entry, reading, Counted(words, "word", "words"));
+        session.mProgress.Show(totals.mFiles, totals.mBytes, walk.GetShare());
+    }
+    store.Finish();
+    Show(totals, store, options.mTarget, session.mOutput);
+    return totals.mErrors > 0 ? 2 : 0;
+}
+
+}  // namespace
+
+Command AddIndex(CLI::App& app)
+{
+    CLI::App* const index = app.add_subcommand("index", "Keep documents in a store for searches");
+    auto const options = std::make_shared<IndexOptions>();
+    AddPaths(*index, options->mPaths);
+    index->add_option("-o,--output", options->mTarget, "The store")
+        ->required()
+        ->option_text("STORE");
+    index->add_flag("-f,--force", options->mOverwrite, "Replace what is there already");
+    index->add_flag("-L,--follow", options->mFollowLinks, "Follow links in folders");
+    index->footer(kNotes);
+    return {index, [options](Session& session) { return RunIndex(*options, session); }};
+}

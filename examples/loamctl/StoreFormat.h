@@ -1,0 +1,113 @@
+// The bytes of a store, as docs/store-format.md tells them: numbers with the lowest byte first,
+// strings with their size in front. Whatever is read is checked, since a store is a file like any
+// other.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "loamctl/CTreeWalk.h"
+#include "loamctl/Failure.h"
+#include "loamctl/Reading.h"
+
+constexpr std::uint32_t kStoreVersion = 1;
+constexpr std::size_t kStoreHeaderSize = 152;
+/// No part of a store unpacks to more than so many times its size.
+constexpr std::uint64_t kMostExpansion = 1 << 16;
+
+/// A store that can't be what `index` wrote.
+class CBadStore : public CUsageError
+{
+public:
+    using CUsageError::CUsageError;
+};
+
+struct StoreSection
+{
+    std::uint64_t mOffset = 0;    ///< from the start of the file
+    std::uint64_t mSize = 0;      ///< in the file
+    std::uint64_t mFullSize = 0;  ///< unpacked
+    std::uint32_t mChecksum = 0;  ///< of what is in the file; 0 for the texts
+};
+
+/// In the order in which they lie in the file, right behind the header and one another.
+struct StoreHeader
+{
+    std::uint32_t mEntryCount = 0;
+    StoreSection mDictionary;  ///< as `train` makes it; empty if there was too little to learn from
+    StoreSection mTexts;       ///< zstd frames, packed with the dictionary
+    StoreSection mEntries;     ///< one zstd frame
+    StoreSection mWords;       ///< one zstd frame
+};
+
+/// A text in the section of texts.
+struct StoredText
+{
+    std::uint64_t mOffset = 0;  ///< from the section's start
+    std::uint64_t mSize = 0;    ///< packed; 0 for a text of nothing
+    std::uint64_t mFullSize = 0;
+    std::uint32_t mChecksum = 0;  ///< of the packed bytes
+};
+
+/// What came of an entry of the walk.
+struct StoredEntry
+{
+    TreeEntry::Kind mKind = TreeEntry::Kind::kUnknown;
+    bool mNamed = false;
+    std::string mPath;
+    Reading mReading;
+    std::string mCharset;
+    std::string mLanguage;
+    StoredText mFolded;  ///< UTF-8
+    StoredText mBytes;   ///< the file's own
+};
+
+/// Puts numbers and strings at the end of a string.
+class CByteWriter
+{
+public:
+    explicit CByteWriter(std::string& bytes)
+        : mBytes(bytes)
+    {
+    }
+
+    void Add(std::uint64_t number, int size);
+    void Add(std::string_view text);
+
+private:
+    std::string& mBytes;
+};
+
+/// Takes them from the front again. Throws `CBadStore` where there are too few bytes.
+class CByteReader
+{
+public:
+    explicit CByteReader(std::string_view bytes)
+        : mBytes(bytes)
+    {
+    }
+
+    std::uint64_t TakeNumber(int size);
+
+    std::uint32_t TakeNumber32() { return static_cast<std::uint32_t>(TakeNumber(4)); }
+
+    std::string_view TakeText();
+
+    bool IsAtEnd() const { return mBytes.empty(); }
+
+private:
+    std::string_view mBytes;
+};
+
+std::string BytesOf(StoreHeader const& header);
+/// Throws `CBadStore` unless the header is whole and its sections fill a file of that size.
+StoreHeader ParseStoreHeader(std::string_view bytes, std::uint64_t fileSize);
+
+void AddEntry(std::string& bytes, StoredEntry const& entry);
+/// Throws `CBadStore` for what no entry is, and a text beyond a section of `textsSize` bytes.
+StoredEntry TakeEntry(CByteReader& reader, std::uint64_t textsSize);
+
+/// The CRC-32 of ISO 3309 and RFC 1952.
+std::uint32_t ChecksumOf(std::string_view bytes);

@@ -1,0 +1,320 @@
+// index and search --in: a store answers as the files do, and a hostile one is an error.
+
+#include <string>
+
+#include <gmock/gmock.h>
+
+#include "loamctl/CStore.h"
+#include "loamctl/tests/RunLoamctl.h"
+#include "testing/StTempDir.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+std::string IndexDocuments(StTempDir const& folder, std::string const& documents)
+{
+    std::string store = folder.Path("store");
+    RunResult const result = RunLoamctl({"index", documents, "-o", store});
+    EXPECT_EQ(result.mOutput.substr(0, store.size()), store) << result.mError;
+    return store;
+}
+
+// The same search in the files and in the store, with the same output.
+void ExpectSameAnswers(std::vector<std::string> const& options,
+                       std::string const& documents,
+                       std::string const& store)
+{
+    std::vector<std::string> inFiles = {"search"};
+    inFiles.insert(inFiles.end(), options.begin(), options.end());
+    std::vector<std::string> inStore = inFiles;
+    inFiles.push_back(documents);
+    inStore.insert(inStore.end(), {"--in", store});
+    RunResult const expected = RunLoamctl(inFiles);
+    RunResult const answer = RunLoamctl(inStore);
+    EXPECT_EQ(answer.mExitCode, expected.mExitCode);
+    EXPECT_TRUE(answer.mOutput == expected.mOutput) << expected.mOutput << answer.mOutput;
+    EXPECT_EQ(answer.mError, expected.mError);
+}
+
+// Many small documents of several charsets, with a folder inside, so that there is a dictionary.
+void WriteLetters(StTempDir const& folder)
+{
+    for (int i = 0; i < 100; ++i) {
+        std::string const number = std::to_string(i * 7919 % 1000);
+        folder.Write("letters/" + std::to_string(i % 3) + "/" + number + ".txt",
+                     "Dear customer,\r\nyour Café order no. " + number +
+                         " has left our house.\r\nYours sincerely,\r\nthe harbour office\r\n");
+    }
+    folder.Write("letters/wide.txt", "\xFF\xFE" + AsUTF16(u"Ein Cafe\u0301 in Köln\n", false));
+    folder.Write("letters/marked.txt", "\xEF\xBB\xBFStraße zum Café\n");
+    folder.Write("letters/empty.txt", "");
+    folder.Write("letters/binary.dat", std::string("\0\x01", 2));
+    folder.Write("letters/latin.txt", "caf\xE9\n");
+}
+
+TEST(Index, AStoreAnswersAsTheFilesDo)
+{
+    StTempDir const folder;
+    WriteLetters(folder);
+    for (std::string const& documents : {folder.Path("letters"), Document("")}) {
+        SCOPED_TRACE(documents);
+        StTempDir const place;
+        std::string const store = IndexDocuments(place, documents);
+        std::vector<std::vector<std::string>> const searches = {
+            {"cafe"},           {"--json", "cafe"},
+            {"-v", "cafe"},     {"-c", "e"},
+            {"-l", "strasse"},  {"--json", "-v", "o"},
+            {"-w", "office"},   {"-w", "the harbour office"},
+            {"-w", "afe"},      {"-m", "2", "a"},
+            {"no. 7"},          {"order no"},
+            {"nowhere at all"}, {"--color=always", "é"},
+            {"コーヒー"},       {"--max-columns", "9", "le"},
+        };
+        for (auto const& options : searches) {
+            SCOPED_TRACE(options.back());
+            ExpectSameAnswers(options, documents, store);
+        }
+    }
+}
+
+TEST(Index, AStoreNeedsNoFiles)
+{
+    StTempDir const folder;
+    WriteLetters(folder);
+    std::string const documents = folder.Path("letters");
+    std::string const store = IndexDocuments(folder, documents);
+    RunResult const before = RunLoamctl({"search", "--json", "strasse", documents});
+    ASSERT_EQ(RunShell("rm -r '" + documents + "'").mExitCode, 0);
+    EXPECT_EQ(RunLoamctl({"search", "--json", "strasse", "--in", store}).mOutput, before.mOutput);
+}
+
+TEST(Index, KeepsWhatCouldNotBeRead)
+{
+    StTempDir const folder;
+    folder.Write("a.txt", "a letter\n");
+    std::string const store = folder.Path("store");
+    RunResult const result =
+        RunLoamctl({"index", folder.Path("a.txt"), folder.Path("gone"), "-o", store});
+    EXPECT_EQ(result.mExitCode, 2);
+    EXPECT_THAT(result.mError, HasSubstr("gone: No such file"));
+    RunResult const search = RunLoamctl({"search", "letter", "--in", store});
+    EXPECT_EQ(search.mExitCode, 2);
+    EXPECT_THAT(search.mOutput, HasSubstr("a.txt:1:3: a letter"));
+    EXPECT_THAT(search.mError, HasSubstr("gone: No such file"));
+}
+
+TEST(Index, TellsWhatItKept)
+{
+    StTempDir const folder;
+    WriteLetters(folder);
+    RunResult const result =
+        RunLoamctlIn(folder.Path(), {"index", "letters", "-o", "store", "--json", "--log", "log"});
+    EXPECT_EQ(result.mExitCode, 0);
+    auto const object = ParseLines(result.mOutput, "store").at(0);
+    EXPECT_EQ(object["path"], "store");
+    EXPECT_EQ(object["documents"], 103);
+    EXPECT_EQ(object["bytes"], ReadBytes(folder.Path("store")).size());
+    EXPECT_GT(object["dictionary_bytes"], 100);
+    EXPECT_EQ(object["skipped"]["binary"], 1);
+    EXPECT_THAT(folder.Read("log"),
+                HasSubstr("read letters/marked.txt (UTF-8 with mark, 21 bytes): 3 words"));
+    // What is there is left alone.
+    RunResult const again = RunLoamctlIn(folder.Path(), {"index", "letters", "-o", "store"});
+    EXPECT_EQ(again.mExitCode, 2);
+    EXPECT_THAT(again.mError, HasSubstr("store: is there already"));
+}
+
+TEST(Index, EmptyFoldersMakeAStore)
+{
+    StTempDir const folder;
+    folder.MakeFolder("letters");
+    std::string const store = IndexDocuments(folder, folder.Path("letters"));
+    ExpectSameAnswers({"-v", "any"}, folder.Path("letters"), store);
+    ExpectSameAnswers({"-w", "any"}, folder.Path("letters"), store);
+}
+
+TEST(CStore, TellsEntriesAndTheirColumns)
+{
+    StTempDir const folder;
+    WriteLetters(folder);
+    CStore store(IndexDocuments(folder, folder.Path("letters")));
+    ASSERT_EQ(store.GetEntries().size(), 109U);
+    StoredEntry const& last = store.GetEntries().back();
+    EXPECT_EQ(last.mPath, folder.Path("letters/wide.txt"));
+    EXPECT_EQ(last.mCharset, "UTF-16");
+    EXPECT_EQ(store.GetText(last.mFolded), "ein cafe in koln\n");
+    EXPECT_EQ(store.GetText(last.mBytes), folder.Read("letters/wide.txt"));
+    EXPECT_EQ(store.FindWords({"koln"}).back(), true);
+    EXPECT_EQ(store.FindWords({"koln", "house"}).back(), false);
+}
+
+// Reads all that a store holds; answers whether it was found to be bad. Anything else that it
+// throws, or crashes by, fails the test.
+bool IsBad(std::string const& path)
+{
+    try {
+        CStore store(path);
+        for (StoredEntry const& entry : store.GetEntries()) {
+            store.GetText(entry.mFolded);
+            store.GetText(entry.mBytes);
+        }
+        store.FindWords({"house"});
+        return false;
+    } catch (CBadStore const&) {
+        return true;
+    }
+}
+
+TEST(CStore, EveryDamagedByteAndEveryCutAreErrors)
+{
+    StTempDir const folder;
+    std::string letter;
+    for (int i = 0; i < 20; ++i) {
+        letter += "A letter of the house, page " + std::to_string(i) + " of many.\n";
+        folder.Write("letters/" + std::to_string(i), letter.substr(letter.size() / 2));
+    }
+    std::string const good = ReadBytes(IndexDocuments(folder, folder.Path("letters")));
+    ASSERT_FALSE(IsBad(folder.Write("copy", good)));
+    int missed = 0;
+    for (std::size_t i = 0; i < good.size(); ++i) {
+        std::string bad = good;
+        bad[i] = static_cast<char>(bad[i] ^ (1 << i % 8));
+        if (!IsBad(folder.Write("copy", bad))) ++missed;
+    }
+    EXPECT_EQ(missed, 0);
+    for (std::size_t size = 0; size < good.size(); size += 7) {
+        if (!IsBad(folder.Write("copy", good.substr(0, size)))) ++missed;
+    }
+    EXPECT_EQ(missed, 0);
+    EXPECT_TRUE(IsBad(folder.Write("copy", good + "x")));
+}
+
+// A header that is right by its checksum, whatever it says.
+std::string StoreOf(StoreHeader header, std::string const& entries)
+{
+    header.mEntries.mSize = entries.size();
+    header.mEntries.mChecksum = ChecksumOf(entries);
+    header.mDictionary.mOffset = kStoreHeaderSize;
+    header.mTexts.mOffset = kStoreHeaderSize;
+    header.mEntries.mOffset = kStoreHeaderSize;
+    header.mWords.mOffset = kStoreHeaderSize + entries.size();
+    return BytesOf(header) + entries;
+}
+
+// A zstd frame of one raw block, with or without its size.
+std::string FrameOf(std::string const& content, bool isSized)
+{
+    std::string frame("\x28\xB5\x2F\xFD", 4);
+    CByteWriter writer(frame);
+    writer.Add(isSized ? 0xE0 : 0x00, 1);
+    writer.Add(isSized ? content.size() : 0x48, isSized ? 8 : 1);
+    writer.Add(content.size() << 3 | 1, 3);
+    return frame + content;
+}
+
+TEST(CStore, HostileNumbersAreErrors)
+{
+    std::string entry;
+    StoredEntry text;
+    text.mPath = "a.txt";
+    text.mReading.mText = true;
+    AddEntry(entry, text);
+    text.mBytes = {1ULL << 62, 1ULL << 62, 100, 0};
+    std::string outside;
+    AddEntry(outside, text);
+    text.mBytes = {0, 0, 100, 0};
+    std::string fromNothing;
+    AddEntry(fromNothing, text);
+    std::string noKind = entry;
+    noKind[0] = '\x07';
+    std::string longPath = entry;
+    longPath.replace(10, 4, "\xFF\xFF\xFF\xFF");
+
+    struct
+    {
+        char const* mWhat;
+        std::string mEntries;
+        bool mSized;
+        std::uint32_t mCount;
+        std::uint64_t mFullSize;  // 0 for the true one
+        bool mBad;
+    } const cases[] = {
+        {"as it should be", entry, true, 1, 0, false},
+        {"more entries than there are", entry, true, ~0U, 0, true},
+        {"fewer entries than there are", entry + entry, true, 1, 0, true},
+        {"a text outside", outside, true, 1, 0, true},
+        {"a text made of nothing", fromNothing, true, 1, 0, true},
+        {"no kind", noKind, true, 1, 0, true},
+        {"a path beyond the end", longPath, true, 1, 0, true},
+        {"a frame without a size", entry, false, 1, 0, true},
+        {"a frame larger than told", entry, true, 1, 10, true},
+        {"a frame smaller than told", entry, true, 1, 1000, true},
+        {"more than memory holds", entry, true, 1, 1ULL << 62, true},
+        {"a size that wraps", entry, true, 1, ~0ULL, true},
+    };
+
+    StTempDir const folder;
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.mWhat);
+        StoreHeader header;
+        header.mEntryCount = c.mCount;
+        header.mEntries.mFullSize = c.mFullSize == 0 ? c.mEntries.size() : c.mFullSize;
+        std::string const bytes = StoreOf(header, FrameOf(c.mEntries, c.mSized));
+        bool isBad = false;
+        try {
+            CStore const store(folder.Write("store", bytes));
+        } catch (CBadStore const&) {
+            isBad = true;
+        }
+        EXPECT_EQ(isBad, c.mBad);
+    }
+}
+
+TEST(CStore, SaysWhatIsWrong)
+{
+    StTempDir const folder;
+    folder.Write("letter", "a letter");
+    std::string const store = IndexDocuments(folder, folder.Path("letter"));
+    std::string later = ReadBytes(store);
+    later[8] = 2;
+
+    struct
+    {
+        char const* mWhat;
+        std::string mPath;
+        char const* mMessage;
+    } const cases[] = {
+        {"a text", folder.Path("letter"), "letter: is no store, or damaged: it ends too early"},
+        {"a longer text", folder.Write("long", std::string(1000, 'a')), "it doesn't begin as one"},
+        {"a later version", folder.Write("later", later), "it has version 2, and only 1 is known"},
+        {"nothing there", folder.Path("gone"), "gone: isn't there"},
+        {"a folder", folder.Path(), "is no store"},
+    };
+
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.mWhat);
+        RunResult const result = RunLoamctl({"search", "a", "--in", c.mPath});
+        EXPECT_EQ(result.mExitCode, 2);
+        EXPECT_EQ(result.mOutput, "");
+        EXPECT_THAT(result.mError, HasSubstr(c.mMessage));
+    }
+    EXPECT_EQ(RunLoamctl({"search", "a", folder.Path(), "--in", store}).mExitCode, 2);
+}
+
+TEST(StoreFormat, TheChecksumIsThePublishedOne)
+{
+    // The check value of CRC-32/ISO-HDLC, and the empty one.
+    EXPECT_EQ(ChecksumOf("123456789"), 0xCBF43926U);
+    EXPECT_EQ(ChecksumOf(""), 0U);
+    std::string const text = "a text long enough for the fast loop and what is left of it";
+    std::uint32_t sum = ~0U;
+    for (char const c : text) {
+        sum ^= static_cast<unsigned char>(c);
+        for (int bit = 0; bit < 8; ++bit)
+            sum = sum >> 1 ^ ((sum & 1) != 0 ? 0xEDB88320U : 0U);
+    }
+    EXPECT_EQ(ChecksumOf(text), ~sum);
+}
+
+}  // namespace
