@@ -13,11 +13,11 @@
 
 loam_packages() {
     case "$1" in
-        build)      echo "build-essential cmake ninja-build pkg-config ccache libbz2-dev libglib2.0-dev libicu-dev" \
-                         "libsecret-1-dev libssl-dev libzstd-dev" ;;
+        build)      echo "build-essential cmake ninja-build pkg-config ccache libavahi-client-dev libbz2-dev libglib2.0-dev" \
+                         "libicu-dev libsecret-1-dev libssl-dev libzstd-dev" ;;
         examples)   echo "libcli11-dev libfmt-dev nlohmann-json3-dev" ;;
-        tests)      echo "libgtest-dev libgmock-dev python3 perl locales util-linux bzip2 zstd openssl dbus-daemon gnome-keyring" \
-                         "libgcr-3-dev" ;;
+        tests)      echo "avahi-daemon avahi-utils iproute2 libgtest-dev libgmock-dev python3 perl locales util-linux bzip2 zstd openssl" \
+                         "dbus-daemon gnome-keyring libgcr-3-dev" ;;
         checks)     echo "clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev binutils git" ;;
         macos)      echo "clang-14 lld-14 llvm-14 libc++1-14 python3" ;;
         languages)  echo "python3 libcld2-dev" ;;

@@ -1,0 +1,80 @@
+// The one connection to the Avahi daemon that all references share.
+//
+// For one thread at a time: whoever owns it has a lock for that. Nothing here calls a host.
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <vector>
+
+#include <avahi-client/client.h>
+
+#include "net/platform/CBasicNetServicePlatform.h"
+#include "net/platform/linux/CAvahiPoll.h"
+
+class CAvahiBrowse;
+class CAvahiResolve;
+struct ServiceFacts;
+struct ServiceKey;
+
+class CAvahiConnection
+{
+public:
+    CAvahiConnection() = default;
+    CAvahiConnection(CAvahiConnection const&) = delete;
+    CAvahiConnection& operator=(CAvahiConnection const&) = delete;
+    ~CAvahiConnection();
+
+    /// Connects if that isn't done yet. False if there is no daemon.
+    bool Connect();
+
+    /// Null if not connected.
+    AvahiClient* GetClient() const { return mClient; }
+
+    /// The daemon has settled the name of this machine, so that services can be published.
+    bool IsRunning() const { return mIsRunning; }
+
+    /// Can be read when `Run` has something to do, or an event waits for its callback.
+    int GetSocket() const { return mPoll->GetDescriptor(); }
+
+    /// Hears what the daemon has to say, which becomes events of the references.
+    void Run();
+
+    void Add(std::unique_ptr<_DNSServiceRef_t> ref);
+    bool Has(DNSServiceRef ref) const;
+    /// The connection is closed behind the last one.
+    void Remove(DNSServiceRef ref);
+
+    /// How many events wait, over all references.
+    void CountEvents(int change);
+
+    // For the references.
+
+    void AddBrowse(CAvahiBrowse* browse) { mBrowses.push_back(browse); }
+
+    void RemoveBrowse(CAvahiBrowse* browse) { std::erase(mBrowses, browse); }
+
+    /// Tells all browses what a service is about.
+    void Learn(ServiceKey const& key, ServiceFacts const& facts);
+
+    /// Starts `resolve` now or when others have ended: the daemon knows only about a thousand
+    /// objects a connection.
+    void BeginResolve(CAvahiResolve* resolve);
+    void EndResolve(CAvahiResolve* resolve);
+
+private:
+    static void ClientCallback(AvahiClient* client, AvahiClientState state, void* userData);
+
+    void SetState(AvahiClientState state);
+    void Disconnect();
+
+    std::unique_ptr<CAvahiPoll> mPoll;
+    AvahiClient* mClient = nullptr;  // owned
+    bool mIsRunning = false;
+    bool mIsLost = false;  // the client is of no use any more
+    int mEvents = 0;
+    std::vector<std::unique_ptr<_DNSServiceRef_t>> mRefs;
+    std::vector<CAvahiBrowse*> mBrowses;         // not owned
+    std::vector<CAvahiResolve*> mResolving;      // not owned
+    std::deque<CAvahiResolve*> mResolvesToCome;  // not owned
+};
