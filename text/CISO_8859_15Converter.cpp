@@ -6,7 +6,8 @@ void CISO_8859_15Converter::ToUnicode(unsigned long size,
                                       char const* source,
                                       char16_t* target) const
 {
-    SingleByteText::Decode(size, source, target, cISO_8859_15ToUTF16);
+    SingleByteText::Decode<SingleByteText::kPlainLetters>(size, source, target,
+                                                          cISO_8859_15ToUTF16);
 }
 
 void CISO_8859_15Converter::ToUnicode(unsigned long size,
@@ -23,7 +24,8 @@ void CISO_8859_15Converter::FromUnicode(unsigned long count,
                                         char16_t const* source,
                                         char* target) const
 {
-    SingleByteText::Encode(count, source, target, cUTF16ToISO_8859_15);
+    SingleByteText::Encode<SingleByteText::kPlainLetters>(count, source, target,
+                                                          cUTF16ToISO_8859_15);
 }
 
 void CISO_8859_15Converter::FromUnicode(unsigned long count,

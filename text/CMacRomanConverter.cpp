@@ -4,7 +4,7 @@
 
 void CMacRomanConverter::ToUnicode(unsigned long size, char const* source, char16_t* target) const
 {
-    SingleByteText::Decode(size, source, target, cMacRomanToUTF16);
+    SingleByteText::Decode<SingleByteText::kPlainASCII>(size, source, target, cMacRomanToUTF16);
 }
 
 void CMacRomanConverter::ToUnicode(unsigned long size,
@@ -21,7 +21,7 @@ void CMacRomanConverter::FromUnicode(unsigned long count,
                                      char16_t const* source,
                                      char* target) const
 {
-    SingleByteText::Encode(count, source, target, cUTF16ToMacRoman);
+    SingleByteText::Encode<SingleByteText::kPlainASCII>(count, source, target, cUTF16ToMacRoman);
 }
 
 void CMacRomanConverter::FromUnicode(unsigned long count,

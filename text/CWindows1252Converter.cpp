@@ -6,7 +6,8 @@ void CWindows1252Converter::ToUnicode(unsigned long size,
                                       char const* source,
                                       char16_t* target) const
 {
-    SingleByteText::Decode(size, source, target, cWindows1252ToUTF16);
+    SingleByteText::Decode<SingleByteText::kPlainLetters>(size, source, target,
+                                                          cWindows1252ToUTF16);
 }
 
 void CWindows1252Converter::ToUnicode(unsigned long size,
@@ -23,7 +24,8 @@ void CWindows1252Converter::FromUnicode(unsigned long count,
                                         char16_t const* source,
                                         char* target) const
 {
-    SingleByteText::Encode(count, source, target, cUTF16ToWindows1252);
+    SingleByteText::Encode<SingleByteText::kPlainLetters>(count, source, target,
+                                                          cUTF16ToWindows1252);
 }
 
 void CWindows1252Converter::FromUnicode(unsigned long count,

@@ -50,32 +50,61 @@ inline void Narrow(std::size_t length, char16_t const* source, char* target)
         target[at] = static_cast<char>(source[at]);
 }
 
-inline bool IsASCIIBlock(char const* source)
+/// The bytes that a charset takes from ISO 8859-1 as they are.
+enum PlainBytes
+{
+    kPlainASCII,   ///< below 0x80
+    kPlainLetters  ///< and from 0xC0 on, which is most of what isn't ASCII in Western text
+};
+
+/// True if each byte of a block is plain; the same for units with the values of such bytes.
+template <PlainBytes kPlain>
+bool IsPlainBlock(char const* source)
 {
     std::uint64_t words[kBlock / sizeof(std::uint64_t)];
     std::memcpy(words, source, sizeof words);
-    return ((words[0] | words[1]) & 0x8080808080808080) == 0;
+    std::uint64_t notPlain = 0;
+    for (std::uint64_t const word : words)
+        notPlain |= kPlain == kPlainLetters ? word & ~(word << 1) : word;
+    return (notPlain & 0x8080808080808080) == 0;
 }
 
-inline bool IsASCIIBlock(char16_t const* source)
+template <PlainBytes kPlain>
+bool IsPlainBlock(char16_t const* source)
 {
     std::uint64_t words[kBlock * sizeof(char16_t) / sizeof(std::uint64_t)];
     std::memcpy(words, source, sizeof words);
-    return ((words[0] | words[1] | words[2] | words[3]) & 0xFF80FF80FF80FF80) == 0;
+    std::uint64_t notPlain = 0;
+    std::uint64_t notLatin1 = 0;
+    for (std::uint64_t const word : words) {
+        notPlain |= kPlain == kPlainLetters ? word & ~(word << 1) : word;
+        notLatin1 |= word;
+    }
+    return (notPlain & 0x0080008000800080) == 0 && (notLatin1 & 0xFF00FF00FF00FF00) == 0;
+}
+
+/// Four bytes from a register: where units are stored, compilers must take source bytes in memory
+/// for changed.
+inline void LookUpFour(char const* source, char16_t* target, UnitsOfBytes const& units)
+{
+    unsigned char bytes[4];
+    std::memcpy(bytes, source, sizeof bytes);
+    char16_t const found[] = {units[bytes[0]], units[bytes[1]], units[bytes[2]], units[bytes[3]]};
+    std::memcpy(target, found, sizeof found);
 }
 
 /// The unit of each byte, bytes without one as `kNoUnit`.
-inline void
-Decode(std::size_t length, char const* source, char16_t* target, UnitsOfBytes const& units)
+template <PlainBytes kPlain>
+void Decode(std::size_t length, char const* source, char16_t* target, UnitsOfBytes const& units)
 {
     std::size_t at = 0;
     for (; length - at >= kBlock; at += kBlock) {
-        if (IsASCIIBlock(source + at)) {
+        if (IsPlainBlock<kPlain>(source + at)) {
             Widen<unsigned char>(kBlock, source + at, target + at);
             continue;
         }
-        for (std::size_t i = at; i < at + kBlock; ++i)
-            target[i] = units[static_cast<unsigned char>(source[i])];
+        for (std::size_t i = at; i < at + kBlock; i += 4)
+            LookUpFour(source + i, target + i, units);
     }
     for (; at < length; ++at)
         target[at] = units[static_cast<unsigned char>(source[at])];
@@ -87,12 +116,12 @@ inline char Encode(char16_t unit, CBytesOfUnits const& bytes)
 }
 
 /// The byte of each unit, `kLossByte` for units without one.
-inline void
-Encode(std::size_t length, char16_t const* source, char* target, CBytesOfUnits const& bytes)
+template <PlainBytes kPlain>
+void Encode(std::size_t length, char16_t const* source, char* target, CBytesOfUnits const& bytes)
 {
     std::size_t at = 0;
     for (; length - at >= kBlock; at += kBlock) {
-        if (IsASCIIBlock(source + at)) {
+        if (IsPlainBlock<kPlain>(source + at)) {
             Narrow(kBlock, source + at, target + at);
             continue;
         }

@@ -42,19 +42,11 @@ constexpr UnitsOfBytes MakeStrictWindows1252()
     return units;
 }
 
-struct BuiltIn
-{
-    unsigned int mEncoding;
-    CBuiltInCharset mCharset;
-};
-
-constinit BuiltIn const kBuiltIns[] = {
-    {0x0, {MakeNewMacRoman(), MakeNewMacRoman()}},
-    {0x201, {MakeLatin1(), MakeLatin1()}},
-    {0x500, {MakeStrictWindows1252(), MakeStrictWindows1252()}},
-    {0x600, {MakeLatin1(), MakeASCII()}},
-    {0xA04, {MakeMacLatin1(), MakeMacLatin1()}},
-};
+constinit CBuiltInCharset const kNewMacRoman{MakeNewMacRoman(), MakeNewMacRoman()};
+constinit CBuiltInCharset const kLatin1{MakeLatin1(), MakeLatin1()};
+constinit CBuiltInCharset const kWindows1252{MakeStrictWindows1252(), MakeStrictWindows1252()};
+constinit CBuiltInCharset const kASCII{MakeLatin1(), MakeASCII()};
+constinit CBuiltInCharset const kMacLatin1{MakeMacLatin1(), MakeMacLatin1()};
 
 }  // namespace
 
@@ -70,7 +62,7 @@ DecodeOutcome CBuiltInCharset::Decode(char const* source,
     });
     if (isRefused) return kDecodeRefused;
     if (size > capacity) return kDecodeNoRoom;
-    SingleByteText::Decode(size, source, target, mUnits);
+    SingleByteText::Decode<SingleByteText::kPlainASCII>(size, source, target, mUnits);
     return kDecoded;
 }
 
@@ -81,13 +73,23 @@ void CBuiltInCharset::Encode(char16_t const* source,
                              std::size_t* count) const
 {
     *count = std::min(length, capacity);
-    SingleByteText::Encode(*count, source, target, mBytes);
+    SingleByteText::Encode<SingleByteText::kPlainASCII>(*count, source, target, mBytes);
 }
 
 CBuiltInCharset const* FindBuiltInCharset(unsigned int encoding)
 {
-    for (BuiltIn const& builtIn : kBuiltIns) {
-        if (builtIn.mEncoding == encoding) return &builtIn.mCharset;
+    switch (encoding) {
+    case 0x0:
+        return &kNewMacRoman;
+    case 0x201:
+        return &kLatin1;
+    case 0x500:
+        return &kWindows1252;
+    case 0x600:
+        return &kASCII;
+    case 0xA04:
+        return &kMacLatin1;
+    default:
+        return nullptr;
     }
-    return nullptr;
 }

@@ -231,7 +231,8 @@ bool CICUCharset::Encode(char16_t const* source,
 
 namespace {
 
-// By the desktop's numbers: ICU's converter of the same code page or name, in Debian's ICU 72.
+// By the desktop's numbers, in rising order: ICU's converter of the same code page or name, in
+// Debian's ICU 72.
 constinit CICUCharset sCharsets[] = {
     {0x6, kASCIISuperset, "macos-6_2-10.4"},
     {0x7, kASCIISuperset, "macos-7_3-10.2"},
@@ -305,8 +306,8 @@ constinit CICUCharset sCharsets[] = {
 
 CICUCharset* FindICUCharset(unsigned int encoding)
 {
-    auto* const found =
-        std::find_if(std::begin(sCharsets), std::end(sCharsets),
-                     [&](CICUCharset const& charset) { return charset.GetEncoding() == encoding; });
-    return found != std::end(sCharsets) ? found : nullptr;
+    auto* const found = std::lower_bound(
+        std::begin(sCharsets), std::end(sCharsets), encoding,
+        [](CICUCharset const& charset, unsigned int of) { return charset.GetEncoding() < of; });
+    return found != std::end(sCharsets) && found->GetEncoding() == encoding ? found : nullptr;
 }
