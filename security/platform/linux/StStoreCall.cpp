@@ -1,0 +1,129 @@
+#include "security/platform/linux/StStoreCall.h"
+
+#include <chrono>
+#include <csignal>
+
+namespace {
+
+constexpr std::chrono::seconds kLongestCall{2};
+constexpr char const* kServiceName = "org.freedesktop.secrets";
+// Of D-Bus's own: longer than ours.
+constexpr int kUsualTimeLimit = -1;
+
+// The bus that is in use, for as long as it lives.
+struct SharedBus
+{
+    std::timed_mutex mMutex;
+    // What the connection has to say, its end above all, is said here, and nobody listens.
+    GMainContext* mContext = g_main_context_new();  // owned
+    Owned<GDBusConnection> mConnection;             // guarded by mMutex
+};
+
+// Lives to the end of the process, whatever else ends before.
+SharedBus& TheBus()
+{
+    static auto& sBus = *new SharedBus;
+    return sBus;
+}
+
+// Lets go of a bus that has gone, to make room for another one. The news of its end holds it too.
+void DropClosed(SharedBus& bus)
+{
+    if (!bus.mConnection || !g_dbus_connection_is_closed(bus.mConnection.get())) return;
+    bus.mConnection.reset();
+    while (g_main_context_iteration(bus.mContext, FALSE)) {}
+}
+
+// Null where there is no bus.
+Owned<GDBusConnection> ConnectToBus(GCancellable* limit)
+{
+    SharedBus& bus = TheBus();
+    std::unique_lock const lock(bus.mMutex, kLongestCall);
+    if (!lock) return nullptr;
+    DropClosed(bus);
+    if (!bus.mConnection) {
+        g_main_context_push_thread_default(bus.mContext);
+        bus.mConnection.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, limit, nullptr));
+        g_main_context_pop_thread_default(bus.mContext);
+        if (!bus.mConnection) return nullptr;
+        g_dbus_connection_set_exit_on_close(bus.mConnection.get(), FALSE);
+    }
+    return Owned<GDBusConnection>(
+        static_cast<GDBusConnection*>(g_object_ref(bus.mConnection.get())));
+}
+
+}  // namespace
+
+StStoreCall::StStoreCall()
+    : mLimit(g_cancellable_new())
+{
+    // Signals are for the host's threads.
+    sigset_t all;
+    sigset_t former;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &former);
+    try {
+        mWatchdog = std::thread([this] {
+            std::unique_lock lock(mMutex);
+            if (!mEnd.wait_for(lock, kLongestCall, [this] { return mIsOver; }))
+                g_cancellable_cancel(mLimit.get());
+        });
+    } catch (...) {
+        pthread_sigmask(SIG_SETMASK, &former, nullptr);
+        throw;
+    }
+    pthread_sigmask(SIG_SETMASK, &former, nullptr);
+    mContext = g_main_context_new();
+    g_main_context_push_thread_default(mContext);
+}
+
+StStoreCall::~StStoreCall()
+{
+    if (mService) CloseSession();
+    mService.reset();
+    g_main_context_pop_thread_default(mContext);
+    g_main_context_unref(mContext);
+    {
+        std::lock_guard const lock(mMutex);
+        mIsOver = true;
+    }
+    mEnd.notify_one();
+    mWatchdog.join();
+}
+
+SecretService* StStoreCall::Connect()
+{
+    Owned<GDBusConnection> const bus = ConnectToBus(Limit());
+    if (!bus || !StartService(*bus)) return nullptr;
+    mService.reset(secret_service_open_sync(SECRET_TYPE_SERVICE, kServiceName, SECRET_SERVICE_NONE,
+                                            Limit(), nullptr));
+    return mService.get();
+}
+
+void StStoreCall::Use(SecretService* service)
+{
+    mService.reset(static_cast<SecretService*>(g_object_ref(service)));
+}
+
+// A service that can't be started is told at once here, and by time-outs further on.
+bool StStoreCall::StartService(GDBusConnection& bus) const
+{
+    GVariant* const started = g_dbus_connection_call_sync(
+        &bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+        "StartServiceByName", g_variant_new("(su)", kServiceName, 0U), nullptr,
+        G_DBUS_CALL_FLAGS_NONE, kUsualTimeLimit, Limit(), nullptr);
+    if (!started) return false;
+    g_variant_unref(started);
+    return true;
+}
+
+// The service would keep it as long as the connection lives. Nobody waits for the answer.
+void StStoreCall::CloseSession() const
+{
+    char const* const session = secret_service_get_session_dbus_path(mService.get());
+    if (!session) return;
+    g_dbus_connection_call(g_dbus_proxy_get_connection(G_DBUS_PROXY(mService.get())), kServiceName,
+                           session, "org.freedesktop.Secret.Session", "Close", nullptr, nullptr,
+                           G_DBUS_CALL_FLAGS_NO_AUTO_START, kUsualTimeLimit, nullptr, nullptr,
+                           nullptr);
+}

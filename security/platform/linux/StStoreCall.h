@@ -1,0 +1,62 @@
+// One call to the Secret Service, which ends within two seconds.
+//
+// It goes over the process's own connection to the session bus, which libsecret insists on. As GLib
+// makes it, the end of that bus would end the process; it is told not to, and kept, since the next
+// one would be told so again. Nothing else is kept: no service that another bus would find stale,
+// and no session that the service would hold for us.
+#pragma once
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+// For the path of a session, which is told nowhere else.
+#define SECRET_API_SUBJECT_TO_CHANGE
+#include <libsecret/secret.h>
+
+/// Frees what GLib's objects are owned by.
+struct ObjectUnref
+{
+    void operator()(void* object) const { g_object_unref(object); }
+};
+
+template <class T>
+using Owned = std::unique_ptr<T, ObjectUnref>;
+
+/// For a scope of one thread. What signals bring meanwhile goes with it too, instead of waiting in
+/// the host's main loop.
+class StStoreCall
+{
+public:
+    /// Throws `std::system_error` where no thread can be had.
+    StStoreCall();
+    StStoreCall(StStoreCall const&) = delete;
+    StStoreCall& operator=(StStoreCall const&) = delete;
+    ~StStoreCall();
+
+    /// The service, started if need be; null if there is none, or none that answers. It is the
+    /// call's own, and may be used as long.
+    SecretService* Connect();
+
+    /// Goes on with the service of a former call.
+    void Use(SecretService* service);
+
+    /// What it goes on with; null at first.
+    SecretService* Service() const { return mService.get(); }
+
+    /// For every call that can block.
+    GCancellable* Limit() const { return mLimit.get(); }
+
+private:
+    bool StartService(GDBusConnection& bus) const;
+    void CloseSession() const;
+
+    Owned<GCancellable> mLimit;
+    Owned<SecretService> mService;
+    GMainContext* mContext;  // owned
+    std::mutex mMutex;
+    std::condition_variable mEnd;
+    bool mIsOver = false;  // guarded by mMutex
+    std::thread mWatchdog;
+};
