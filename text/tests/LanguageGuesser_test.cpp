@@ -233,7 +233,9 @@ TEST(LanguageGuesser, CountsNGramsOfAnyLength)
 {
     std::mt19937 random(38);
     std::vector<size_t> differing;
-    for (size_t size : {1, 5, 6, 7, 40, 2000, 2043, 2047, 2048, 2049, 2053, 4091, 4096, 9000}) {
+    constexpr size_t kSizes[] = {1,    5,    6,    7,    40,   2000, 2043,
+                                 2047, 2048, 2049, 2053, 4091, 4096, 9000};
+    for (size_t const size : kSizes) {
         std::string const text = RandomText(random, size);
         std::string const dense(size, 'x');
         if (CountsOf(*Built(text)) != NaiveCounts(text) ||
