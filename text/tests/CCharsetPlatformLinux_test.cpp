@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <thread>
@@ -331,10 +332,20 @@ std::u16string DecodeOrNothing(CCharsetConverter const& converter, std::string c
     }
 }
 
+// The same without an exception on the way.
+std::u16string DecodeByNumber(unsigned int encoding, std::string const& bytes)
+{
+    std::array<char16_t, 16> text{};
+    std::size_t length = 0;
+    DecodeOutcome const outcome = CharsetPlatform().Decode(encoding, bytes.data(), bytes.size(),
+                                                           text.data(), text.size(), &length);
+    return outcome == kDecoded ? std::u16string(text.data(), length) : std::u16string();
+}
+
 std::u16string DecodeByIconv(char const* charset, std::string bytes)
 {
     iconv_t const conversion = iconv_open("UTF-16LE", charset);
-    if (conversion == iconv_t(-1)) return u"no such charset";
+    if (reinterpret_cast<std::intptr_t>(conversion) == -1) return u"no such charset";
     std::array<char16_t, 16> text{};
     char* source = bytes.data();
     std::size_t sourceLeft = bytes.size();
@@ -553,19 +564,22 @@ TEST(CCharsetPlatformLinux, TakesEveryCharacterOfTwoBytesBack)
         SCOPED_TRACE(c.mName);
         CCharsetConverter converter;
         converter.SetCharset(std::string(c.mName));
+        unsigned int const encoding = EncodingOf(c.mName);
         int characters = 0;
         int others = 0;
         int strays = 0;
-        for (unsigned int code = 0x8000; code < 0x10000; ++code) {
-            std::string const lead(1, static_cast<char>(code >> 8));
-            if (!DecodeOrNothing(converter, lead).empty()) continue;
-            std::string const bytes = lead + static_cast<char>(code & 0xFF);
-            std::u16string const text = DecodeOrNothing(converter, bytes);
-            if (text.empty()) continue;
-            ++characters;
-            std::string const back = Encode(converter, text);
-            others += back != bytes;
-            strays += Decode(converter, back) != text;
+        for (int lead = 0x80; lead < 0x100; ++lead) {
+            std::string bytes(1, static_cast<char>(lead));
+            if (!DecodeByNumber(encoding, bytes).empty()) continue;
+            for (int second = 0; second < 0x100; ++second) {
+                bytes = {static_cast<char>(lead), static_cast<char>(second)};
+                std::u16string const text = DecodeByNumber(encoding, bytes);
+                if (text.empty()) continue;
+                ++characters;
+                std::string const back = Encode(converter, text);
+                others += back != bytes;
+                strays += DecodeByNumber(encoding, back) != text;
+            }
         }
         EXPECT_EQ(characters, c.mCharacters);
         EXPECT_EQ(others, c.mOthers);
@@ -753,6 +767,27 @@ TEST(CCharsetPlatformLinux, EncodesWholeCharactersIntoAnyRoom)
     }
 }
 
+TEST(CCharsetPlatformLinux, TakesNullForNothing)
+{
+    for (Sample const& c : kSamples) {
+        SCOPED_TRACE(c.mName);
+        CCharsetConverter converter;
+        converter.SetCharset(std::string(c.mName));
+        unsigned long written = 4711;
+        converter.mImp->ToUnicode(0, nullptr, 0, &written, nullptr);
+        EXPECT_EQ(written, 0U);
+        written = 4711;
+        converter.mImp->FromUnicode(0, nullptr, 0, &written, nullptr);
+        EXPECT_EQ(written, 0U);
+        // Nor is anything written where there is no room.
+        EXPECT_EQ(FailureOf([&] {
+                      converter.mImp->FromUnicode(2, c.mText.data(), 0, &written, nullptr);
+                  }),
+                  (Failure{kCharsetDomain, kCharsetBufferTooSmall, kCharsetFromUnicode, 0}));
+        EXPECT_EQ(written, 0U);
+    }
+}
+
 TEST(CCharsetPlatformLinux, TellsTheWholeLengthWhereThereIsNoRoom)
 {
     for (Sample const& c : kSamples) {
@@ -809,6 +844,7 @@ TEST(CCharsetPlatformLinux, ServesManyThreadsWithOneHandle)
         converter.SetCharset(std::string(name));
         std::array<bool, 6> isGood{};
         std::vector<std::thread> threads;
+        threads.reserve(isGood.size());
         for (bool& good : isGood) {
             threads.emplace_back([&] {
                 good = true;

@@ -59,7 +59,8 @@ UErrorCode EncodeFrom(Cursors& at, UConverter* converter)
         UChar const* const stop = at.mSource + std::min(left, kMostInCall);
         UErrorCode error = U_ZERO_ERROR;
         ucnv_fromUnicode(converter, &at.mTarget, at.mTarget + std::min(room, kMostInCall),
-                         &at.mSource, stop, nullptr, stop == at.mSourceEnd, &error);
+                         &at.mSource, stop, nullptr, static_cast<UBool>(stop == at.mSourceEnd),
+                         &error);
         bool const isAtEnd = error == U_BUFFER_OVERFLOW_ERROR
                                  ? at.mTarget == at.mTargetEnd
                                  : U_FAILURE(error) || at.mSource == at.mSourceEnd;
@@ -177,8 +178,8 @@ DecodeOutcome CICUCharset::Decode(char const* source,
             source + std::min(static_cast<std::size_t>(end - source), kMostInCall);
         UChar* place = start;
         error = U_ZERO_ERROR;
-        ucnv_toUnicode(converter.Get(), &place, start + room, &source, stop, nullptr, stop == end,
-                       &error);
+        ucnv_toUnicode(converter.Get(), &place, start + room, &source, stop, nullptr,
+                       static_cast<UBool>(stop == end), &error);
         done += static_cast<std::size_t>(place - start);
         if (U_FAILURE(error) && error != U_BUFFER_OVERFLOW_ERROR) return kDecodeRefused;
     }

@@ -55,6 +55,7 @@ public:
     bool Put(char const* bytes, std::size_t count)
     {
         if (count > mCapacity - mLength) return false;
+        if (count == 0) return true;
         std::memcpy(mTarget + mLength, bytes, count);
         mLength += count;
         return true;
