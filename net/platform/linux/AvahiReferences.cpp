@@ -8,6 +8,7 @@
 #include <arpa/inet.h>
 #include <avahi-common/error.h>
 #include <net/if.h>
+#include <strings.h>
 
 #include "net/platform/linux/ServiceNames.h"
 
@@ -113,10 +114,12 @@ CAvahiRegistration::CAvahiRegistration(CAvahiConnection& connection,
     , mReply(reply)
     , mContext(context)
 {
+    mConnection.AddRegistration(this);
 }
 
 CAvahiRegistration::~CAvahiRegistration()
 {
+    mConnection.RemoveRegistration(this);
     if (mGroup) avahi_entry_group_free(mGroup);
     avahi_string_list_free(mTXT);
 }
@@ -129,6 +132,15 @@ bool CAvahiRegistration::Start()
         mName = machine;
     }
     return !mConnection.IsRunning() || Publish();
+}
+
+// Domain names know no case (RFC 1035, 2.3.3).
+bool CAvahiRegistration::HasNameOf(CAvahiRegistration const& other) const
+{
+    bool const isSameInterface = mInterface == other.mInterface || mInterface == AVAHI_IF_UNSPEC ||
+                                 other.mInterface == AVAHI_IF_UNSPEC;
+    return isSameInterface && strcasecmp(mName.c_str(), other.mName.c_str()) == 0 &&
+           strcasecmp(mType.c_str(), other.mType.c_str()) == 0;
 }
 
 void CAvahiRegistration::Lose()
@@ -179,13 +191,14 @@ bool CAvahiRegistration::Publish()
 {
     if (!mGroup) mGroup = avahi_entry_group_new(mConnection.GetClient(), GroupCallback, this);
     if (!mGroup) return false;
-    for (;;) {
+    for (;; mName = NextServiceName(mName)) {
+        if (mConnection.IsNameTaken(*this)) continue;
         int const error = avahi_entry_group_add_service_strlst(
             mGroup, mInterface, AVAHI_PROTO_UNSPEC, AvahiPublishFlags{}, mName.c_str(),
             mType.c_str(), NullOr(mDomain), NullOr(mHost), mPort, mTXT);
         if (error == AVAHI_OK) return avahi_entry_group_commit(mGroup) == AVAHI_OK;
+        // By another program of this machine.
         if (error != AVAHI_ERR_COLLISION) return false;
-        mName = NextServiceName(mName);  // taken on this machine
     }
 }
 

@@ -103,6 +103,8 @@ public:
 
     /// Announces the service now, or when the daemon is ready for it. False if it refuses.
     bool Start();
+    /// Both would be found under one name on some interface.
+    bool HasNameOf(CAvahiRegistration const& other) const;
     void Lose() override;
     void SetRunning(bool isRunning) override;
 

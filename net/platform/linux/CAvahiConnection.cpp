@@ -64,6 +64,13 @@ void CAvahiConnection::CountEvents(int change)
     mPoll->SetSignalled(mEvents > 0);
 }
 
+bool CAvahiConnection::IsNameTaken(CAvahiRegistration const& registration) const
+{
+    return std::any_of(mRegistrations.begin(), mRegistrations.end(), [&](auto const* other) {
+        return other != &registration && other->HasNameOf(registration);
+    });
+}
+
 void CAvahiConnection::Learn(ServiceKey const& key, ServiceFacts const& facts)
 {
     for (CAvahiBrowse* const browse : mBrowses)

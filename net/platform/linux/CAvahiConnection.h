@@ -13,6 +13,7 @@
 #include "net/platform/linux/CAvahiPoll.h"
 
 class CAvahiBrowse;
+class CAvahiRegistration;
 class CAvahiResolve;
 struct ServiceFacts;
 struct ServiceKey;
@@ -50,6 +51,20 @@ public:
 
     // For the references.
 
+    void AddRegistration(CAvahiRegistration* registration)
+    {
+        mRegistrations.push_back(registration);
+    }
+
+    void RemoveRegistration(CAvahiRegistration* registration)
+    {
+        std::erase(mRegistrations, registration);
+    }
+
+    /// Another registration of this process has the name. The daemon itself sees nothing wrong in
+    /// two that are the same in all.
+    bool IsNameTaken(CAvahiRegistration const& registration) const;
+
     void AddBrowse(CAvahiBrowse* browse) { mBrowses.push_back(browse); }
 
     void RemoveBrowse(CAvahiBrowse* browse) { std::erase(mBrowses, browse); }
@@ -74,7 +89,8 @@ private:
     bool mIsLost = false;  // the client is of no use any more
     int mEvents = 0;
     std::vector<std::unique_ptr<_DNSServiceRef_t>> mRefs;
-    std::vector<CAvahiBrowse*> mBrowses;         // not owned
-    std::vector<CAvahiResolve*> mResolving;      // not owned
-    std::deque<CAvahiResolve*> mResolvesToCome;  // not owned
+    std::vector<CAvahiRegistration*> mRegistrations;  // not owned
+    std::vector<CAvahiBrowse*> mBrowses;              // not owned
+    std::vector<CAvahiResolve*> mResolving;           // not owned
+    std::deque<CAvahiResolve*> mResolvesToCome;       // not owned
 };
