@@ -48,7 +48,8 @@ zu      = - zul
 """
 
 # What isn't language: markup, placeholders, mnemonics such as "(_F)" or "~File", addresses.
-MARKUP = re.compile(r"<[^<>]*>|\{[^{}]*\}|\$\([^()]*\)|%[A-Za-z0-9_]+%?|\$[A-Za-z0-9_]+|\([_~&]?[A-Z]\)|&[A-Za-z.-]+;|https?:\S*|[_~]|\\[nt]")
+MARKUP = re.compile(r"""<[^<>]*> | \{[^{}]*\} | \$\([^()]*\) | %[A-Za-z0-9_]+%? | \$[A-Za-z0-9_]+ | \([_~&]?[A-Z]\) |
+                        &[A-Za-z.-]+; | https?:\S* | [_~] | \\[nt]""", re.X)
 BLANKS = re.compile(r"\s+")
 LETTER = re.compile(r"[^\W\d_]")
 
@@ -66,12 +67,13 @@ def languages():
 
 
 def fetch(folder, packages):
-    """Downloads what of the packages isn't there yet."""
+    """Downloads what of the packages isn't there yet. What apt says shows only if it fails."""
     folder.mkdir(parents=True, exist_ok=True)
     missing = [name for name in packages if not list(folder.glob(f"{name}_*.deb"))]
     if missing:
-        subprocess.run(["apt-get", "download", "-q", *missing], cwd=folder, check=True, stdout=subprocess.DEVNULL,
-                       stderr=subprocess.DEVNULL)
+        done = subprocess.run(["apt-get", "download", "-q", *missing], cwd=folder, text=True, capture_output=True)
+        if done.returncode != 0:
+            sys.exit(done.stderr)
 
 
 def members(folder, package):
@@ -103,7 +105,7 @@ def catalogue(data):
 def libreoffice(folder, tag, package):
     for path, data in members(folder, f"libreoffice-l10n-{package}"):
         # Serbian in Latin letters can't be told from Croatian.
-        if path.endswith(".mo") and "@latin/" not in path:
+        if path.endswith(".mo") and "/sr@latin/" not in path:
             for original, translation in catalogue(data):
                 if translation != original or tag == "en":
                     yield translation
@@ -119,7 +121,7 @@ def firefox(folder, package):
                 for line in archive.read(name).decode("utf-8", "replace").splitlines():
                     if not line.startswith(("#", "[")):
                         # "key = value", or a line that goes on with the value above.
-                        yield line.split("=", 1)[-1] if "=" in line else line
+                        yield line.split("=", 1)[-1]
 
 
 def declaration(folder, name):

@@ -19,11 +19,14 @@ from collect import fetch, members
 PACKAGES = ["gnome-user-docs", "debian-handbook", "installation-guide-amd64"]
 
 # Where the language stands in a path, and what makes a paragraph there.
-SOURCES = [
-    (re.compile(r"usr/share/help/([^/]+)/.*\.page$"), re.compile(r"<(p|title|desc)\b[^>]*>(.*?)</\1>", re.S)),
-    (re.compile(r"usr/share/doc/debian-handbook/html/([^/]+)/[^/]*\.html$"), re.compile(r"<(div class=\"para\"|p\b|h2\b)[^>]*>(.*?)</(?:div|p|h2)>", re.S)),
-    (re.compile(r"usr/share/doc/installation-guide-amd64/([^/]+)/[^/]*\.html(?:\.gz)?$"), re.compile(r"<(p|h3)\b[^>]*>(.*?)</\1>", re.S)),
-]
+SOURCES = [(re.compile(place), re.compile(paragraph, re.S)) for place, paragraph in (
+    (r"usr/share/help/([^/]+)/.*\.page$",
+     r"<(p|title|desc)\b[^>]*>(.*?)</\1>"),
+    (r"usr/share/doc/debian-handbook/html/([^/]+)/[^/]*\.html$",
+     r"<(div class=\"para\"|p\b|h2\b)[^>]*>(.*?)</(?:div|p|h2)>"),
+    (r"usr/share/doc/installation-guide-amd64/([^/]+)/[^/]*\.html(?:\.gz)?$",
+     r"<(p|h3)\b[^>]*>(.*?)</\1>"),
+)]
 
 # Names there that are not the tag we know the language by, once the region is cut off.
 TAGS = {"C": "en", "zh_CN": "zh-Hans", "zh-CN": "zh-Hans", "zh": "zh-Hans", "zh-TW": "zh-Hant", "sr@latin": "sr-Latn"}
