@@ -1,13 +1,16 @@
 #include "loamctl/CStore.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
+#include <utility>
 
 #include "compression/CZstdCompressor.h"
 #include "loamctl/CNewFile.h"
 #include "loamctl/CZstdFrames.h"
 #include "loamctl/Compressing.h"
 #include "loamctl/DisplayText.h"
+#include "loamctl/TextFilter.h"
 
 namespace {
 
@@ -43,7 +46,6 @@ CStore::CStore(std::string const& path)
     : mPath(path)
     , mFile(SpecOfArgument(path))
     , mPlain(NewZstdCompressor())
-    , mUnpacker(NewZstdCompressor())
 {
     if (!mFile.Exist()) throw CUsageError(SafeName(path) + ": isn't there");
     if (!mFile.GetFileSpec()->IsRealFile(true)) throw CUsageError(SafeName(path) + ": is no store");
@@ -58,12 +60,8 @@ void CStore::ReadAll()
     auto const size = static_cast<std::uint64_t>(mFile.GetLength());
     if (size < kStoreHeaderSize) throw CBadStore("it ends too early");
     mHeader = ParseStoreHeader(ReadPart(0, kStoreHeaderSize), size);
-    StoreSection const& dictionary = mHeader.mDictionary;
-    if (dictionary.mSize > 0) {
-        std::string_view const bytes =
-            ReadChecked(dictionary.mOffset, dictionary.mSize, dictionary.mChecksum);
-        mUnpacker->SetDictionaryAndCompressionLevel(bytes.data(), bytes.size(), 1);
-    }
+    StoreSection const& filters = mHeader.mFilters;
+    mFilters = ReadChecked(filters.mOffset, filters.mSize, filters.mChecksum);
     ReadEntries();
 }
 
@@ -71,19 +69,58 @@ void CStore::ReadEntries()
 {
     StoreSection const& section = mHeader.mEntries;
     std::string_view const packed = ReadChecked(section.mOffset, section.mSize, section.mChecksum);
-    CByteReader reader(Unpack(*mPlain, packed, section.mFullSize));
+    CByteReader reader(Unpack(*mPlain, packed, section.mFullSize, mBlock));
     for (std::uint32_t i = 0; i < mHeader.mEntryCount; ++i)
-        mEntries.push_back(TakeEntry(reader, mHeader.mTexts.mSize));
+        mEntries.push_back(TakeEntry(reader, mHeader));
     if (!reader.IsAtEnd()) throw CBadStore("it has more entries than it says");
 }
 
-std::string_view CStore::GetText(StoredText const& text)
+void CStore::ArmUnpacker()
+{
+    auto unpacker = NewZstdCompressor();
+    StoreSection const& section = mHeader.mDictionary;
+    if (section.mSize > 0) {
+        std::string_view const bytes =
+            ReadChecked(section.mOffset, section.mSize, section.mChecksum);
+        unpacker->SetDictionaryAndCompressionLevel(bytes.data(), bytes.size(), 1);
+    }
+    mUnpacker = std::move(unpacker);
+}
+
+bool CStore::CanHave(StoredEntry const& entry, std::string_view needle)
+{
+    std::string_view const filters = mFilters;
+    if (!FilterAllows(filters.substr(entry.mFilterOffset, entry.mFilterSize), needle)) return false;
+    if (entry.mFolded.mFullSize <= kLongestFilteredText) return true;
+    std::string_view const text = GetFolded(entry);
+    return memmem(text.data(), text.size(), needle.data(), needle.size()) != nullptr;
+}
+
+std::string_view CStore::GetFolded(StoredEntry const& entry)
 {
     return Guarded([&]() -> std::string_view {
+        StoredText const& text = entry.mFolded;
         if (text.mSize == 0) return {};
+        if (!mUnpacker) ArmUnpacker();
         std::string_view const packed =
             ReadChecked(mHeader.mTexts.mOffset + text.mOffset, text.mSize, text.mChecksum);
-        return Unpack(*mUnpacker, packed, text.mFullSize);
+        return Unpack(*mUnpacker, packed, text.mFullSize, mBlock);
+    });
+}
+
+std::string_view CStore::GetBytes(StoredEntry const& entry)
+{
+    return Guarded([&]() -> std::string_view {
+        StoredText const& group = entry.mBytes;
+        if (group.mSize == 0) return {};
+        if (group != mGroupPlace) {
+            mGroupPlace = {};
+            std::string_view const packed =
+                ReadChecked(mHeader.mTexts.mOffset + group.mOffset, group.mSize, group.mChecksum);
+            Unpack(*mPlain, packed, group.mFullSize, mGroup);
+            mGroupPlace = group;
+        }
+        return {mGroup.data() + entry.mBytesStart, entry.mBytesSize};
     });
 }
 
@@ -93,12 +130,16 @@ std::vector<bool> CStore::FindWords(std::vector<std::string> const& words)
         StoreSection const& section = mHeader.mWords;
         std::string_view const packed =
             ReadChecked(section.mOffset, section.mSize, section.mChecksum);
-        CByteReader reader(Unpack(*mPlain, packed, section.mFullSize));
+        CByteReader reader(Unpack(*mPlain, packed, section.mFullSize, mBlock));
         std::vector<std::size_t> found(mEntries.size(), 0);
         for (std::uint32_t left = reader.TakeNumber32(); left > 0; --left) {
             std::string_view const word = reader.TakeText();
             auto const wanted =
                 static_cast<std::size_t>(std::count(words.begin(), words.end(), word));
+            if (wanted == 0) {
+                reader.Skip(4ULL * reader.TakeNumber32());
+                continue;
+            }
             std::uint64_t entry = 0;
             for (std::uint32_t steps = reader.TakeNumber32(); steps > 0; --steps) {
                 entry += reader.TakeNumber32();
@@ -137,16 +178,18 @@ std::string_view CStore::ReadPart(std::uint64_t offset, std::uint64_t size)
     return std::string_view(mWindow).substr(offset - mWindowStart, size);
 }
 
-std::string_view
-CStore::Unpack(CZstdCompressor& compressor, std::string_view packed, std::uint64_t fullSize)
+std::string_view CStore::Unpack(CZstdCompressor& compressor,
+                                std::string_view packed,
+                                std::uint64_t fullSize,
+                                CSizedBlock& block)
 {
     // A frame that didn't state its size would be made somewhere else first, whatever it becomes.
     bool const isCapped = CZstdFrames::StatesItsSize(packed);
-    mBlock.SetLimit(fullSize);
-    mBlock.resize(0);
-    if (!isCapped || !compressor.Decompress(packed.data(), packed.size(), mBlock) ||
-        mBlock.size() != fullSize) {
+    block.SetLimit(fullSize);
+    block.resize(0);
+    if (!isCapped || !compressor.Decompress(packed.data(), packed.size(), block) ||
+        block.size() != fullSize) {
         throw CBadStore("a part of it can't be unpacked");
     }
-    return {mBlock.data(), mBlock.size()};
+    return {block.data(), block.size()};
 }

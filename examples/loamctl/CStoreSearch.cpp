@@ -58,8 +58,7 @@ void CStoreSearch::Run(Finish const& finish)
 bool CStoreSearch::CanHaveHits(std::size_t index)
 {
     if (mOptions.mWholeWords) return mHasWords[index];
-    std::string_view const folded = mStore.GetText(mStore.GetEntries()[index].mFolded);
-    return folded.find(mNeedle) != folded.npos;
+    return mStore.CanHave(mStore.GetEntries()[index], mNeedle);
 }
 
 long long CStoreSearch::Search(std::size_t index)
@@ -67,7 +66,7 @@ long long CStoreSearch::Search(std::size_t index)
     if (!CanHaveHits(index)) return 0;
     StoredEntry const& stored = mStore.GetEntries()[index];
     CDocument& document = mSearch.GetDocument();
-    document.Read(mStore.GetText(stored.mBytes));
+    document.Read(mStore.GetBytes(stored));
     if (!document.IsText()) {
         throw CBadStore(SafeName(mOptions.mStore) +
                         ": is no store, or damaged: " + SafeName(stored.mPath) + " is no text");

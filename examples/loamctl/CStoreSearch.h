@@ -1,7 +1,7 @@
 // `loamctl search --in STORE`: the same search, with a store in the place of the files.
 //
-// What a hit needs is looked for in the folded texts, or in the list of words, and only documents
-// that have it are decoded and searched as if they had just been read.
+// What a hit needs is looked for in the filters and folded texts, or in the list of words, and only
+// documents that can have it are decoded and searched as if they had just been read.
 #pragma once
 
 #include <functional>

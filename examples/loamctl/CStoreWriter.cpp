@@ -9,6 +9,7 @@
 #include "loamctl/Compressing.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Interruption.h"
+#include "loamctl/TextFilter.h"
 #include "text/CUnicodeMappingTable.h"
 
 namespace {
@@ -16,6 +17,8 @@ namespace {
 constexpr int kLevel = 6;
 constexpr unsigned long kDictionarySize = 112640;
 constexpr std::size_t kMostWaiting = 16UL << 20;
+// The bytes of small files are packed together, since large frames unpack several times as fast.
+constexpr std::size_t kGroupSize = 256UL << 10;
 
 std::string_view ViewOf(amortizedmemblock const& block)
 {
@@ -34,7 +37,9 @@ std::string FoldedTextOf(CDocument const& document)
 // The header's place is filled at the end.
 CStoreWriter::CStoreWriter(std::string const& path, bool overwrite)
     : mFile(path, overwrite)
+    , mPlainPacker(NewZstdCompressor())
 {
+    mPlainPacker->SetCompressionLevel(kLevel);
     mFile.Write(std::string(kStoreHeaderSize, '\0'));
 }
 
@@ -55,6 +60,10 @@ CStoreWriter::Add(TreeEntry const& entry, Reading const& reading, CDocument cons
     stored.mLanguage = std::move(columns.mLanguage);
     long long const words = AddWords(document);
     std::string folded = FoldedTextOf(document);
+    std::string const filter = FilterOf(folded);
+    stored.mFilterOffset = mFilters.size();
+    stored.mFilterSize = static_cast<std::uint32_t>(filter.size());
+    mFilters += filter;
     std::size_t const index = mEntries.size() - 1;
     if (mPacker) {
         PackTexts(index, folded, document.GetBytes());
@@ -101,17 +110,31 @@ void CStoreWriter::TrainDictionary()
 void CStoreWriter::PackTexts(std::size_t entry, std::string_view folded, std::string_view bytes)
 {
     ThrowIfInterrupted();
-    mEntries[entry].mFolded = PackText(folded);
-    mEntries[entry].mBytes = PackText(bytes);
+    StoredEntry& stored = mEntries[entry];
+    stored.mFolded = PackText(folded, *mPacker);
+    stored.mBytesStart = mGroup.size();
+    stored.mBytesSize = bytes.size();
+    mGroup += bytes;
+    mGroupEntries.push_back(entry);
+    if (mGroup.size() >= kGroupSize) PackGroup();
 }
 
-StoredText CStoreWriter::PackText(std::string_view text)
+void CStoreWriter::PackGroup()
+{
+    StoredText const group = PackText(mGroup, *mPlainPacker);
+    for (std::size_t const entry : mGroupEntries)
+        mEntries[entry].mBytes = group;
+    mGroup.clear();
+    mGroupEntries.clear();
+}
+
+StoredText CStoreWriter::PackText(std::string_view text, CZstdCompressor& packer)
 {
     StoredText stored;
     stored.mOffset = static_cast<std::uint64_t>(mFile.GetSize()) - mHeader.mTexts.mOffset;
     if (text.empty()) return stored;
     mBlock.resize(0);
-    if (!mPacker->Compress(text.data(), text.size(), mBlock)) {
+    if (!packer.Compress(text.data(), text.size(), mBlock)) {
         throw CUsageError("a document could not be compressed");
     }
     mFile.Write(ViewOf(mBlock));
@@ -123,10 +146,8 @@ StoredText CStoreWriter::PackText(std::string_view text)
 
 StoreSection CStoreWriter::PackSection(std::string const& bytes)
 {
-    std::unique_ptr<CZstdCompressor> const compressor = NewZstdCompressor();
-    compressor->SetCompressionLevel(kLevel);
     mBlock.resize(0);
-    if (!compressor->Compress(bytes.data(), bytes.size(), mBlock)) {
+    if (!mPlainPacker->Compress(bytes.data(), bytes.size(), mBlock)) {
         throw CUsageError("the store could not be compressed");
     }
     StoreSection section;
@@ -159,9 +180,13 @@ std::string CStoreWriter::WordsAsBytes() const
 void CStoreWriter::Finish()
 {
     if (!mPacker) TrainDictionary();
+    PackGroup();
     StoreSection& texts = mHeader.mTexts;
     texts.mSize = static_cast<std::uint64_t>(mFile.GetSize()) - texts.mOffset;
     texts.mFullSize = texts.mSize;
+    StoreSection& filters = mHeader.mFilters;
+    filters = {texts.mOffset + texts.mSize, mFilters.size(), mFilters.size(), ChecksumOf(mFilters)};
+    mFile.Write(mFilters);
     std::string entries;
     for (StoredEntry const& entry : mEntries)
         AddEntry(entries, entry);

@@ -53,8 +53,9 @@ private:
 
     long long AddWords(CDocument const& document);
     void TrainDictionary();
-    StoredText PackText(std::string_view text);
+    StoredText PackText(std::string_view text, CZstdCompressor& packer);
     void PackTexts(std::size_t entry, std::string_view folded, std::string_view bytes);
+    void PackGroup();
     StoreSection PackSection(std::string const& bytes);
     std::string WordsAsBytes() const;
 
@@ -63,9 +64,13 @@ private:
     std::vector<StoredEntry> mEntries;
     std::map<std::string, std::vector<std::uint32_t>>
         mWords;  // folded words: entries that have them
+    std::string mFilters;
     CSamples mSamples;
     std::vector<Waiting> mWaiting;
     std::size_t mWaitingSize = 0;
     std::unique_ptr<CZstdCompressor> mPacker;  // null until the dictionary is there
+    std::unique_ptr<CZstdCompressor> mPlainPacker;
+    std::string mGroup;                      // bytes of files that are packed together
+    std::vector<std::size_t> mGroupEntries;  // whose they are
     amortizedmemblock mBlock{65536, 2.0F, true};
 };

