@@ -30,6 +30,9 @@ public:
 
 }  // namespace
 
+// Seen from outside: a library that another one brings along may use zstd too, and the linker takes
+// its calls for wrapped ones.
+#pragma GCC visibility push(default)
 extern "C" {
 
 ZSTD_CCtx_s* __real_ZSTD_createCCtx();
@@ -73,6 +76,7 @@ int __wrap_BZ2_bzDecompressInit(bz_stream* stream, int verbosity, int small)
     return sFails ? BZ_MEM_ERROR : __real_BZ2_bzDecompressInit(stream, verbosity, small);
 }
 }
+#pragma GCC visibility pop
 
 TEST(CompressionFailures, ContextsThatCannotBeMadeAreAnsweredWithFalse)
 {
