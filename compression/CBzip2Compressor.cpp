@@ -8,6 +8,7 @@
 
 namespace {
 
+// Kept on purpose: the level has no say in this.
 constexpr int kBlockSize100k = 3;
 constexpr int kWorkFactor = 30;
 constexpr int kQuiet = 0;
@@ -21,7 +22,7 @@ enum class Step
     kFailed,
 };
 
-// Gives the memory of a one-shot's stream back.
+// Gives the memory of a stream back, also where the block throws.
 class StStreamEnd
 {
 public:
@@ -88,7 +89,8 @@ bool RunWhole(bz_stream& stream,
 }
 
 // Feeds one chunk to a stream; `out` then holds what came out. `takeStep` answers whether the
-// library was content; what it wrote in a step that failed is left out.
+// library was content; what it wrote in a step that failed is left out. Kept on purpose: a stop in
+// the step that takes the last byte doesn't make it fail.
 template <class TakeStep>
 bool RunChunk(bz_stream& stream,
               CDataCompressionProgress* progress,
@@ -190,6 +192,7 @@ bool CBzip2Compressor::CompressChunk(void const* data,
 
 bool CBzip2Compressor::FinishCompressChunks(amortizedmemblock& out)
 {
+    StStreamEnd const end(mStream, BZ2_bzCompressEnd);
     UseAllRoom(out);
     unsigned long written = 0;
     int status = BZ_FINISH_OK;
@@ -202,7 +205,6 @@ bool CBzip2Compressor::FinishCompressChunks(amortizedmemblock& out)
         if (status == BZ_FINISH_OK || status == BZ_STREAM_END) written += room - mStream.avail_out;
     }
     out.resize(written);
-    BZ2_bzCompressEnd(&mStream);
     return status == BZ_STREAM_END;
 }
 

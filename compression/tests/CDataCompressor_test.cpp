@@ -172,6 +172,40 @@ TEST(CDataCompressor, ChunkRunsAndOneShotsReadEachOther)
     }
 }
 
+TEST(CDataCompressor, ChunksOfARunMayDifferInSize)
+{
+    std::string const text = TextOf(700000);
+    for (Kind const kind : kKinds) {
+        SCOPED_TRACE(NameOf(kind));
+        auto const compressor = NewCompressor(kind);
+        CNumbers numbers(7);
+        amortizedmemblock out;
+        bool isGood = compressor->StartCompressChunks(100, out);
+        std::string packed;
+        for (std::size_t at = 0, size = 0; at < text.size(); at += size) {
+            size = std::min<std::size_t>(1 + (numbers.Next() >> numbers.Next() % 16),
+                                         text.size() - at);
+            isGood &= compressor->CompressChunk(text.data() + at, size, out);
+            packed += Content(out);
+        }
+        isGood &= compressor->FinishCompressChunks(out);
+        packed += Content(out);
+        EXPECT_TRUE(isGood);
+        EXPECT_TRUE((Decompressed(*compressor, packed) == Made{true, text}));
+
+        std::string read;
+        isGood = compressor->StartDecompressChunks(100, out);
+        for (std::size_t at = 0, size = 0; at < packed.size(); at += size) {
+            size = std::min<std::size_t>(1 + (numbers.Next() >> numbers.Next() % 16),
+                                         packed.size() - at);
+            isGood &= compressor->DecompressChunk(packed.data() + at, size, out);
+            read += Content(out);
+        }
+        isGood &= compressor->FinishDecompressChunks(out);
+        EXPECT_TRUE(isGood && read == text);
+    }
+}
+
 TEST(CDataCompressor, NoiseAndLongRunsComeBackWhole)
 {
     std::string const contents[] = {NoiseOf(400000), std::string(5000000, 'x'),

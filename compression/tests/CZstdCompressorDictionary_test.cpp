@@ -137,6 +137,27 @@ TEST(CZstdCompressorDictionary, KeepsActingAsAnEmptyOneWhereItsBytesAreGarbage)
     EXPECT_EQ(Decompressed(compressor, plain), (Made{true, document}));
 }
 
+TEST(CZstdCompressorDictionary, KeepsTheLevelThatItWasSetWith)
+{
+    std::string text;
+    for (unsigned int i = 0; i < 100; ++i)
+        text += Document(i);
+    CZstdCompressor compressor(kZstd, nullptr);
+    SetTrained(compressor, 19);
+    std::string const best = Compressed(compressor, text).mBytes;
+    compressor.SetCompressionLevel(1);
+    EXPECT_EQ(compressor.GetCompressionLevel(), 1);
+    EXPECT_EQ(Compressed(compressor, text).mBytes, best);
+
+    // This way a level below 1 does reach zstd.
+    SetTrained(compressor, 1);
+    std::string const fast = Compressed(compressor, text).mBytes;
+    SetTrained(compressor, -50);
+    EXPECT_EQ(compressor.GetCompressionLevel(), -50);
+    EXPECT_GT(Compressed(compressor, text).mBytes.size(), fast.size());
+    EXPECT_GT(fast.size(), best.size());
+}
+
 TEST(CZstdCompressorDictionary, IsNotReplacedWithinAFrame)
 {
     std::string const document = Document(500);

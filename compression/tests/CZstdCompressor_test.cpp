@@ -1,5 +1,6 @@
 #include "compression/CZstdCompressor.h"
 
+#include "compression/CDataCompressionProgress.h"
 #include "compression/platform/CBasicProcessorPlatform.h"
 #include "compression/tests/CompressionTesting.h"
 
@@ -130,6 +131,40 @@ TEST(CZstdCompressor, KeepsLevelsBelow1FromTheContext)
     COpenCompressor fresh;
     fresh.SetCompressionLevel(0);
     EXPECT_EQ(fresh.Parameter(ZSTD_c_compressionLevel), ZSTD_defaultCLevel());
+}
+
+TEST(CZstdCompressor, KeepsAContextInAFrameFromLongDistances)
+{
+    COpenCompressor compressor;
+    amortizedmemblock out;
+    ASSERT_TRUE(compressor.StartCompressChunks(4, out));
+    ASSERT_TRUE(compressor.CompressChunk("text", 4, out));
+    compressor.EnableLongDistanceMatching(true);
+    EXPECT_EQ(compressor.Parameter(ZSTD_c_enableLongDistanceMatching), 0);
+    ASSERT_TRUE(compressor.FinishCompressChunks(out));
+    EXPECT_EQ(compressor.Parameter(ZSTD_c_enableLongDistanceMatching), 0);
+}
+
+TEST(CZstdCompressor, NeverCallsItsProgress)
+{
+    class CCountingProgress final : public CDataCompressionProgress
+    {
+    public:
+        bool ProgressOfTotal(unsigned long long, unsigned int) override { return ++mCalls < 0; }
+
+        bool ProgressOfChunks(unsigned int) override { return ++mCalls < 0; }
+
+        int mCalls = 0;
+    };
+
+    CCountingProgress progress;
+    auto const compressor = NewCompressor(kZstd, &progress);
+    std::string const text = TextOf(5000);
+    std::string const frame = Compressed(*compressor, text).mBytes;
+    EXPECT_EQ(Decompressed(*compressor, frame), (Made{true, text}));
+    Made const chunks = CompressedInChunks(*compressor, text, 1000, 1000);
+    EXPECT_EQ(DecompressedInChunks(*compressor, chunks.mBytes, 100, 100), (Made{true, text}));
+    EXPECT_EQ(progress.mCalls, 0);
 }
 
 TEST(CZstdCompressor, LevelsMakeADifference)

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -108,6 +109,17 @@ TEST(CompressionFailures, DictionariesWithoutContextsAreSurvived)
     EXPECT_EQ(Decompressed(compressor, Compressed(compressor, text).mBytes), (Made{true, text}));
 }
 
+TEST(CompressionFailures, KeepsAnsweringTrueForADictionaryThatCouldNotBeCompressed)
+{
+    std::string const text = TextOf(20000);
+    std::vector<long long> const sizes(100, 200);
+    CZstdCompressor compressor(kZstd, nullptr);
+    amortizedmemblock out;
+    StNoMemory const noMemory;
+    EXPECT_TRUE(compressor.BuildDictionary(BlockOf(text), sizes, 1024, out));
+    EXPECT_EQ(out.size(), 0U);
+}
+
 TEST(CompressionFailures, KeepsTheMemoryOfARunThatIsDeletedInIt)
 {
     // The state lives on its own; the test ends it, by another stream. A state begins with the
@@ -122,7 +134,7 @@ TEST(CompressionFailures, KeepsTheMemoryOfARunThatIsDeletedInIt)
     EXPECT_EQ(__real_BZ2_bzCompressEnd(&heir), BZ_OK);
 }
 
-TEST(CompressionFailures, AnExceptionOfTheBlockLosesNoMemoryOfAOneShot)
+TEST(CompressionFailures, AnExceptionOfTheBlockLosesNoMemory)
 {
     // ASan's leak check looks on; so does the count here.
     class CFullBlock : public amortizedmemblock
@@ -140,4 +152,13 @@ TEST(CompressionFailures, AnExceptionOfTheBlockLosesNoMemoryOfAOneShot)
     sEnds = 0;
     EXPECT_THROW(NewCompressor(kBzip2)->Compress(noise.data(), noise.size(), out), std::bad_alloc);
     EXPECT_EQ(sEnds, 1);
+
+    // Nor does the end of a run, which is ended then.
+    auto const compressor = NewCompressor(kBzip2);
+    out.clear();
+    ASSERT_TRUE(compressor->StartCompressChunks(0, out));
+    ASSERT_TRUE(compressor->CompressChunk(noise.data(), noise.size(), out));
+    EXPECT_THROW(compressor->FinishCompressChunks(out), std::bad_alloc);
+    EXPECT_EQ(sEnds, 2);
+    EXPECT_FALSE(compressor->FinishCompressChunks(out));
 }
