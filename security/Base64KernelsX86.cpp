@@ -1,5 +1,7 @@
 #include "security/Base64Kernels.h"
 
+#include "foundation/ProcessorFeatures.h"
+
 #if defined(__x86_64__)
 
 #include <bit>
@@ -261,11 +263,11 @@ LOAM_VBMI std::size_t DecodeVBMI(char const* in, std::size_t size, unsigned char
 
 std::vector<Base64Kernels> GetX86Base64Kernels()
 {
+    ProcessorFeatures const& has = GetProcessorFeatures();
     std::vector<Base64Kernels> all;
-    if (__builtin_cpu_supports("ssse3")) all.push_back({"SSSE3", EncodeSSSE3, DecodeSSSE3});
-    if (__builtin_cpu_supports("avx2")) all.push_back({"AVX2", EncodeAVX2, DecodeAVX2});
-    if (__builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512bw"))
-        all.push_back({"AVX-512 VBMI", EncodeVBMI, DecodeVBMI});
+    if (has.mSSSE3) all.push_back({"SSSE3", EncodeSSSE3, DecodeSSSE3});
+    if (has.mAVX2) all.push_back({"AVX2", EncodeAVX2, DecodeAVX2});
+    if (has.mVBMI) all.push_back({"AVX-512 VBMI", EncodeVBMI, DecodeVBMI});
     return all;
 }
 

@@ -1,10 +1,11 @@
 #include "text/ByteTests.h"
 
+#include "foundation/ProcessorFeatures.h"
+
 #include <cstdint>
 #include <cstring>
 
 #if defined(__x86_64__)
-#include <cpuid.h>
 #include <tmmintrin.h>
 #define LOAM_CLASSIFIER __attribute__((target("ssse3")))
 #elif defined(__aarch64__)
@@ -154,14 +155,7 @@ LOAM_CLASSIFIER bool HoldsOnlyByHalves(char const* bytes, std::size_t size, bool
 bool CanClassify()
 {
 #if defined(__x86_64__)
-    static bool const hasSSSE3 = [] {
-        unsigned int a = 0;
-        unsigned int b = 0;
-        unsigned int c = 0;
-        unsigned int d = 0;
-        return __get_cpuid(1, &a, &b, &c, &d) != 0 && (c & bit_SSSE3) != 0;
-    }();
-    return hasSSSE3;
+    return GetProcessorFeatures().mSSSE3;
 #else
     return true;
 #endif
