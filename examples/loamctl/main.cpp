@@ -15,18 +15,22 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "loamctl/Base64.h"
 #include "loamctl/COutput.h"
 #include "loamctl/CProgress.h"
 #include "loamctl/CRunLog.h"
 #include "loamctl/CStandardStreams.h"
 #include "loamctl/Command.h"
+#include "loamctl/Crypt.h"
 #include "loamctl/DisplayText.h"
+#include "loamctl/Hash.h"
 #include "loamctl/Index.h"
 #include "loamctl/Interruption.h"
 #include "loamctl/Lang.h"
 #include "loamctl/LangTrain.h"
 #include "loamctl/Log.h"
 #include "loamctl/Pack.h"
+#include "loamctl/Password.h"
 #include "loamctl/Scan.h"
 #include "loamctl/Search.h"
 #include "loamctl/Train.h"
@@ -55,8 +59,8 @@ constexpr char const* kExamples = R"(Examples:
 
 // In the order of the help.
 constexpr Command (*kCommands[])(CLI::App&) = {
-    AddSearch, AddScan,  AddWords, AddIndex,     AddPack,
-    AddUnpack, AddTrain, AddLang,  AddLangTrain, AddLog,
+    AddSearch, AddScan,      AddWords,  AddIndex, AddPack,  AddUnpack,   AddTrain,
+    AddLang,   AddLangTrain, AddBase64, AddHash,  AddCrypt, AddPassword, AddLog,
 };
 
 // CLI11 takes [a,b] for a list of two, where it is the name of one file. A byte in front keeps it

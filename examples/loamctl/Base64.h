@@ -1,0 +1,6 @@
+// `loamctl base64`: bytes as text, and back.
+#pragma once
+
+#include "loamctl/Command.h"
+
+Command AddBase64(CLI::App& app);

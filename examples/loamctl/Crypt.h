@@ -1,0 +1,6 @@
+// `loamctl crypt`: encryption by passphrase, for data that is kept in these forms already.
+#pragma once
+
+#include "loamctl/Command.h"
+
+Command AddCrypt(CLI::App& app);

@@ -1,0 +1,6 @@
+// `loamctl hash`: the SHA-1 of files.
+#pragma once
+
+#include "loamctl/Command.h"
+
+Command AddHash(CLI::App& app);

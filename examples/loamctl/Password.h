@@ -1,0 +1,6 @@
+// `loamctl password`: passwords in the user's own store.
+#pragma once
+
+#include "loamctl/Command.h"
+
+Command AddPassword(CLI::App& app);
