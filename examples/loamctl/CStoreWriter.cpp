@@ -35,8 +35,9 @@ std::string FoldedTextOf(CDocument const& document)
 }  // namespace
 
 // The header's place is filled at the end.
-CStoreWriter::CStoreWriter(std::string const& path, bool overwrite)
+CStoreWriter::CStoreWriter(std::string const& path, bool overwrite, CLanguageServices* languages)
     : mFile(path, overwrite)
+    , mLanguages(languages)
     , mPlainPacker(NewZstdCompressor())
 {
     mPlainPacker->SetCompressionLevel(kLevel);
@@ -55,7 +56,7 @@ CStoreWriter::Add(TreeEntry const& entry, Reading const& reading, CDocument cons
     stored.mReading = reading;
     if (!reading.mText) return 0;
 
-    Columns columns = ColumnsOf(document);
+    Columns columns = ColumnsOf(document, mLanguages);
     stored.mCharset = std::move(columns.mCharset);
     stored.mLanguage = std::move(columns.mLanguage);
     long long const words = AddWords(document);

@@ -16,12 +16,14 @@
 #include "marl/amortizedmemblock.h"
 
 class CDocument;
+class CLanguageServices;
 class CZstdCompressor;
 
 class CStoreWriter
 {
 public:
-    CStoreWriter(std::string const& path, bool overwrite);
+    /// `languages` names the documents' languages; it may be null, and outlives the writer.
+    CStoreWriter(std::string const& path, bool overwrite, CLanguageServices* languages);
     CStoreWriter(CStoreWriter const&) = delete;
     CStoreWriter& operator=(CStoreWriter const&) = delete;
     ~CStoreWriter();
@@ -60,6 +62,7 @@ private:
     std::string WordsAsBytes() const;
 
     CNewFile mFile;
+    CLanguageServices* mLanguages;  // not owned, may be null
     StoreHeader mHeader;
     std::vector<StoredEntry> mEntries;
     std::map<std::string, std::vector<std::uint32_t>>

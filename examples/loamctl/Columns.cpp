@@ -1,8 +1,12 @@
 #include "loamctl/Columns.h"
 
 #include "loamctl/CDocument.h"
+#include "loamctl/Languages.h"
 
-Columns ColumnsOf(CDocument const& document)
+Columns ColumnsOf(CDocument const& document, CLanguageServices* languages)
 {
-    return {document.IsUTF16() ? "UTF-16" : "UTF-8", ""};
+    Columns columns;
+    columns.mCharset = document.IsUTF16() ? "UTF-16" : "UTF-8";
+    if (languages) columns.mLanguage = LanguageOf(document.GetText(), *languages).mName;
+    return columns;
 }

@@ -4,6 +4,7 @@
 #include <string>
 
 class CDocument;
+class CLanguageServices;
 
 struct Columns
 {
@@ -11,5 +12,5 @@ struct Columns
     std::string mLanguage;  ///< empty if that isn't known
 };
 
-/// The columns of a document that was read and is a text.
-Columns ColumnsOf(CDocument const& document);
+/// The columns of a document that was read and is a text. `languages` may be null.
+Columns ColumnsOf(CDocument const& document, CLanguageServices* languages);

@@ -13,7 +13,9 @@
 #include "loamctl/CRunLog.h"
 #include "loamctl/CStoreWriter.h"
 #include "loamctl/DisplayText.h"
+#include "loamctl/Failure.h"
 #include "loamctl/Interruption.h"
+#include "loamctl/Languages.h"
 #include "loamctl/Reading.h"
 
 namespace {
@@ -57,10 +59,21 @@ void Show(Totals const& totals, CStoreWriter const& store, std::string const& pa
     output.EndLine();
 }
 
+// Documents without a language are better than none.
+std::unique_ptr<CLanguageServices> LanguagesIfThereAreAny()
+{
+    try {
+        return NewLanguageServices("");
+    } catch (CUsageError const&) {
+        return nullptr;
+    }
+}
+
 int RunIndex(IndexOptions const& options, Session& session)
 {
     session.mInterruption.Start();
-    CStoreWriter store(options.mTarget, options.mOverwrite);
+    std::unique_ptr<CLanguageServices> const languages = LanguagesIfThereAreAny();
+    CStoreWriter store(options.mTarget, options.mOverwrite, languages.get());
     Totals totals;
     CTreeWalk walk(options.mPaths, options.mFollowLinks);
     CDocument document;

@@ -160,6 +160,10 @@ TEST(CStore, TellsEntriesAndTheirColumns)
     StoredEntry const& last = store.GetEntries().back();
     EXPECT_EQ(last.mPath, folder.Path("letters/wide.txt"));
     EXPECT_EQ(last.mCharset, "UTF-16");
+    StTempDir const place;
+    CStore letter(IndexDocuments(place, Document("europe/de-brief.txt")));
+    EXPECT_EQ(letter.GetEntries().at(0).mCharset, "UTF-8");
+    EXPECT_EQ(letter.GetEntries().at(0).mLanguage, "de");
     EXPECT_EQ(store.GetFolded(last), "ein cafe in koln\n");
     EXPECT_EQ(store.GetBytes(last), folder.Read("letters/wide.txt"));
     EXPECT_EQ(store.FindWords({"koln"}).back(), true);
