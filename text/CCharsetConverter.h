@@ -19,6 +19,14 @@
 //   0x80..0xFF, into a string U+0080..U+00FF; `FromUnicode` keeps the low byte of each unit.
 // - Bytes without a character become blanks: 0x80..0x9F of `kISO_8859_15`, five of `kCP1252`.
 //
+// And in those by name:
+// - `ToUnicode` into a buffer first asks `CanConvertFrom...`. Into a string it doesn't, so that
+//   what the platform keeps comes through, such as C1 in the ISO charsets.
+// - A byte-order mark is taken off UTF-8, UTF-16 and UTF-32, unless the name tells the byte order.
+//   None is written: "UTF-16" becomes the processor's byte order, and is read as big-endian.
+// - A surrogate without its partner has no place in UTF-8: into a string the text ends in front of
+//   it without a failure, into a buffer that is one for want of room.
+//
 // Conversions may run in parallel on one handle. Setting the charset needs it for itself.
 #pragma once
 

@@ -546,6 +546,59 @@ TEST(CCharsetPlatformLinux, DecodesEachByteAsOthersDo)
     }
 }
 
+TEST(CCharsetPlatformLinux, HasTablesByNumberAsOthersDo)
+{
+    struct
+    {
+        CCharsetSelector::CharsetEnum mCharset;
+        char const* mIconvName;
+        char const* mOtherThanIconv;
+        char const* mICUName;
+        char const* mOtherThanICU;
+        char const* mNotTheWayBack;
+    } const cases[] = {
+        {CCharsetSelector::kUS_ASCII, "ASCII", "80-FF", "US-ASCII", "80-FF", ""},
+        {CCharsetSelector::kISO_8859_1, "ISO-8859-1", "", "ISO-8859-1", "", ""},
+        // Blanks.
+        {CCharsetSelector::kISO_8859_15, "ISO-8859-15", "80-9F", "ISO-8859-15", "80-9F", "80-9F"},
+        {CCharsetSelector::kCP1252, "CP1252", "81 8D 8F-90 9D", "windows-1252", "81 8D 8F-90 9D",
+         "81 8D 8F-90 9D"},
+        // The currency sign; and iconv's older edition.
+        {CCharsetSelector::kMac_roman, "MACINTOSH", "C6 DB F0", "macintosh", "DB", ""},
+    };
+
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.mIconvName);
+        CCharsetConverter const converter(c.mCharset);
+        EXPECT_EQ(BytesThat([&](std::string const& byte) {
+                      return Decode(converter, byte) != DecodeByIconv(c.mIconvName, byte);
+                  }),
+                  c.mOtherThanIconv);
+        EXPECT_EQ(BytesThat([&](std::string const& byte) {
+                      return Decode(converter, byte) != DecodeByICU(c.mICUName, byte);
+                  }),
+                  c.mOtherThanICU);
+        EXPECT_EQ(BytesThat([&](std::string const& byte) {
+                      return Encode(converter, Decode(converter, byte)) != byte;
+                  }),
+                  c.mNotTheWayBack);
+    }
+}
+
+TEST(CCharsetPlatformLinux, KeepsTheTestOfBytesToBuffers)
+{
+    CCharsetConverter converter;
+    converter.SetCharset("ISO-8859-2"s);
+    char16_t unit = 0;
+    unsigned long written = 0;
+    EXPECT_EQ(FailureOf([&] { converter.mImp->ToUnicode(1, "\x85", 2, &written, &unit); }),
+              Refused());
+    converter.mImp->ToUnicode(1, "\xA1", 2, &written, &unit);
+    EXPECT_EQ(written, 2U);
+    EXPECT_EQ(unit, u'\u0104');
+    EXPECT_EQ(Decode(converter, "\x85\xA1"), u"\u0085\u0104");
+}
+
 TEST(CCharsetPlatformLinux, TakesEveryCharacterOfTwoBytesBack)
 {
     struct
@@ -726,6 +779,57 @@ TEST(CCharsetPlatformLinux, TakesLoneSurrogatesAsTheDesktopDoes)
         converter.SetCharset(std::string(name));
         EXPECT_EQ(Encode(converter, high), "a?z");
         EXPECT_EQ(Encode(converter, u"a\U0001F642z"), "a??z");
+    }
+}
+
+TEST(CCharsetPlatformLinux, ComposesLettersAndMarksWhereTheDesktopDoes)
+{
+    struct
+    {
+        char const* mWhat;
+        char const* mName;
+        std::u16string mText;
+        std::string mBytes;
+    } const cases[] = {
+        {"Latin-1", "ISO-8859-1", u"cafe\u0301 A\u030A", "caf\xE9 \xC5"},
+        {"code page 1252", "cp1252", u"s\u030Ce\u0301Y\u0308", "\x9A\xE9\x9F"},
+        {"MacRoman", "x-mac-roman", u"c\u0327a",
+         "\x8D"
+         "a"},
+        {"ASCII, which has none", "US-ASCII", u"e\u0301", "e?"},
+        {"a letter that the charset lacks", "ISO-8859-1", u"s\u030C", "s?"},
+        {"nothing that they make", "ISO-8859-1", u"q\u0301", "q?"},
+        {"a mark at the head", "ISO-8859-1", u"\u0301e", "?e"},
+        {"two marks, of which one fits", "ISO-8859-1", u"e\u0302\u0301z", "\xEA?z"},
+        {"two marks, of which the first doesn't", "ISO-8859-1", u"e\u0323\u0301",
+         "e?"
+         "?"},
+        {"a mark behind a pair", "ISO-8859-1", u"\U0001F642\u0301", "???"},
+        {"ICU doesn't", "ISO-8859-2", u"e\u0301", "e?"},
+    };
+
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.mWhat);
+        CCharsetConverter converter;
+        converter.SetCharset(std::string(c.mName));
+        EXPECT_EQ(Encode(converter, c.mText), c.mBytes);
+        // At every place of what is encoded at once, and behind question marks.
+        for (std::size_t offset = 1; offset < 140; ++offset) {
+            EXPECT_EQ(Encode(converter, std::u16string(offset, u'?') + c.mText),
+                      std::string(offset, '?') + c.mBytes);
+        }
+        // Into a buffer that has room for the bytes and no more.
+        std::string bytes(c.mBytes.size() + 1, '~');
+        unsigned long written = 0;
+        converter.mImp->FromUnicode(c.mText.size() * 2, c.mText.data(), c.mBytes.size(), &written,
+                                    bytes.data());
+        EXPECT_EQ(bytes, c.mBytes + "~");
+        EXPECT_EQ(written, c.mBytes.size());
+        EXPECT_EQ(FailureOf([&] {
+                      converter.mImp->FromUnicode(c.mText.size() * 2, c.mText.data(),
+                                                  c.mBytes.size() - 1, &written, bytes.data());
+                  }),
+                  (Failure{kCharsetDomain, kCharsetBufferTooSmall, kCharsetFromUnicode, 0}));
     }
 }
 

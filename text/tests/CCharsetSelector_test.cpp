@@ -139,6 +139,14 @@ TEST(CCharsetSelector, KeepsTheTurkishCharsetsName)
     EXPECT_STREQ(CCharsetConverter::GetCharsetName(Charsets::kISO_8859_5), "ISO-8859-5");
 }
 
+TEST(CCharsetSelector, KeepsSimplifiedChineseWithTheTraditional)
+{
+    for (CharsetEnum const charset : {Charsets::kGB2312, Charsets::kISO_2022_CN,
+                                      Charsets::kHZ_GB_2312, Charsets::kMac_chinesesimp}) {
+        EXPECT_EQ(Charsets::GetLangFromCharset(charset), Charsets::kLangChineseTraditional);
+    }
+}
+
 TEST(CCharsetSelector, KnowsTheCharsetsOfSevenBits)
 {
     List sevenBits;

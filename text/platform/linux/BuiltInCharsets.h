@@ -3,8 +3,9 @@
 // 1252 and ASCII.
 //
 // ASCII keeps the bytes from 0x80 on as U+0080 to U+00FF; code page 1252 refuses its five bytes
-// without a character; MacRoman has the euro sign. Each unit without a place becomes a "?" of its
-// own, so that a surrogate pair becomes two.
+// without a character; MacRoman has the euro sign. A combining mark is composed with the letter in
+// front of it where the two have a byte together. Each other unit without a place becomes a "?" of
+// its own, so that a surrogate pair becomes two.
 #pragma once
 
 #include "text/platform/CBasicCharsetPlatform.h"
@@ -33,7 +34,8 @@ public:
                 std::size_t length,
                 char* target,
                 std::size_t capacity,
-                std::size_t* count) const;
+                std::size_t* count,
+                std::size_t* written) const;
 
 private:
     UnitsOfBytes mUnits;

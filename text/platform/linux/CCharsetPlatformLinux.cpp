@@ -85,8 +85,7 @@ public:
                 std::size_t* written) const override
     {
         if (auto const* const builtIn = FindBuiltInCharset(encoding)) {
-            builtIn->Encode(source, length, target, capacity, count);
-            *written = *count;
+            builtIn->Encode(source, length, target, capacity, count, written);
             return true;
         }
         if (auto* const charset = FindICUCharset(encoding))
