@@ -15,7 +15,9 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "loamctl/Announce.h"
 #include "loamctl/Base64.h"
+#include "loamctl/Browse.h"
 #include "loamctl/COutput.h"
 #include "loamctl/CProgress.h"
 #include "loamctl/CRunLog.h"
@@ -54,13 +56,14 @@ constexpr char const* kExamples = R"(Examples:
   loamctl index letters/ -o STORE     keeps them for `loamctl search cafe --in STORE`
   loamctl pack --long disk.img        disk.img.zst, which zstd reads too; unpack for the way back
   loamctl train letters/ -o D         a dictionary for pack --dict D, and what it saves
+  loamctl browse _http._tcp           which services are on the network; announce for one's own
 
 `loamctl COMMAND --help` tells more. Exit codes: 0 found, 1 not found, 2 error.)";
 
 // In the order of the help.
 constexpr Command (*kCommands[])(CLI::App&) = {
-    AddSearch, AddScan,      AddWords,  AddIndex, AddPack,  AddUnpack,   AddTrain,
-    AddLang,   AddLangTrain, AddBase64, AddHash,  AddCrypt, AddPassword, AddLog,
+    AddSearch,    AddScan,   AddWords, AddIndex, AddPack,     AddUnpack, AddTrain,    AddLang,
+    AddLangTrain, AddBase64, AddHash,  AddCrypt, AddPassword, AddLog,    AddAnnounce, AddBrowse,
 };
 
 // CLI11 takes [a,b] for a list of two, where it is the name of one file. A byte in front keeps it
