@@ -7,8 +7,9 @@
 // which lives on. Text is UTF-8. Nothing of its own is thrown; the constructor passes on what a
 // thread that can't be started throws (`kThreadDomain`).
 //
-// On Linux the Avahi daemon does the work. Where it doesn't run, registration fails at once; when
-// it ends, the listener hears that its service can't be found any more.
+// On Linux the Avahi daemon does the work, for about a thousand services and browses of a process.
+// Where it doesn't run, registration fails at once; when it ends, the listener hears that its
+// service can't be found any more.
 #pragma once
 
 #include "foundation/LoamExport.h"

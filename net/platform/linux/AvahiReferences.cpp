@@ -146,12 +146,14 @@ bool CAvahiRegistration::HasNameOf(CAvahiRegistration const& other) const
 void CAvahiRegistration::Lose()
 {
     mGroup = nullptr;
+    mIsLost = true;
     Tell(kNetServiceNotRunning);
 }
 
 // A machine that gets another name takes its services along.
 void CAvahiRegistration::SetRunning(bool isRunning)
 {
+    if (mIsLost) return;  // not tried again with another daemon
     if (!isRunning && mGroup)
         avahi_entry_group_reset(mGroup);
     else if (isRunning && !Publish())
@@ -296,6 +298,7 @@ void CAvahiBrowse::ServiceWent(ServiceKey const& key, AvahiProtocol protocol)
     auto removed = std::make_shared<RemovedService const>(
         RemovedService{key, std::move(known->second.mFacts)});
     mKnown.erase(known);
+    mConnection.AbandonResolves(key);
     Tell(key, {0, nullptr, std::move(removed)});
 }
 
@@ -353,7 +356,7 @@ CAvahiResolve::~CAvahiResolve()
 // Without a look-up of the host's address, which isn't asked for and takes seconds to fail.
 void CAvahiResolve::Start()
 {
-    if (mHasFailed) return;
+    if (mIsAnswered) return;
     mResolver = avahi_service_resolver_new(
         mConnection.GetClient(), mKey.mInterface, AVAHI_PROTO_UNSPEC, mKey.mName.c_str(),
         mKey.mType.c_str(), mKey.mDomain.c_str(), AVAHI_PROTO_UNSPEC, AVAHI_LOOKUP_NO_ADDRESS,
@@ -363,6 +366,7 @@ void CAvahiResolve::Start()
 
 void CAvahiResolve::Answer(ServiceFacts const& facts)
 {
+    mIsAnswered = true;
     AddEvent(
         {0,
          [self = this, reply = mReply, context = mContext, facts,
@@ -374,10 +378,15 @@ void CAvahiResolve::Answer(ServiceFacts const& facts)
          }});
 }
 
+void CAvahiResolve::Abandon(ServiceKey const& key)
+{
+    if (!mIsAnswered && mKey == key) Fail();
+}
+
 void CAvahiResolve::Lose()
 {
     mResolver = nullptr;
-    if (!mHasFailed) Fail();
+    if (!mIsAnswered) Fail();
 }
 
 void CAvahiResolve::ResolverCallback(AvahiServiceResolver* /*resolver*/,
@@ -406,7 +415,7 @@ void CAvahiResolve::ResolverCallback(AvahiServiceResolver* /*resolver*/,
 
 void CAvahiResolve::Fail()
 {
-    mHasFailed = true;
+    mIsAnswered = true;
     AddEvent({0, [self = this, reply = mReply, context = mContext](DNSServiceFlags flags) {
                   reply(self, flags, 0, kNetServiceUnknownError, "", "", 0, 0, nullptr, context);
               }});

@@ -126,6 +126,7 @@ private:
     void* mContext;                     // not owned
     AvahiEntryGroup* mGroup = nullptr;  // owned
     bool mIsTold = false;
+    bool mIsLost = false;
 };
 
 class CAvahiBrowse final : public _DNSServiceRef_t
@@ -184,6 +185,8 @@ public:
     void Start();
     /// Answers at once, without the daemon.
     void Answer(ServiceFacts const& facts);
+    /// Fails if this is for `key` and there is no answer yet.
+    void Abandon(ServiceKey const& key);
     void Lose() override;
 
 private:
@@ -207,5 +210,5 @@ private:
     NetServiceResolveReply* mReply;
     void* mContext;                             // not owned
     AvahiServiceResolver* mResolver = nullptr;  // owned
-    bool mHasFailed = false;
+    bool mIsAnswered = false;
 };

@@ -1,6 +1,7 @@
 #include "net/platform/linux/CAvahiConnection.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "net/platform/linux/AvahiReferences.h"
 
@@ -96,6 +97,14 @@ void CAvahiConnection::EndResolve(CAvahiResolve* resolve)
     BeginResolve(next);
 }
 
+void CAvahiConnection::AbandonResolves(ServiceKey const& key)
+{
+    for (CAvahiResolve* const resolve : mResolving)
+        resolve->Abandon(key);
+    for (CAvahiResolve* const resolve : mResolvesToCome)
+        resolve->Abandon(key);
+}
+
 void CAvahiConnection::ClientCallback(AvahiClient* /*client*/,
                                       AvahiClientState state,
                                       void* userData)
@@ -106,10 +115,10 @@ void CAvahiConnection::ClientCallback(AvahiClient* /*client*/,
 // Also within avahi_client_new. The client can't be freed in here.
 void CAvahiConnection::SetState(AvahiClientState state)
 {
-    mIsRunning = state == AVAHI_CLIENT_S_RUNNING;
+    bool const wasRunning = std::exchange(mIsRunning, state == AVAHI_CLIENT_S_RUNNING);
     if (state == AVAHI_CLIENT_FAILURE) {
         mIsLost = true;
-    } else if (mClient) {
+    } else if (mClient && mIsRunning != wasRunning) {
         for (auto const& ref : mRefs)
             ref->SetRunning(mIsRunning);
     }

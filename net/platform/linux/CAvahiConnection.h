@@ -76,6 +76,8 @@ public:
     /// objects a connection.
     void BeginResolve(CAvahiResolve* resolve);
     void EndResolve(CAvahiResolve* resolve);
+    /// A service went: who resolves it needn't wait for an answer.
+    void AbandonResolves(ServiceKey const& key);
 
 private:
     static void ClientCallback(AvahiClient* client, AvahiClientState state, void* userData);

@@ -1,6 +1,6 @@
 #include "net/platform/linux/CAvahiPoll.h"
 
-#include <algorithm>
+#include <utility>
 
 #include <sys/epoll.h>
 #include <sys/time.h>
@@ -157,7 +157,7 @@ void CAvahiPoll::Run()
     for (int round = 0; round < kMostRounds && CallDueTimeouts(); ++round) {}
     mIsRunning = false;
     Purge();
-    UpdateTimer();
+    if (std::exchange(mIsTimerStale, false)) UpdateTimer();
 }
 
 void CAvahiPoll::SetSignalled(bool isSignalled)
@@ -184,6 +184,7 @@ void CAvahiPoll::UpdateInterest(int descriptor)
 // Setting the timer also takes back that it has expired.
 void CAvahiPoll::UpdateTimer()
 {
+    mIsTimerStale = mIsRunning;
     if (mIsRunning) return;
     AvahiTimeout const* first = nullptr;
     for (auto const& timeout : mTimeouts) {
@@ -233,6 +234,7 @@ bool CAvahiPoll::CallDueTimeouts()
         AvahiTimeout* const timeout = mTimeouts[i].get();
         if (timeout->mIsFreed || !timeout->mIsEnabled || IsEarlier(now, timeout->mDue)) continue;
         timeout->mIsEnabled = false;  // before, since the callback may enable it again
+        mIsTimerStale = true;
         timeout->mCallback(timeout, timeout->mUserData);
         isAny = true;
     }

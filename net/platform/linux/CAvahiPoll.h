@@ -47,6 +47,7 @@ private:
     int mTimer;   // expires when the next timeout does, and at once while signalled
     bool mIsSignalled = false;
     bool mIsRunning = false;
+    bool mIsTimerStale = false;  // to be set when they have been called
     // What is freed meanwhile is only marked while they are being called.
     std::vector<std::unique_ptr<AvahiWatch>> mWatches;
     std::vector<std::unique_ptr<AvahiTimeout>> mTimeouts;
