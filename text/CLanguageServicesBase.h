@@ -25,12 +25,14 @@ public:
     virtual void LoadLanguageDefinitions(CFileSpec const& folder,
                                          std::vector<std::string> const* languages) = 0;
 
-    /// Replaces `language` and `confidence`. `text` is UTF-8, `length` in bytes.
+    /// Replaces `language` and `confidence`. `text` is UTF-8, `length` in bytes; a negative one is
+    /// that of an empty text, but on Linux -1 means up to the NUL.
     virtual void
     IdentifyLanguage(std::string const& text, std::string& language, float& confidence);
     virtual void
     IdentifyLanguage(char const* text, int length, std::string& language, float& confidence);
-    /// The same for UTF-16 in the processor's byte order, `length` in units.
+    /// The same for UTF-16 in the processor's byte order, `length` in units, negative for an empty
+    /// text. A lone surrogate counts as U+FFFD on Linux.
     virtual void
     IdentifyLanguage(std::u16string const& text, std::string& language, float& confidence);
     virtual void IdentifyLanguage(char16_t const* text,

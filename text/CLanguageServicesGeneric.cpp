@@ -17,12 +17,11 @@ CLanguageServicesGeneric::~CLanguageServicesGeneric()
 void CLanguageServicesGeneric::LoadLanguageDefinitions(CFileSpec const& folder,
                                                        std::vector<std::string> const* languages)
 {
-    // Unloading would leave a handle that is good for nothing.
-    if (mIsLoaded) {
-        mguesserRelease(mGuesser);
-        mGuesser = mguesserAlloc();
-        mIsLoaded = false;
-    }
+    // Unloading would leave a handle that is good for nothing. Where no profile was loaded there
+    // may still be those that failed, which count as profiles.
+    mguesserRelease(mGuesser);
+    mGuesser = mguesserAlloc();
+    mIsLoaded = false;
     if (!folder.Exist() || !folder.IsFolder()) return;
 
     std::string path;

@@ -64,7 +64,7 @@ void CLanguageServicesMacOS::IdentifyLanguage(char16_t const* text,
     language.clear();
     confidence = 0;
     ChooseImplementation();
-    if (Recognize(text, length, language)) IsAcceptableLanguage(language, confidence);
+    if (Recognize(text, std::max(length, 0), language)) IsAcceptableLanguage(language, confidence);
 }
 
 // The version is asked for each time: a recogniser that the system lacks is never called.

@@ -88,6 +88,9 @@ void mguesserUnloadDefinitions(void* handle);
 /// profiles; null if there are none, or if the best has no name. `confidence`, if not null, gets
 /// 1 - second score / first score, with a negative score taken for 0: 0 without profiles, 1 with
 /// one, and NaN where no score is above 0, as for an empty text.
+///
+/// The profiles are taken over by the first text after each load; what is changed in `Map` later
+/// has no effect.
 void mguesserParseDataLen(
     void* handle, char const* text, long length, char const** language, float* confidence);
 

@@ -156,6 +156,18 @@ TEST(CLanguageServicesGeneric, ForgetsWhatItLoadedBefore)
     EXPECT_EQ(Identify(services, std::string("aaa")), (Answer{"", 0}));
 }
 
+TEST(CLanguageServicesGeneric, ForgetsWhatFailedToLoadBefore)
+{
+    StTempDir const folder;
+    folder.Write("bad/a.lm", "Language: bad\nz\t9\n");
+    folder.Write("good/b.lm", "Language: contrary\nCharset: utf-8\na\t-9\n");
+    CLanguageServicesGeneric services;
+    services.LoadLanguageDefinitions(CFileSpec(folder.Path("bad"), false), nullptr);
+    services.LoadLanguageDefinitions(CFileSpec(folder.Path("good"), false), nullptr);
+    // Scores below 0, where what failed would have had 0 and come first.
+    EXPECT_EQ(Identify(services, std::string("aaa")), (Answer{"contrary", 1}));
+}
+
 TEST(CLanguageServicesGeneric, TakesTextInBothForms)
 {
     StTempDir const folder;
@@ -169,6 +181,18 @@ TEST(CLanguageServicesGeneric, TakesTextInBothForms)
     EXPECT_TRUE(std::isnan(Identify(services, std::u16string()).mConfidence));
     // Malformed bytes reach the guesser as they are.
     EXPECT_EQ(Identify(services, std::string("bbb\xFF")).mLanguage, "beta");
+}
+
+TEST(CLanguageServicesGeneric, TakesMalformedUTF16)
+{
+    StTempDir const folder;
+    WriteProfiles(folder);
+    CLanguageServicesGeneric services;
+    services.LoadLanguageDefinitions(FolderOf(folder), nullptr);
+    EXPECT_EQ(Identify(services, std::u16string{0xDC00, u'b', u'b', 0xD800}).mLanguage, "beta");
+    Answer answer;
+    services.IdentifyLanguage(u"bbb", -1, answer.mLanguage, answer.mConfidence);
+    EXPECT_TRUE(std::isnan(answer.mConfidence));
 }
 
 TEST(CLanguageServicesMacOS, ChoosesARecognizer)
@@ -315,6 +339,21 @@ TEST(CLanguageServicesMacOS, AsksAlsoForAnEmptyText)
         EXPECT_EQ(platform.mTrace.back(), "tagger");
         EXPECT_EQ(platform.mText, c.mText);
     }
+}
+
+TEST(CLanguageServicesMacOS, TakesANegativeLengthForThatOfAnEmptyText)
+{
+    ScriptedLanguagePlatform platform;
+    StLanguagePlatform const use(platform);
+    CLanguageServicesMacOS services;
+    platform.mText = u"former";
+    Answer answer;
+    services.IdentifyLanguage(u"text", -1, answer.mLanguage, answer.mConfidence);
+    EXPECT_EQ(answer, (Answer{"", 0}));
+    EXPECT_EQ(platform.mText, u"");
+    platform.mText = u"former";
+    EXPECT_EQ(IdentifyBytes(services, "text", -1), (Answer{"", 0}));
+    EXPECT_EQ(platform.mText, u"");
 }
 
 TEST(CLanguageServicesMacOS, HasNothingToAskOnOtherSystems)

@@ -506,6 +506,20 @@ TEST(LanguageGuesser, LoadsNothingWhereThereIsNothing)
     UdmFreeLangMapList(nullptr);
 }
 
+TEST(LanguageGuesser, OpensNoPathThatIsCut)
+{
+    StTempDir const folder;
+    folder.Write(std::string(100, 'x') + ".lm", Profile("de", kGerman));
+    std::string deep = folder.Path();
+    while (deep.size() < PATH_MAX - 50)
+        deep += "/.";
+    StGuesser guesser;
+    EXPECT_FALSE(mguesserLoadDefinitions(guesser.mHandle, deep.c_str(), nullptr));
+    EXPECT_EQ(guesser.List().nmaps, 0U);
+    EXPECT_EQ(guesser.List().errcode, 1);
+    EXPECT_THAT(guesser.List().errstr, testing::StartsWith("Can't open LangMapFile '/"));
+}
+
 TEST(LanguageGuesser, KeepsAFreedListNamingWhatIsGone)
 {
     StTempDir const folder;

