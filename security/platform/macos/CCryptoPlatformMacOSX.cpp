@@ -20,7 +20,7 @@ public:
         CipherKind kind, bool encrypt, void const* key, std::size_t keySize, void** cipher) override
     {
         CCOperation const operation = encrypt ? kCCEncrypt : kCCDecrypt;
-        // A null vector is one of zeros.
+        // Kept on purpose: always zeros, which a null vector stands for.
         CCCryptorRef cryptor = nullptr;
         CCCryptorStatus const status =
             kind == kCipherAES
@@ -53,8 +53,11 @@ public:
 
     int FillWithRandomBytes(void* bytes, std::size_t size) override
     {
+        errno = 0;
         if (SecRandomCopyBytes(kSecRandomDefault, size, bytes) == errSecSuccess) return 0;
-        return errno;
+        // Not every failure sets it, and 0 would pass for success.
+        int const error = errno;
+        return error != 0 ? error : EIO;
     }
 };
 
