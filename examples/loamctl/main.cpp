@@ -22,7 +22,9 @@
 #include "loamctl/CProgress.h"
 #include "loamctl/CRunLog.h"
 #include "loamctl/CStandardStreams.h"
+#include "loamctl/Charset.h"
 #include "loamctl/Command.h"
+#include "loamctl/Conv.h"
 #include "loamctl/Crypt.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Hash.h"
@@ -62,8 +64,9 @@ constexpr char const* kExamples = R"(Examples:
 
 // In the order of the help.
 constexpr Command (*kCommands[])(CLI::App&) = {
-    AddSearch,    AddScan,   AddWords, AddIndex, AddPack,     AddUnpack, AddTrain,    AddLang,
-    AddLangTrain, AddBase64, AddHash,  AddCrypt, AddPassword, AddLog,    AddAnnounce, AddBrowse,
+    AddSearch, AddScan,    AddWords,    AddIndex, AddPack,      AddUnpack,
+    AddTrain,  AddCharset, AddConv,     AddLang,  AddLangTrain, AddBase64,
+    AddHash,   AddCrypt,   AddPassword, AddLog,   AddAnnounce,  AddBrowse,
 };
 
 // CLI11 takes [a,b] for a list of two, where it is the name of one file. A byte in front keeps it

@@ -1,0 +1,6 @@
+// `loamctl charset`: which charset files are in, and why.
+#pragma once
+
+#include "loamctl/Command.h"
+
+Command AddCharset(CLI::App& app);

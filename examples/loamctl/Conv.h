@@ -1,0 +1,6 @@
+// `loamctl conv`: text from one charset to another.
+#pragma once
+
+#include "loamctl/Command.h"
+
+Command AddConv(CLI::App& app);
