@@ -10,14 +10,16 @@
 #include <fmt/format.h>
 
 #include "files/CFile.h"
+#include "loamctl/CCharset.h"
+#include "loamctl/CharsetGuess.h"
 #include "loamctl/Interruption.h"
+#include "loamctl/Surrogates.h"
+#include "text/CCharsetConverter.h"
 #include "text/CUTFConverter.h"
 #include "text/ConvertUTF.h"
 
 namespace {
 
-// How much of a malformed file is looked at to tell bytes that were never text.
-constexpr std::size_t kBinaryProbe = 4096;
 constexpr long long kFirstRead = 65536;
 // So much of a large file is read or converted before somebody may want to stop: a few
 // milliseconds.
@@ -49,13 +51,6 @@ unsigned char ByteOf(char c)
     return static_cast<unsigned char>(c);
 }
 
-// Control bytes that no text holds in any charset; tabs, line ends, page breaks, backspaces, the
-// old end-of-file mark and terminal colours are all found in texts.
-bool IsBinaryControl(char c)
-{
-    return ByteOf(c) < 0x20 && !std::strchr("\t\n\v\f\r\b\x1a\x1b", c);
-}
-
 // The start of UTF-8 text, about so many bytes of it, that doesn't end within a character.
 std::string_view WholeCharacters(std::string_view bytes, long long limit)
 {
@@ -81,20 +76,37 @@ long long FindMalformed(std::string_view bytes)
     return at - begin;
 }
 
-// The index of the first surrogate without its partner, or the length.
-std::size_t FindLoneSurrogate(std::u16string_view text)
+char const* KindName(CDocument::Kind kind)
 {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if ((text[i] & 0xF800) != 0xD800) continue;
-        bool const paired =
-            text[i] < 0xDC00 && i + 1 < text.size() && (text[i + 1] & 0xFC00) == 0xDC00;
-        if (!paired) return i;
-        ++i;
+    switch (kind) {
+    case CDocument::Kind::kEmpty:
+        return "empty";
+    case CDocument::Kind::kUTF8:
+        return "UTF-8";
+    case CDocument::Kind::kUTF8WithMark:
+        return "UTF-8 with mark";
+    case CDocument::Kind::kUTF16LE:
+        return "UTF-16LE";
+    case CDocument::Kind::kUTF16BE:
+        return "UTF-16BE";
+    case CDocument::Kind::kOtherCharset:
+        break;
+    case CDocument::Kind::kBinary:
+        return "binary";
+    case CDocument::Kind::kUnknownCharset:
+        return "unknown charset";
+    case CDocument::Kind::kTooLarge:
+        return "too large";
     }
-    return text.size();
+    return "";
 }
 
 }  // namespace
+
+std::string CDocument::GetKindName() const
+{
+    return mKind == Kind::kOtherCharset ? mCharset : KindName(mKind);
+}
 
 CDocument::~CDocument()
 {
@@ -121,7 +133,7 @@ void CDocument::Forget()
     mKind = Kind::kEmpty;
     mReason.clear();
     mSize = 0;
-    mLength = 0;
+    mText = {};
     mMarkSize = 0;
 }
 
@@ -156,22 +168,30 @@ bool CDocument::ReadBytes(CFileSpec const& spec)
 
 void CDocument::Decode()
 {
-    switch (MarkOf(Bytes())) {
-    case Mark::kUTF32:
-        Refuse(Kind::kUnknownCharset, "UTF-32, which is not read");
-        break;
-    case Mark::kUTF16LE:
-        DecodeUTF16(false);
-        break;
-    case Mark::kUTF16BE:
-        DecodeUTF16(true);
-        break;
-    case Mark::kUTF8:
-        mMarkSize = 3;
-        [[fallthrough]];
-    case Mark::kNone:
-        if (mSize > 0 && !RefuseNullByte()) DecodeUTF8();
-        break;
+    if (mSize == 0) return;
+    Mark const mark = MarkOf(Bytes());
+    mMarkSize = mark == Mark::kUTF8 ? 3 : 0;
+    // Almost all documents end here. Zero bytes and escapes are well-formed, but rather UTF-16 and
+    // ISO-2022.
+    bool const hasOthers = Bytes().find('\0') != std::string_view::npos ||
+                           Bytes().find('\x1B') != std::string_view::npos;
+    if (mark <= Mark::kUTF8 && !hasOthers && TryUTF8()) return;
+    DecodeGuessed();
+}
+
+void CDocument::DecodeGuessed()
+{
+    CharsetGuess const guess = GuessCharset(Bytes());
+    ThrowIfInterrupted();
+    if (guess.mCharset.empty()) {
+        Refuse(guess.mBinary ? Kind::kBinary : Kind::kUnknownCharset, guess.mReason);
+    } else if (guess.mCharset == "UTF-16LE" || guess.mCharset == "UTF-16BE") {
+        mMarkSize = MarkOf(Bytes()) == Mark::kNone ? 0 : 2;
+        DecodeUTF16(guess.mCharset == "UTF-16BE");
+    } else if (guess.mCharset != "UTF-8" && guess.mCharset != "US-ASCII") {
+        DecodeOther(guess);
+    } else if (!TryUTF8()) {
+        RefuseUTF8();
     }
 }
 
@@ -180,61 +200,70 @@ bool CDocument::RefuseNullByte()
 {
     std::string_view const bytes = Bytes();
     Mark const mark = MarkOf(bytes);
-    if (mark != Mark::kNone && mark != Mark::kUTF8) return false;
     std::size_t const null = bytes.find('\0');
-    if (null == bytes.npos) return false;
+    if (null == bytes.npos || mark > Mark::kUTF8) return false;
+    bool bigEndian = false;
+    bool littleEndian = false;
+    bool notUTF16 = false;
+    CCharsetConverter::SniffUTF16(bytes.data(), mSize, &bigEndian, &littleEndian, &notUTF16);
+    if (mark == Mark::kNone && (bigEndian || littleEndian)) return false;
     Refuse(Kind::kBinary, fmt::format("a null byte at offset {}", null));
     return true;
 }
 
-void CDocument::DecodeUTF8()
+// False if it is malformed.
+bool CDocument::TryUTF8()
 {
-    std::string_view const bytes(mBytes.data(), static_cast<std::size_t>(mSize));
-    if (void const* const null = std::memchr(bytes.data(), 0, bytes.size())) {
-        Refuse(Kind::kBinary, fmt::format("a null byte at offset {}",
-                                          static_cast<char const*>(null) - bytes.data()));
-        return;
-    }
-    mMarkSize = bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0;
     mKind = mMarkSize == 0 ? Kind::kUTF8 : Kind::kUTF8WithMark;
-
-    if (ConvertUTF8(bytes.substr(static_cast<std::size_t>(mMarkSize)))) return;
-
-    std::string_view const probe = bytes.substr(0, kBinaryProbe);
-    auto const control = std::find_if(probe.begin(), probe.end(), IsBinaryControl);
-    if (control != probe.end()) {
-        Refuse(Kind::kBinary, fmt::format("control byte 0x{:02X} at offset {}", ByteOf(*control),
-                                          control - probe.begin()));
-        return;
-    }
-    long long const bad = FindMalformed(bytes);
-    Refuse(Kind::kUnknownCharset, fmt::format("not UTF-8: byte 0x{:02X} at offset {}",
-                                              ByteOf(bytes[static_cast<std::size_t>(bad)]), bad));
+    return ConvertUTF8(Bytes().substr(static_cast<std::size_t>(mMarkSize)));
 }
 
-// False if it is malformed. There are no more units than bytes, so that with this room the
-// converter never takes another block, and can go on at any place of this one.
+// There are no more units than bytes, so that with this room the converter never takes another
+// block, and can go on at any place of this one.
 bool CDocument::ConvertUTF8(std::string_view bytes)
 {
     NeedUnits(static_cast<long long>(bytes.size()));
+    std::size_t done = 0;
     while (!bytes.empty()) {
         ThrowIfInterrupted();
         std::string_view const step = WholeCharacters(bytes, kStep);
-        char16_t* units = mUnits + mLength;
-        int capacity = mCapacity - static_cast<int>(mLength);
+        char16_t* units = mUnits + done;
+        int capacity = mCapacity - static_cast<int>(done);
         int const length = CUTFConverter::ConvertUTF8toUTF16(
             reinterpret_cast<unsigned char const*>(step.data()), static_cast<int>(step.size()),
             &units, &capacity, CUTFConverter::kStrictMode);
         if (length < 0) return false;
-        mLength += static_cast<std::size_t>(length);
+        done += static_cast<std::size_t>(length);
         bytes.remove_prefix(step.size());
     }
+    mText = {mUnits, done};
     return true;
+}
+
+void CDocument::RefuseUTF8()
+{
+    long long const bad = FindMalformed(Bytes());
+    Refuse(Kind::kUnknownCharset, fmt::format("not UTF-8: byte 0x{:02X} at offset {}",
+                                              ByteOf(Bytes()[static_cast<std::size_t>(bad)]), bad));
+}
+
+// A guess is made by a part of the document, so that the rest may still not fit.
+void CDocument::DecodeOther(CharsetGuess const& guess)
+{
+    CCharset const charset(guess.GetDecoder());
+    if (charset.Decode(Bytes(), mOther)) {
+        mKind = Kind::kOtherCharset;
+        mCharset = guess.mCharset;
+        mText = mOther;
+        return;
+    }
+    std::size_t const bad = charset.FindUndecodable(Bytes());
+    Refuse(Kind::kUnknownCharset, fmt::format("not {}: byte 0x{:02X} at offset {}", guess.mCharset,
+                                              ByteOf(Bytes()[bad]), bad));
 }
 
 void CDocument::DecodeUTF16(bool bigEndian)
 {
-    mMarkSize = 2;
     mKind = bigEndian ? Kind::kUTF16BE : Kind::kUTF16LE;
     if (mSize % 2 != 0) {
         Refuse(Kind::kUnknownCharset,
@@ -242,18 +271,21 @@ void CDocument::DecodeUTF16(bool bigEndian)
         return;
     }
     NeedUnits(mSize / 2);
-    mLength = static_cast<std::size_t>(mSize - mMarkSize) / 2;
-    std::memcpy(mUnits, mBytes.data() + mMarkSize, mLength * 2);
+    auto const length = static_cast<std::size_t>(mSize - mMarkSize) / 2;
+    std::memcpy(mUnits, mBytes.data() + mMarkSize, length * 2);
+    mText = {mUnits, length};
     if (bigEndian != (std::endian::native == std::endian::big)) {
-        std::for_each(mUnits, mUnits + mLength,
+        std::for_each(mUnits, mUnits + length,
                       [](char16_t& unit) { unit = static_cast<char16_t>(unit << 8 | unit >> 8); });
     }
 
     ThrowIfInterrupted();
-    auto const offset = [](std::size_t unit) { return 2 + 2 * unit; };
+    auto const offset = [this](std::size_t unit) {
+        return static_cast<std::size_t>(mMarkSize) + 2 * unit;
+    };
     if (std::size_t const null = GetText().find(u'\0'); null != std::u16string_view::npos) {
         Refuse(Kind::kBinary, fmt::format("a null character at offset {}", offset(null)));
-    } else if (std::size_t const lone = FindLoneSurrogate(GetText()); lone < mLength) {
+    } else if (std::size_t const lone = FindLoneSurrogate(GetText()); lone < length) {
         Refuse(Kind::kUnknownCharset,
                fmt::format("not UTF-16: lone surrogate at offset {}", offset(lone)));
     }
@@ -263,7 +295,7 @@ void CDocument::Refuse(Kind kind, std::string reason)
 {
     mKind = kind;
     mReason = std::move(reason);
-    mLength = 0;
+    mText = {};
 }
 
 void CDocument::NeedUnits(long long count)
@@ -275,27 +307,4 @@ void CDocument::NeedUnits(long long count)
         static_cast<char16_t*>(std::malloc(static_cast<std::size_t>(count) * sizeof(char16_t)));
     if (!mUnits) throw std::bad_alloc();
     mCapacity = static_cast<int>(count);
-}
-
-char const* KindName(CDocument::Kind kind)
-{
-    switch (kind) {
-    case CDocument::Kind::kEmpty:
-        return "empty";
-    case CDocument::Kind::kUTF8:
-        return "UTF-8";
-    case CDocument::Kind::kUTF8WithMark:
-        return "UTF-8 with mark";
-    case CDocument::Kind::kUTF16LE:
-        return "UTF-16LE";
-    case CDocument::Kind::kUTF16BE:
-        return "UTF-16BE";
-    case CDocument::Kind::kBinary:
-        return "binary";
-    case CDocument::Kind::kUnknownCharset:
-        return "unknown charset";
-    case CDocument::Kind::kTooLarge:
-        return "too large";
-    }
-    return "";
 }

@@ -1,7 +1,8 @@
 // One document in memory: its bytes as they lie in the file, and its text in UTF-16.
 //
-// All decoding happens here. UTF-8 is read with and without a byte-order mark, UTF-16 with one.
-// What is no text, or in no charset known here, is told apart and given a reason in words.
+// All decoding happens here. UTF-8 is tried first; what isn't UTF-8 is in the charset that
+// CharsetGuess.h tells. What is no text, or in no charset known here, is told apart and given a
+// reason in words.
 #pragma once
 
 #include <cstddef>
@@ -11,6 +12,7 @@
 #include "marl/amortizedmemblock.h"
 
 class CFileSpec;
+struct CharsetGuess;
 
 /// Keeps its buffers from one file to the next, so that a walk over many allocates for the largest
 /// only.
@@ -24,6 +26,7 @@ public:
         kUTF8WithMark,
         kUTF16LE,
         kUTF16BE,
+        kOtherCharset,
         kBinary,          ///< no text in any charset
         kUnknownCharset,  ///< perhaps text, but malformed as what it should be
         kTooLarge,        ///< not read
@@ -56,10 +59,17 @@ public:
     std::string_view GetBytes() const { return Bytes(); }
 
     /// The text, without a byte-order mark and without a lone surrogate; empty if it is none.
-    std::u16string_view GetText() const { return {mUnits, mLength}; }
+    std::u16string_view GetText() const { return mText; }
 
-    /// Where the text begins in the file: 0, or behind the byte-order mark.
+    /// A short name for people and for JSON: "UTF-8", "windows-1252", "binary".
+    std::string GetKindName() const;
+
+    /// Where the text begins in the file: 0, or behind the byte-order mark of UTF-8 or UTF-16.
     int GetMarkSize() const { return mMarkSize; }
+
+    /// The text is in neither UTF-8 nor UTF-16, so that places in it are counted in the text as
+    /// UTF-8 and not in the file.
+    bool IsConverted() const { return mKind == Kind::kOtherCharset; }
 
     bool IsUTF16() const { return mKind == Kind::kUTF16LE || mKind == Kind::kUTF16BE; }
 
@@ -71,9 +81,12 @@ private:
 
     void Decode();
     bool RefuseNullByte();
-    void DecodeUTF8();
+    bool TryUTF8();
+    void DecodeGuessed();
+    void RefuseUTF8();
     bool ConvertUTF8(std::string_view bytes);
     void DecodeUTF16(bool bigEndian);
+    void DecodeOther(CharsetGuess const& guess);
     void Refuse(Kind kind, std::string reason);
     void NeedUnits(long long count);
 
@@ -81,11 +94,10 @@ private:
     long long mSize = 0;
     char16_t* mUnits = nullptr;  // owned, from malloc, as CUTFConverter wants it
     int mCapacity = 0;           // of mUnits
-    std::size_t mLength = 0;
+    std::u16string mOther;       // the text of another charset than UTF-8 and UTF-16
+    std::u16string_view mText;   // of mUnits or mOther
     int mMarkSize = 0;
     Kind mKind = Kind::kEmpty;
+    std::string mCharset;  // the other one
     std::string mReason;
 };
-
-/// A short name for people and for JSON: "UTF-8", "binary".
-char const* KindName(CDocument::Kind kind);

@@ -65,15 +65,17 @@ void CHitPrinter::ShowAsJSON(Span line, Span hit)
     Place const context = mContextPlaces.At(view.mStart);
     Place const start = mHitPlaces.At(hit.mStart);
     long long const end = mHitPlaces.At(hit.mEnd).mOffset;
-    mOutput.AddJSON({{"type", "hit"},
-                     {"path", mPath},
-                     {"line", start.mLine},
-                     {"column", start.mColumn},
-                     {"offset", start.mOffset},
-                     {"length", end - start.mOffset},
-                     {"text", TextOf(hit.mStart, hit.mEnd)},
-                     {"context_offset", context.mOffset},
-                     {"context", TextOf(view.mStart, view.mEnd)}});
+    nlohmann::ordered_json object{{"type", "hit"},
+                                  {"path", mPath},
+                                  {"line", start.mLine},
+                                  {"column", start.mColumn},
+                                  {"offset", start.mOffset},
+                                  {"length", end - start.mOffset},
+                                  {"text", TextOf(hit.mStart, hit.mEnd)},
+                                  {"context_offset", context.mOffset},
+                                  {"context", TextOf(view.mStart, view.mEnd)}};
+    if (mDocument.IsConverted()) object["charset"] = mDocument.GetKindName();
+    mOutput.AddJSON(object);
 }
 
 std::string CHitPrinter::Prefix(Place const& place) const

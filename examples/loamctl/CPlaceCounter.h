@@ -7,7 +7,9 @@ class CDocument;
 
 struct Place
 {
-    long long mOffset;  ///< bytes from the start of the file, byte-order mark included
+    /// Bytes from the start of the file, byte-order mark included; of a document that
+    /// `IsConverted`, from the start of its text in UTF-8.
+    long long mOffset;
     long long mLine;    ///< from 1
     long long mColumn;  ///< code points from the start of the line, from 1
 };

@@ -46,7 +46,7 @@ Reading ReadFile(CFileSpec const& spec, CDocument& document)
         return Failed("not enough memory");
     }
     Reading result;
-    result.mKind = KindName(document.GetKind());
+    result.mKind = document.GetKindName();
     result.mReason = document.GetReason();
     result.mSize = document.GetSize();
     result.mError = document.GetKind() == CDocument::Kind::kTooLarge;

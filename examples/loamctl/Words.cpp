@@ -86,13 +86,12 @@ void CWordLister::Show(Place const& place,
                        COutput& output) const
 {
     if (output.IsJSON()) {
-        output.AddJSON({{"type", "word"},
-                        {"path", entry.mPath},
-                        {"word", mWord},
-                        {"offset", place.mOffset},
-                        {"length", length},
-                        {"line", place.mLine},
-                        {"column", place.mColumn}});
+        nlohmann::ordered_json object{{"type", "word"},         {"path", entry.mPath},
+                                      {"word", mWord},          {"offset", place.mOffset},
+                                      {"length", length},       {"line", place.mLine},
+                                      {"column", place.mColumn}};
+        if (mDocument.IsConverted()) object["charset"] = mDocument.GetKindName();
+        output.AddJSON(object);
         return;
     }
     if (!mLone || !entry.mNamed) {

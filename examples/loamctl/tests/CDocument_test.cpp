@@ -15,6 +15,19 @@ namespace {
 using namespace std::string_literals;
 using Kind = CDocument::Kind;
 
+// Enough of UTF-8 for what follows to be damage.
+std::string const s_umlauts = "\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4";
+
+std::string UpperHalf()
+{
+    std::string bytes;
+    for (int byte = 0x80; byte < 0x100; ++byte)
+        bytes += static_cast<char>(byte);
+    return bytes;
+}
+
+std::string const s_upperHalf = UpperHalf();
+
 TEST(CDocument, ReadsTexts)
 {
     struct
@@ -34,6 +47,13 @@ TEST(CDocument, ReadsTexts)
         {"UTF-16LE", "\xFF\xFE" + AsUTF16(u"a\u00e9", false), Kind::kUTF16LE, u"a\u00e9", 2},
         {"UTF-16BE", "\xFE\xFF" + AsUTF16(u"a\U0001F600", true), Kind::kUTF16BE, u"a\U0001F600", 2},
         {"nothing but a UTF-16 mark", "\xFF\xFE", Kind::kUTF16LE, u"", 2},
+        {"UTF-16LE without a mark", AsUTF16(u"Text\r\n", false), Kind::kUTF16LE, u"Text\r\n", 0},
+        {"UTF-16BE without a mark", AsUTF16(u"Text\r\n", true), Kind::kUTF16BE, u"Text\r\n", 0},
+        {"UTF-32LE", "\xFF\xFE\0\0a\0\0\0"s, Kind::kOtherCharset, u"a", 0},
+        {"UTF-32BE", "\0\0\xFE\xFF\0\0\0a"s, Kind::kOtherCharset, u"a", 0},
+        {"Latin-1", "caf\xe9 au lait", Kind::kOtherCharset, u"caf\u00e9 au lait", 0},
+        {"ISO-2022-JP", "\x1b$B4A;z\x1b(B\n", Kind::kOtherCharset, u"\u6f22\u5b57\n", 0},
+        {"an escape in UTF-8", "\x1b[1m\u00e9", Kind::kUTF8, u"\x1b[1m\u00e9", 0},
     };
 
     StTempDir const folder;
@@ -64,18 +84,26 @@ TEST(CDocument, RefusesWhatIsNoTextWithAReason)
          "a null byte at offset 1"},
         {"late", std::string(100000, 'a') + "\0"s, Kind::kBinary, "a null byte at offset 100000"},
         {"malformed, with controls", "a\x01\xff", Kind::kBinary, "control byte 0x01 at offset 1"},
-        {"Latin-1", "caf\xe9 au", Kind::kUnknownCharset, "not UTF-8: byte 0xE9 at offset 3"},
-        {"stray trail", "ab\x80", Kind::kUnknownCharset, "not UTF-8: byte 0x80 at offset 2"},
-        {"overlong", "\xC0\x80 x", Kind::kUnknownCharset, "not UTF-8: byte 0xC0 at offset 0"},
-        {"overlong of three", "a\xE0\x80\x80", Kind::kUnknownCharset,
-         "not UTF-8: byte 0xE0 at offset 1"},
-        {"surrogate", "\u00e9\xED\xA0\x80", Kind::kUnknownCharset,
-         "not UTF-8: byte 0xED at offset 2"},
-        {"too high", "\xF4\x90\x80\x80", Kind::kUnknownCharset, "not UTF-8: byte 0xF4 at offset 0"},
-        {"no lead", "ab\xF5\x80\x80\x80 ", Kind::kUnknownCharset,
-         "not UTF-8: byte 0xF5 at offset 2"},
+        {"stray trail", s_umlauts + "\x80", Kind::kUnknownCharset,
+         "not UTF-8: byte 0x80 at offset 20"},
+        {"overlong", s_umlauts + "\xC0\x80 x", Kind::kUnknownCharset,
+         "not UTF-8: byte 0xC0 at offset 20"},
+        {"overlong of three", s_umlauts + "a\xE0\x80\x80", Kind::kUnknownCharset,
+         "not UTF-8: byte 0xE0 at offset 21"},
+        {"surrogate", s_umlauts + "\xED\xA0\x80", Kind::kUnknownCharset,
+         "not UTF-8: byte 0xED at offset 20"},
+        {"too high", s_umlauts + "\xF4\x90\x80\x80", Kind::kUnknownCharset,
+         "not UTF-8: byte 0xF4 at offset 20"},
+        {"no lead", s_umlauts + "\xF5\x80\x80\x80 ", Kind::kUnknownCharset,
+         "not UTF-8: byte 0xF5 at offset 20"},
         {"cut off", "a\U0001F600\xE2\x82", Kind::kUnknownCharset,
          "not UTF-8: byte 0xE2 at offset 5"},
+        {"bytes of no charset",
+         std::string("\x80\x81\x8D\x8F\x90\x9D\xFF\xFE\xA0\xFD") + s_upperHalf,
+         Kind::kUnknownCharset, "no charset makes a text of it"},
+        {"cut off in Shift_JIS",
+         "\x93\xFA\x96{\x8C\xEA\x82\xCC\x95\xB6\x8F\xCD\x82\xC5\x82\xB7\x81", Kind::kUnknownCharset,
+         "not Shift_JIS: byte 0x81 at offset 16"},
         {"behind a mark", "\xEF\xBB\xBF\xFF", Kind::kUnknownCharset,
          "not UTF-8: byte 0xFF at offset 3"},
         {"half a unit",
@@ -91,8 +119,6 @@ TEST(CDocument, RefusesWhatIsNoTextWithAReason)
          "\xFF\xFE"
          "a\0\0\xDC"s,
          Kind::kUnknownCharset, "not UTF-16: lone surrogate at offset 4"},
-        {"UTF-32LE", "\xFF\xFE\0\0a\0\0\0"s, Kind::kUnknownCharset, "UTF-32, which is not read"},
-        {"UTF-32BE", "\0\0\xFE\xFF\0\0\0a"s, Kind::kUnknownCharset, "UTF-32, which is not read"},
     };
 
     StTempDir const folder;

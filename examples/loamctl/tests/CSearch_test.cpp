@@ -100,6 +100,8 @@ TEST(CSearch, TellsThePlaceOfEachHit)
     ASSERT_THAT(hits, Not(IsEmpty()));
     for (auto const& hit : hits) {
         SCOPED_TRACE(hit.dump());
+        // Charset_test.cpp has those: not in UTF-8, and no mark says so.
+        if (std::string(hit["path"]).ends_with("utf16.txt") || hit.contains("charset")) continue;
         EXPECT_EQ(BytesOf(hit), hit["text"]);
         std::string const file = ReadBytes(hit["path"]);
         if (file.starts_with("\xFF\xFE") || file.starts_with("\xFE\xFF")) continue;
@@ -229,11 +231,9 @@ TEST(CSearch, SaysWhatItPassedOver)
     EXPECT_EQ(quiet.mError, "");
     RunResult const result = RunLoamctl({"search", "cafe", Document("forms"), "-v"});
     EXPECT_EQ(result.mExitCode, 0);
-    EXPECT_EQ(result.mError,
-              "skipped " + Document("forms/cup.png") + " (binary: a null byte at offset 8)\n" +
-                  "skipped " + Document("forms/latin1.txt") +
-                  " (unknown charset: not UTF-8: byte 0xE9 at offset 39)\n" +
-                  "\n7 hits in 2 of 5 files, 1.0 KB; skipped 1 binary, 1 unknown charset\n");
+    EXPECT_EQ(result.mError, "skipped " + Document("forms/cup.png") +
+                                 " (binary: a null byte at offset 8)\n" +
+                                 "\n8 hits in 3 of 5 files, 1.0 KB; skipped 1 binary\n");
 }
 
 TEST(CSearch, SumsUpInJSON)
@@ -246,11 +246,11 @@ TEST(CSearch, SumsUpInJSON)
                                           {"kind", "binary"},
                                           {"reason", "a null byte at offset 8"}}));
     EXPECT_EQ(objects.back(), (nlohmann::json{{"type", "summary"},
-                                              {"hits", 7},
-                                              {"files_with_hits", 2},
+                                              {"hits", 8},
+                                              {"files_with_hits", 3},
                                               {"files", 5},
                                               {"bytes", 1023},
-                                              {"skipped", {{"binary", 1}, {"unknown charset", 1}}},
+                                              {"skipped", {{"binary", 1}}},
                                               {"errors", 0}}));
 }
 

@@ -130,7 +130,7 @@ TEST(Index, TellsWhatItKept)
     EXPECT_EQ(result.mExitCode, 0);
     auto const object = ParseLines(result.mOutput, "store").at(0);
     EXPECT_EQ(object["path"], "store");
-    EXPECT_EQ(object["documents"], 103);
+    EXPECT_EQ(object["documents"], 104);
     EXPECT_EQ(object["bytes"], ReadBytes(folder.Path("store")).size());
     EXPECT_GT(object["dictionary_bytes"], 100);
     EXPECT_EQ(object["skipped"]["binary"], 1);

@@ -49,7 +49,7 @@ TEST(Scan, TellsTheDocuments)
     EXPECT_EQ(kinds[Document("asia/ko-jindallae.txt")], "UTF-16BE");
     EXPECT_EQ(kinds[Document("forms/empty.txt")], "empty");
     EXPECT_EQ(kinds[Document("forms/cup.png")], "binary");
-    EXPECT_EQ(kinds[Document("forms/latin1.txt")], "unknown charset");
+    EXPECT_EQ(kinds[Document("forms/latin1.txt")], "windows-1252");
     EXPECT_EQ(kinds[Document("asia")], "folder");
     EXPECT_EQ(objects.back()["type"], "summary");
     EXPECT_EQ(objects.back()["errors"], 0);

@@ -77,7 +77,7 @@ TEST(Words, TellsByItsExitCode)
         {"gaps alone", " .,\n", 1, ""},
         {"empty", "", 1, ""},
         {"binary", "a\0"s, 2, "a null byte at offset 1"},
-        {"another charset", "\xe9", 2, "not UTF-8: byte 0xE9 at offset 0"},
+        {"damaged", "\u00e4\u00e4\u00e4\xe9", 2, "not UTF-8: byte 0xE9 at offset 6"},
     };
 
     StTempDir const folder;
