@@ -20,6 +20,8 @@ CAvahiConnection::~CAvahiConnection()
 
 bool CAvahiConnection::Connect()
 {
+    // Nobody has listened to the daemon meanwhile.
+    if (mClient && mRefs.empty()) mPoll->Run();
     if (mIsLost) Disconnect();
     if (mClient) return true;
     if (!mPoll) mPoll = std::make_unique<CAvahiPoll>();
@@ -55,8 +57,6 @@ bool CAvahiConnection::Has(DNSServiceRef ref) const
 void CAvahiConnection::Remove(DNSServiceRef ref)
 {
     std::erase_if(mRefs, [ref](auto const& owned) { return owned.get() == ref; });
-    // Nobody would read what the daemon says.
-    if (mRefs.empty()) Disconnect();
 }
 
 void CAvahiConnection::CountEvents(int change)

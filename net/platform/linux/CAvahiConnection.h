@@ -1,6 +1,8 @@
 // The one connection to the Avahi daemon that all references share.
 //
-// For one thread at a time: whoever owns it has a lock for that. Nothing here calls a host.
+// It stays open when the last reference goes, and costs nothing then: the daemon speaks only of
+// what it was asked for. For one thread at a time: whoever owns it has a lock for that. Nothing
+// here calls a host.
 #pragma once
 
 #include <deque>
@@ -43,7 +45,6 @@ public:
 
     void Add(std::unique_ptr<_DNSServiceRef_t> ref);
     bool Has(DNSServiceRef ref) const;
-    /// The connection is closed behind the last one.
     void Remove(DNSServiceRef ref);
 
     /// How many events wait, over all references.
