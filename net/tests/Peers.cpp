@@ -128,12 +128,18 @@ std::string StPeer::Receive(std::size_t count) const
     return bytes;
 }
 
+std::string StPeer::ReceiveSome() const
+{
+    char part[4096];
+    return {part,
+            static_cast<std::size_t>(Checked("recv", recv(mDescriptor, part, sizeof part, 0)))};
+}
+
 std::string StPeer::ReceiveAll() const
 {
     std::string bytes;
-    char part[4096];
-    while (auto const count = Checked("recv", recv(mDescriptor, part, sizeof part, 0)))
-        bytes.append(part, static_cast<std::size_t>(count));
+    for (std::string part; !(part = ReceiveSome()).empty();)
+        bytes += part;
     return bytes;
 }
 

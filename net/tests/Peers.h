@@ -28,6 +28,8 @@ public:
     void Send(std::string const& bytes) const;
     /// Receives so many bytes, or fewer where the stream ends before.
     std::string Receive(std::size_t count) const;
+    /// What is there, waiting for the first byte; empty at the end of the stream.
+    std::string ReceiveSome() const;
     /// To the end of the stream.
     std::string ReceiveAll() const;
     /// Ends what it sends.
