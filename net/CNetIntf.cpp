@@ -38,15 +38,18 @@ int DescriptorOf(CNetSocket::StUse const& use, int operation)
 }
 
 // Sets SO_RCVTIMEO or SO_SNDTIMEO, unless it stands at that already.
-void SetTimeout(
-    int descriptor, int option, unsigned int seconds, unsigned int& current, int operation)
+void SetTimeout(int descriptor,
+                int option,
+                unsigned int seconds,
+                std::atomic<unsigned int>& current,
+                int operation)
 {
-    if (seconds == current) return;
+    if (seconds == current.load(std::memory_order_relaxed)) return;
     timeval time = {};
     time.tv_sec = static_cast<time_t>(seconds);
     if (setsockopt(descriptor, SOL_SOCKET, option, &time, sizeof time) == -1)
         CNetIntf::ThrowNetConnectionException(errno, operation);
-    current = seconds;
+    current.store(seconds, std::memory_order_relaxed);
 }
 
 // Milliseconds for `poll`. The limit is 24 days.
@@ -54,6 +57,19 @@ int PollTime(unsigned int seconds)
 {
     if (seconds == 0) return -1;
     return static_cast<int>(std::min(seconds, static_cast<unsigned int>(INT_MAX) / 1000) * 1000);
+}
+
+// Waits until a connection in progress stands. The error, or 0.
+int AwaitConnection(int descriptor, unsigned int timeoutSeconds)
+{
+    pollfd wait = {descriptor, POLLOUT, 0};
+    int const ready = poll(&wait, 1, PollTime(timeoutSeconds));
+    if (ready == 0) return ETIMEDOUT;
+    if (ready == -1) return errno;
+    int error = 0;
+    socklen_t length = sizeof error;
+    if (getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &length) == -1) return errno;
+    return error;
 }
 
 }  // namespace
@@ -114,8 +130,7 @@ int CNetIntf::ConnectTo(addrinfo const& address, unsigned int timeoutSeconds)
     // A cancel was quicker.
     if (use.Get() == 0) drop(ECONNABORTED);
 
-    // Kept on purpose: the system takes the time that it wants to connect, whatever the caller
-    // says.
+    // Kept on purpose: it takes as long as the system wants, whatever time the caller gives it.
     int const flags = fcntl(use.Get(), F_GETFL);
     if (flags == -1 || fcntl(use.Get(), F_SETFL, flags & ~O_NONBLOCK) == -1) drop(errno);
     int const error = connect(use.Get(), address.ai_addr, address.ai_addrlen) == -1 ? errno : 0;
@@ -127,14 +142,7 @@ int CNetIntf::ConnectTo(addrinfo const& address, unsigned int timeoutSeconds)
         return error;
     }
 
-    pollfd wait = {use.Get(), POLLOUT, 0};
-    int const ready = poll(&wait, 1, PollTime(timeoutSeconds));
-    if (ready == 0) drop(ETIMEDOUT);
-    if (ready == -1) drop(errno);
-    int result = 0;
-    socklen_t length = sizeof result;
-    if (getsockopt(use.Get(), SOL_SOCKET, SO_ERROR, &result, &length) == -1) result = errno;
-    if (result != 0) drop(result);
+    if (int const late = AwaitConnection(use.Get(), timeoutSeconds)) drop(late);
     return 0;
 }
 

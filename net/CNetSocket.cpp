@@ -1,104 +1,100 @@
 #include "net/CNetSocket.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <utility>
 
 #include <unistd.h>
 
-// One descriptor. Whoever leaves it last, the socket's owner or a call, closes it and deletes this.
-struct CNetSocket::Shared
+namespace {
+
+int DescriptorIn(std::uint64_t state)
 {
-    explicit Shared(int descriptor)
-        : mDescriptor(descriptor)
-    {
-    }
-
-    // Under the socket's mutex. True for the last one, who then has to call Finish.
-    bool Leave() { return --mHolders == 0; }
-
-    // Without the mutex: closing may take its time. The error, or 0.
-    static int Finish(Shared* shared)
-    {
-        int const error = close(shared->mDescriptor) == -1 ? errno : 0;
-        delete shared;
-        return error;
-    }
-
-    int mDescriptor;
-    int mHolders = 1;  // the owner and the calls; guarded by the socket's mutex
-    // As a new socket has them.
-    unsigned int mReceiveTimeout = 0;
-    unsigned int mSendTimeout = 0;
-};
-
-CNetSocket::~CNetSocket()
-{
-    delete mShared;
+    return static_cast<int>(state >> 32);
 }
+
+std::uint32_t CallsIn(std::uint64_t state)
+{
+    return static_cast<std::uint32_t>(state);
+}
+
+}  // namespace
 
 void CNetSocket::Set(int descriptor)
 {
-    auto* const shared = new Shared(descriptor);
     Close();
-    std::lock_guard const lock(mMutex);
-    mShared = shared;
+    mReceiveTimeout.store(0, std::memory_order_relaxed);
+    mSendTimeout.store(0, std::memory_order_relaxed);
+    mState = static_cast<std::uint64_t>(descriptor) << 32;
 }
 
 int CNetSocket::Close()
 {
-    Shared* shared = nullptr;
+    std::uint64_t state = 0;
     {
         std::lock_guard const lock(mMutex);
-        shared = std::exchange(mShared, nullptr);
-        if (!shared || !shared->Leave()) return 0;
+        state = mState.exchange(0);
+        if (CallsIn(state) != 0) Retire(state);
     }
-    return Shared::Finish(shared);
+    if (DescriptorIn(state) == 0 || CallsIn(state) != 0) return 0;
+    return close(DescriptorIn(state)) == -1 ? errno : 0;
+}
+
+// Under the mutex, so that a call that doesn't find its descriptor in mState finds it here.
+void CNetSocket::Retire(std::uint64_t state)
+{
+    mRetired.push_back({DescriptorIn(state), CallsIn(state)});
+}
+
+// The number tells the descriptors apart: the system gives it out again only when it is closed.
+void CNetSocket::LeaveRetired(int descriptor)
+{
+    {
+        std::lock_guard const lock(mMutex);
+        auto const retired =
+            std::find_if(mRetired.begin(), mRetired.end(), [descriptor](Retired const& one) {
+                return one.mDescriptor == descriptor;
+            });
+        if (--retired->mCalls != 0) return;
+        mRetired.erase(retired);
+    }
+    close(descriptor);
 }
 
 CNetSocket::StUse::StUse(CNetSocket& socket)
     : mSocket(socket)
+    , mDescriptor(0)
 {
-    std::lock_guard const lock(mSocket.mMutex);
-    mShared = mSocket.mShared;
-    if (mShared) ++mShared->mHolders;
+    std::uint64_t state = mSocket.mState;
+    while (DescriptorIn(state) != 0) {
+        if (!mSocket.mState.compare_exchange_weak(state, state + 1)) continue;
+        mDescriptor = DescriptorIn(state);
+        return;
+    }
 }
 
 CNetSocket::StUse::~StUse()
 {
-    if (!mShared) return;
-    {
-        std::lock_guard const lock(mSocket.mMutex);
-        if (!mShared->Leave()) return;
+    if (mDescriptor == 0) return;
+    std::uint64_t state = mSocket.mState;
+    while (DescriptorIn(state) == mDescriptor) {
+        if (mSocket.mState.compare_exchange_weak(state, state - 1)) return;
     }
-    Shared::Finish(mShared);
-}
-
-int CNetSocket::StUse::Get() const
-{
-    return mShared ? mShared->mDescriptor : 0;
+    mSocket.LeaveRetired(mDescriptor);
 }
 
 bool CNetSocket::StUse::IsCurrent() const
 {
-    std::lock_guard const lock(mSocket.mMutex);
-    return mShared && mShared == mSocket.mShared;
+    return mDescriptor != 0 && DescriptorIn(mSocket.mState) == mDescriptor;
 }
 
-// This use is still there, so it isn't the last one.
+// This call is still on it, so that it isn't closed here.
 void CNetSocket::StUse::GiveUp() const
 {
     std::lock_guard const lock(mSocket.mMutex);
-    if (!mShared || mShared != mSocket.mShared) return;
-    mSocket.mShared = nullptr;
-    mShared->Leave();
-}
-
-unsigned int& CNetSocket::StUse::ReceiveTimeout() const
-{
-    return mShared->mReceiveTimeout;
-}
-
-unsigned int& CNetSocket::StUse::SendTimeout() const
-{
-    return mShared->mSendTimeout;
+    std::uint64_t state = mSocket.mState;
+    while (mDescriptor != 0 && DescriptorIn(state) == mDescriptor) {
+        if (!mSocket.mState.compare_exchange_weak(state, 0)) continue;
+        mSocket.Retire(state);
+        return;
+    }
 }
