@@ -27,6 +27,7 @@
 #include "loamctl/Conv.h"
 #include "loamctl/Crypt.h"
 #include "loamctl/DisplayText.h"
+#include "loamctl/Fetch.h"
 #include "loamctl/Hash.h"
 #include "loamctl/Index.h"
 #include "loamctl/Interruption.h"
@@ -37,6 +38,7 @@
 #include "loamctl/Password.h"
 #include "loamctl/Scan.h"
 #include "loamctl/Search.h"
+#include "loamctl/Serve.h"
 #include "loamctl/Train.h"
 #include "loamctl/Words.h"
 
@@ -64,9 +66,9 @@ constexpr char const* kExamples = R"(Examples:
 
 // In the order of the help.
 constexpr Command (*kCommands[])(CLI::App&) = {
-    AddSearch, AddScan,    AddWords,    AddIndex, AddPack,      AddUnpack,
-    AddTrain,  AddCharset, AddConv,     AddLang,  AddLangTrain, AddBase64,
-    AddHash,   AddCrypt,   AddPassword, AddLog,   AddAnnounce,  AddBrowse,
+    AddSearch,   AddScan, AddWords,    AddIndex,     AddPack,   AddUnpack, AddTrain,
+    AddCharset,  AddConv, AddLang,     AddLangTrain, AddBase64, AddHash,   AddCrypt,
+    AddPassword, AddLog,  AddAnnounce, AddBrowse,    AddServe,  AddFetch,
 };
 
 // CLI11 takes [a,b] for a list of two, where it is the name of one file. A byte in front keeps it

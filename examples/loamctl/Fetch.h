@@ -1,0 +1,6 @@
+// The command that asks what another loamctl serves.
+#pragma once
+
+#include "loamctl/Command.h"
+
+Command AddFetch(CLI::App& app);
