@@ -20,6 +20,8 @@ namespace {
 constexpr std::size_t kAESKeySize = 16;
 // What is worked on at a time: it fits the processor's first cache together with its result.
 constexpr std::size_t kPiece = std::size_t{16} * 1024;
+// What needs no pages of the stack but the one that is in use.
+constexpr std::size_t kShort = 512;
 
 struct CipherRun
 {
@@ -45,6 +47,29 @@ CipherRun* NewRun(CipherKind kind, bool encrypt, char const* key, std::size_t si
     return run.release();
 }
 
+// Piece by piece in place, with no second block of the same size. Pieces are whole blocks of the
+// cipher, so what comes out of them never overtakes what is still to go in; only the last one can
+// be followed by more than it was, which has been held back from the call before.
+template <std::size_t kLongest>
+[[gnu::noinline]] void Feed(void* cryptor, memblock& data)
+{
+    CBasicCryptoPlatform& platform = CryptoPlatform();
+    char piece[kLongest + kCipherSlack];
+    std::size_t const size = data.size();
+    char const* const bytes = data.data();
+    std::size_t written = 0;
+    for (std::size_t done = 0; done < size;) {
+        std::size_t const count = std::min(kLongest, size - done);
+        std::size_t moved = 0;
+        ThrowUnlessDone(platform.Update(cryptor, bytes + done, count, piece, &moved));
+        done += count;
+        if (written + moved > data.size()) data.resize(written + moved);
+        if (moved != 0) std::memcpy(data.data() + written, piece, moved);
+        written += moved;
+    }
+    data.resize(written);
+}
+
 }  // namespace
 
 void* CCryptoServicesImp::SymetricEncryptAESInit(bool encrypt, char const* key) const
@@ -55,8 +80,10 @@ void* CCryptoServicesImp::SymetricEncryptAESInit(bool encrypt, char const* key) 
         pause();
     StWipedBytes<kAESKeySize> stretched;
     // Kept on purpose: what is beyond 16 bytes has no effect.
-    for (std::size_t i = 0; i < kAESKeySize; ++i)
-        stretched.mBytes[i] = key[i % length];
+    for (std::size_t i = 0, from = 0; i < kAESKeySize; ++i) {
+        stretched.mBytes[i] = key[from];
+        if (++from == length) from = 0;
+    }
     return NewRun(kCipherAES, encrypt, stretched.mBytes, kAESKeySize, kCryptoAESInit);
 }
 
@@ -106,27 +133,13 @@ void CCryptoServicesImp::GenerateRandomKey(int length, void* key) const
     if (error != 0) ThrowCryptoException(error, kCryptoRandomKey);
 }
 
-// Piece by piece in place, with no second block of the same size. Pieces are whole blocks of the
-// cipher, so what comes out of them never overtakes what is still to go in; only the last one can
-// be followed by more than it was, which has been held back from the call before.
 void CCryptoServicesImp::SymetricEncryptBlock(memblock& data, void* handle) const
 {
     void* const cryptor = static_cast<CipherRun*>(handle)->mCryptor;
-    CBasicCryptoPlatform& platform = CryptoPlatform();
-    char piece[kPiece + kCipherSlack];
-    std::size_t const size = data.size();
-    char const* const bytes = data.data();
-    std::size_t written = 0;
-    for (std::size_t done = 0; done < size;) {
-        std::size_t const count = std::min(kPiece, size - done);
-        std::size_t moved = 0;
-        ThrowUnlessDone(platform.Update(cryptor, bytes + done, count, piece, &moved));
-        done += count;
-        if (written + moved > data.size()) data.resize(written + moved);
-        if (moved != 0) std::memcpy(data.data() + written, piece, moved);
-        written += moved;
-    }
-    data.resize(written);
+    if (data.size() <= kShort)
+        Feed<kShort>(cryptor, data);
+    else
+        Feed<kPiece>(cryptor, data);
 }
 
 void CCryptoServicesImp::SymetricEncryptTerminate(memblock& data, void* handle) const

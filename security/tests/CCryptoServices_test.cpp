@@ -17,6 +17,9 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#ifdef __linux__
+#include <openssl/err.h>
+#endif
 
 #include <sys/time.h>
 #include <unistd.h>
@@ -376,6 +379,24 @@ TEST(CCryptoServices, TellsAWrongAESKey)
               CryptoFailure(kCryptoUpdate, -4304));
     EXPECT_EQ(FailureTextOf([&] { kAES.Decrypt("wrong", encrypted); }), "");
 }
+
+#ifdef __linux__
+TEST(CCryptoServices, LeavesTheHostsErrorsOfOpenSSLAlone)
+{
+    std::string const text = kAES.Encrypt("right", Counting(32));
+    ERR_clear_error();
+    for (bool const hasError : {false, true}) {
+        SCOPED_TRACE(hasError);
+        unsigned long const former = hasError ? ERR_PACK(ERR_LIB_USER, 0, 1) : 0;
+        if (hasError) ERR_raise(ERR_LIB_USER, 1);
+        EXPECT_EQ(kAES.Decrypt("right", text), Counting(32));
+        EXPECT_EQ(FailureOf([&] { kAES.Decrypt("wrong", text); }),
+                  CryptoFailure(kCryptoUpdate, -4304));
+        EXPECT_EQ(ERR_get_error(), former);
+        EXPECT_EQ(ERR_get_error(), 0U);
+    }
+}
+#endif
 
 TEST(CCryptoServices, KeepsSilentAboutAWrongBlowfishKey)
 {

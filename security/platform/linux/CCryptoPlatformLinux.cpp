@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <memory>
+#include <optional>
 
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -36,16 +37,30 @@ int StatusOfLastError()
     }
 }
 
-// The errors of a call stay out of the host's queue.
+// The errors of a call stay out of the host's queue. To look after it takes as long as a block or
+// two of AES, so that goes without it which fails only where memory runs out.
 class StOpenSSLErrors
 {
 public:
-    StOpenSSLErrors() { ERR_set_mark(); }
+    StOpenSSLErrors()
+        : mIsMarked(ERR_set_mark() == 1)
+    {
+    }
 
     StOpenSSLErrors(StOpenSSLErrors const&) = delete;
     StOpenSSLErrors& operator=(StOpenSSLErrors const&) = delete;
 
-    ~StOpenSSLErrors() { ERR_pop_to_mark(); }
+    ~StOpenSSLErrors()
+    {
+        if (mIsMarked || !mIsDone) ERR_pop_to_mark();
+    }
+
+    // Nothing has failed. A queue that was empty, which can't be marked, needs no visit then.
+    void SetDone() { mIsDone = true; }
+
+private:
+    bool mIsMarked;
+    bool mIsDone = false;
 };
 
 // Algorithms in a library context of their own, looked up once. The host's default context stays as
@@ -79,7 +94,6 @@ public:
     int MakeCipher(
         CipherKind kind, bool encrypt, void const* key, std::size_t keySize, void** cipher) override
     {
-        StOpenSSLErrors const errors;
         EVP_CIPHER const* const algorithm = mCiphers[kind];
         if (!algorithm) return kCipherNotThere;
         // OpenSSL takes Blowfish keys of any length, and leaves the end out.
@@ -109,7 +123,6 @@ public:
     int
     Update(void* cipher, void const* in, std::size_t size, void* out, std::size_t* moved) override
     {
-        StOpenSSLErrors const errors;
         *moved = 0;
         auto const* from = static_cast<unsigned char const*>(in);
         auto* to = static_cast<unsigned char*>(out);
@@ -129,11 +142,14 @@ public:
 
     int Finish(void* cipher, void* out, std::size_t* moved) override
     {
-        StOpenSSLErrors const errors;
+        EVP_CIPHER_CTX* const context = ContextOf(cipher);
+        std::optional<StOpenSSLErrors> errors;
+        if (!EVP_CIPHER_CTX_is_encrypting(context)) errors.emplace();
         int count = 0;
         *moved = 0;
-        if (EVP_CipherFinal_ex(ContextOf(cipher), static_cast<unsigned char*>(out), &count) != 1)
+        if (EVP_CipherFinal_ex(context, static_cast<unsigned char*>(out), &count) != 1)
             return StatusOfLastError();
+        if (errors) errors->SetDone();
         *moved = static_cast<std::size_t>(count);
         return kCipherSuccess;
     }
