@@ -12,13 +12,16 @@
 #include "loamctl/COutput.h"
 #include "loamctl/CRunLog.h"
 #include "loamctl/DisplayText.h"
+#include "loamctl/Failure.h"
+#include "loamctl/Languages.h"
 #include "loamctl/Reading.h"
 
 namespace {
 
 constexpr char const* kNotes =
     R"(All files are read, so that what is told of them is certain. "unknown charset" is text in
-none of the charsets read here, or damaged; the first offending byte is named.)";
+none of the charsets read here, or damaged; the first offending byte is named. Of a text the
+language is told as well, if there are profiles of languages, as for `lang`.)";
 
 struct ScanOptions
 {
@@ -27,12 +30,16 @@ struct ScanOptions
     int mJobs = 1;
 };
 
-void ShowEntry(TreeEntry const& entry, Reading const& reading, COutput& output)
+void ShowEntry(TreeEntry const& entry,
+               Reading const& reading,
+               std::string const& language,
+               COutput& output)
 {
     if (output.IsJSON()) {
         nlohmann::ordered_json object{
             {"type", "entry"}, {"path", entry.mPath}, {"kind", reading.mKind}};
         if (reading.mSize >= 0) object["bytes"] = reading.mSize;
+        if (!language.empty()) object["language"] = language;
         if (!reading.mReason.empty())
             object[reading.mError ? "error" : "skipped"] = reading.mReason;
         output.AddJSON(object);
@@ -41,7 +48,7 @@ void ShowEntry(TreeEntry const& entry, Reading const& reading, COutput& output)
     std::string const size = reading.mSize < 0 ? "" : Grouped(reading.mSize);
     std::string const name =
         SafeName(entry.mPath) + (entry.mKind == TreeEntry::Kind::kFolder ? "/" : "");
-    output.Add(fmt::format("{:<15} {:>13}  ", reading.mKind, size));
+    output.Add(fmt::format("{:<15} {:>13}  {:<8} ", reading.mKind, size, SafeName(language)));
     output.Add(output.Painted(COutput::Style::kPath, name));
     if (!reading.mReason.empty()) {
         auto const style = reading.mError ? COutput::Style::kHit : COutput::Style::kFaint;
@@ -78,17 +85,31 @@ void ShowTotals(Totals const& totals, COutput& output)
     }
 }
 
+// None without profiles: languages are then left untold.
+std::unique_ptr<CLanguageServices> FindLanguageServices()
+{
+    try {
+        return NewLanguageServices("");
+    } catch (CUsageError const&) {
+        return nullptr;
+    }
+}
+
 class CScanner final : public CBasicFileWorker
 {
 public:
     Outcome Work(TreeEntry const& entry, COutput& output) override
     {
         Outcome outcome{ReadEntry(entry, mDocument)};
-        ShowEntry(entry, outcome.mReading, output);
+        std::string language;
+        if (mServices && outcome.mReading.mText)
+            language = LanguageOf(mDocument.GetText(), *mServices).mName;
+        ShowEntry(entry, outcome.mReading, language, output);
         return outcome;
     }
 
 private:
+    std::unique_ptr<CLanguageServices> mServices = FindLanguageServices();
     CDocument mDocument;
 };
 
