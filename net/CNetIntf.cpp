@@ -80,6 +80,7 @@ CNetIntf::CNetIntf(CNetConnection* owner)
     std::signal(SIGPIPE, SIG_IGN);
 }
 
+// Kept on purpose: a server goes on listening.
 CNetIntf::~CNetIntf()
 {
     if (mAddrInfo) freeaddrinfo(mAddrInfo);
@@ -88,6 +89,8 @@ CNetIntf::~CNetIntf()
 
 // Nothing of the thread that is blocked is touched but its sockets: those of the connection for
 // good, and those of the server as far as it takes to wake it.
+//
+// Kept on purpose: what was read ahead can still be received, and the port isn't asked for again.
 void CNetIntf::CancelCurrentOperation()
 {
     {
@@ -173,6 +176,7 @@ void CNetIntf::ReceiveData(char* buffer, unsigned int& size, unsigned int timeou
     if (mLineBufferCount > 0) {
         size = TakeHeld(buffer, wish);
         if (size == wish) return;
+        // Kept on purpose: at the end of the stream it throws, although bytes were moved.
         StTally rest{size, wish - size};
         ReceiveData(buffer + size, rest.mPart, timeoutSeconds);
         return;

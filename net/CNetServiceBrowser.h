@@ -6,8 +6,7 @@
 // Each service that comes or goes is resolved, and then told to the listener with all that is known
 // of it, on the one events thread of the library, which the first object starts and which lives on.
 // Nothing of its own is thrown; the constructor passes on what a thread that can't be started
-// throws
-// (`kThreadDomain`).
+// throws (`kThreadDomain`).
 //
 // Resolves that are under way when browsing stops stay counted, so that an object which browses
 // once more may never be told `BrowseBatchDone` again: who wants that makes a new one.

@@ -41,7 +41,7 @@ bool CNetServiceImpl::RegisterService(char const* name,
 {
     if (IsRegistered()) {
         UnregisterService();
-        // Time for the news to get about before the next.
+        // Kept on purpose: time for the news to get about, whatever it takes.
         CThread::Sleep(kPauseSeconds);
     }
     amortizedmemblock record;

@@ -13,9 +13,9 @@ inline int ResolverError(int result)
 }
 
 /// `getaddrinfo` for stream sockets of one family, for a host that this machine can reach by the
-/// addresses it has. A machine or container that has no address of the family but the loopback's
-/// reaches that one. `service` is a number, or null. The caller frees `*found`, which is null on
-/// failure.
+/// addresses it has. A machine or container that has no address but the loopback's reaches that
+/// one, and where this is so of one family alone, an address given as a number. `service` is a
+/// number, or null. The caller frees `*found`, which is null on failure.
 int LookUp(char const* host, char const* service, int family, addrinfo** found);
 
 /// An IPv4 or IPv6 address as text; empty for other families.

@@ -135,6 +135,19 @@ TEST(CNetConnectionCancel, LeavesAllAloneWithoutAThread)
     EXPECT_EQ(link.mPeer.Receive(5), "alive");
 }
 
+TEST(CNetConnectionCancel, KeepsWhatWasReadAhead)
+{
+    Link link;
+    link.mPeer.Send("line\nbehind");
+    while (link.mOurs->GetAmountUnread() < 11)
+        std::this_thread::yield();
+    EXPECT_EQ(LineFrom(*link.mOurs), "line");
+    link.mOurs->CancelCurrentOperation(SomeThread());
+    EXPECT_EQ(ReceiveFrom(*link.mOurs, 6), "behind");
+    EXPECT_EQ(FailureOf([&] { ReceiveFrom(*link.mOurs, 1); }),
+              NetFailure(kOtherFailure, kNetReceive, EBADF));
+}
+
 TEST(CNetConnectionCancel, EndsAReceive)
 {
     Link link;

@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <ifaddrs.h>
+#include <net/if.h>
 #include <netdb.h>
 #include <poll.h>
 #include <pthread.h>
@@ -44,6 +45,8 @@ thread_local Fault sAccept, sClose, sConnect, sFcntl, sGethostname, sGetifaddrs,
 thread_local std::function<int(pollfd*, nfds_t)> sPoll;
 thread_local std::function<int(addrinfo const&)> sGetaddrinfo;  // -1 for the real one
 thread_local std::function<void()> sBeforeRead;
+thread_local std::function<bool(int)> sIsLoopback;  // whether a family's addresses are that
+thread_local int sConnectFlags = -1;                // of the descriptor, at the last connect
 thread_local bool sNoInterfaces = false;
 thread_local bool sUnreadIsOne = false;
 
@@ -89,6 +92,7 @@ int __wrap_close(int descriptor)
 
 int __wrap_connect(int descriptor, sockaddr const* address, socklen_t length)
 {
+    sConnectFlags = __real_fcntl(descriptor, F_GETFL);
     bool const inProgress = sConnect.mError == EINPROGRESS;
     if (inProgress) __real_connect(descriptor, address, length);
     return sConnect.Strikes() ? -1 : __real_connect(descriptor, address, length);
@@ -124,7 +128,12 @@ int __wrap_getifaddrs(ifaddrs** addresses)
 {
     *addresses = nullptr;
     if (sNoInterfaces) return 0;
-    return sGetifaddrs.Strikes() ? -1 : __real_getifaddrs(addresses);
+    int const result = sGetifaddrs.Strikes() ? -1 : __real_getifaddrs(addresses);
+    for (ifaddrs* one = *addresses; one && sIsLoopback; one = one->ifa_next) {
+        one->ifa_flags &= ~static_cast<unsigned int>(IFF_LOOPBACK);
+        if (one->ifa_addr && sIsLoopback(one->ifa_addr->sa_family)) one->ifa_flags |= IFF_LOOPBACK;
+    }
+    return result;
 }
 
 int __wrap_getsockname(int descriptor, sockaddr* address, socklen_t* length)
@@ -238,6 +247,17 @@ TEST(CNetIntfFaults, ConnectWaitsForAConnectionInProgress)
     connection.Connect(5);
     listener.Accept().Send("late\n");
     EXPECT_EQ(LineFrom(connection), "late");
+}
+
+// The time-out is for what comes behind the connect.
+TEST(CNetIntfFaults, KeepsConnectBlockingWhateverTheTimeOut)
+{
+    StPeer const listener = StPeer::Listening();
+    CNetConnection connection;
+    connection.ResolveRemoteHost("127.0.0.1", listener.Port());
+    connection.Connect(1);
+    ASSERT_NE(sConnectFlags, -1);
+    EXPECT_EQ(sConnectFlags & O_NONBLOCK, 0);
 }
 
 TEST(CNetIntfFaults, DataCallsTellWhatFailed)
@@ -424,6 +444,52 @@ TEST(CNetIntfFaults, AsksForIPv4AndThenForIPv6)
     EXPECT_EQ(flags, (std::vector<int>(2, AI_ADDRCONFIG)));
     sNoInterfaces = false;
     sGetaddrinfo = nullptr;
+}
+
+TEST(CNetIntfFaults, AsksAgainWhereTheLoopbackIsAllThereIs)
+{
+    constexpr int kFirst = AI_ADDRCONFIG | AI_NUMERICSERV;
+    constexpr int kNumber = AI_NUMERICHOST | AI_NUMERICSERV;
+    using Asked = std::pair<int, int>;  // family and flags
+
+    struct
+    {
+        char const* mWhat;
+        bool mIsFourLoopback;
+        bool mIsSixLoopback;
+        std::vector<Asked> mAsked;
+    } const cases[] = {
+        {"both families lead out", false, false, {{AF_INET, kFirst}, {AF_INET6, kFirst}}},
+        {"nothing leads out",
+         true,
+         true,
+         {{AF_INET, kFirst},
+          {AF_INET, AI_NUMERICSERV},
+          {AF_INET6, kFirst},
+          {AF_INET6, AI_NUMERICSERV}}},
+        // An IPv4 address of a name would be of no use.
+        {"IPv6 alone", true, false, {{AF_INET, kFirst}, {AF_INET, kNumber}, {AF_INET6, kFirst}}},
+        {"IPv4 alone", false, true, {{AF_INET, kFirst}, {AF_INET6, kFirst}, {AF_INET6, kNumber}}},
+    };
+
+    if (!HasIPv6()) GTEST_SKIP() << "there is no ::1 here";
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.mWhat);
+        std::vector<Asked> asked;
+        sIsLoopback = [&c](int family) {
+            return family == AF_INET ? c.mIsFourLoopback : c.mIsSixLoopback;
+        };
+        sGetaddrinfo = [&asked](addrinfo const& hints) {
+            asked.emplace_back(hints.ai_family, hints.ai_flags);
+            return EAI_NONAME;
+        };
+        CNetConnection connection;
+        EXPECT_EQ(FailureOf([&] { connection.ResolveRemoteHost("host", 80); }),
+                  NetFailure(kNetResolver, kNetResolve, 1000 + std::abs(EAI_NONAME)));
+        EXPECT_EQ(asked, c.mAsked);
+        sIsLoopback = nullptr;
+        sGetaddrinfo = nullptr;
+    }
 }
 
 // The number that a blocked call holds isn't handed out to anybody else.

@@ -171,7 +171,7 @@ TEST_F(CNetServiceTest, ReleasesOnce)
                                                testing::StartsWith("register #2"), "release #2"));
 }
 
-TEST_F(CNetServiceTest, PausesBetweenTwoRegistrations)
+TEST_F(CNetServiceTest, KeepsThePauseBetweenTwoRegistrations)
 {
     CNetService service;
     Register(service);
@@ -295,6 +295,12 @@ TEST(NetServiceText, ReadsRecords)
         SCOPED_TRACE(c.mWhat);
         EXPECT_EQ(PairsOf(c.mRecord), c.mPairs);
     }
+}
+
+TEST(NetServiceText, KeepsDroppingKeysWithoutASeparator)
+{
+    EXPECT_EQ(PairsOf("\4flag\2a="), (NetServicePairs{{"a", ""}}));
+    EXPECT_EQ(PairsOf("\4flag"), NetServicePairs());
 }
 
 TEST(NetServiceText, FindsThePlainName)
