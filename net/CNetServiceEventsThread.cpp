@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include <poll.h>
 
@@ -124,12 +125,11 @@ void CNetServiceEventsThread::MakeSure()
 {
     StMutexLocker const lock(sNetServicesEventsThreadMutex);
     if (sNetServicesEventsThread) return;
-    auto* const thread = new CNetServiceEventsThread;
+    sNetServicesEventsThread = new CNetServiceEventsThread;
     try {
-        thread->mImp->Start();
+        sNetServicesEventsThread->mImp->Start();
     } catch (...) {
-        sNetServicesEventsThread = nullptr;
-        delete thread;
+        delete std::exchange(sNetServicesEventsThread, nullptr);
         throw;
     }
 }

@@ -4,13 +4,13 @@
 // For one thread at a time, as the connection is.
 #pragma once
 
-#include <compare>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 
 #include <avahi-client/lookup.h>
 #include <avahi-client/publish.h>
@@ -34,7 +34,11 @@ struct ServiceKey
     std::string mType;
     std::string mDomain;
 
-    auto operator<=>(ServiceKey const&) const = default;
+    auto AsTuple() const { return std::tie(mInterface, mName, mType, mDomain); }
+
+    bool operator==(ServiceKey const& other) const { return AsTuple() == other.AsTuple(); }
+
+    bool operator<(ServiceKey const& other) const { return AsTuple() < other.AsTuple(); }
 };
 
 /// What it is about.
