@@ -58,21 +58,32 @@ public:
     {
         StNudged const nudged;
         while (CCrewJob* const job = mCrew.Take()) {
-            Outcome outcome;
             std::exception_ptr failure;
             try {
-                COutput output(mCrew.mSession.mOutput, *job);
-                outcome = mWorker->Work(job->mEntry, output);
-                output.Flush();
+                WorkOn(*job);
             } catch (std::exception const&) {
                 failure = std::current_exception();
             }
-            job->End(std::move(outcome), std::move(failure));
+            job->End(std::move(failure));
         }
         return nullptr;
     }
 
 private:
+    // What was told before a failure is passed on as well.
+    void WorkOn(CCrewJob& job)
+    {
+        COutput output(mCrew.mSession.mOutput, job);
+        try {
+            for (TreeEntry const& entry : job.mEntries)
+                job.mOutcomes.push_back(mWorker->Work(entry, output));
+        } catch (std::exception const&) {
+            if (!job.mOutcomes.empty()) output.Flush();
+            throw;
+        }
+        output.Flush();
+    }
+
     CCrew& mCrew;
     std::unique_ptr<CBasicFileWorker> mWorker;
 };
@@ -96,7 +107,7 @@ CCrew::~CCrew()
         mGone.Wait();
 }
 
-void CCrew::Run(CTreeWalk& walk, Finish const& finish)
+void CCrew::Run(CBasicWalk& walk, Finish const& finish)
 {
     StAbortOnInterrupt const abort([this] { Abort(); });
     try {
@@ -107,7 +118,7 @@ void CCrew::Run(CTreeWalk& walk, Finish const& finish)
     }
 }
 
-void CCrew::RunAll(CTreeWalk& walk, Finish const& finish)
+void CCrew::RunAll(CBasicWalk& walk, Finish const& finish)
 {
     for (bool more = true;; ++mFinished) {
         while (more && mGiven - mFinished < mJobs.size())
@@ -116,21 +127,31 @@ void CCrew::RunAll(CTreeWalk& walk, Finish const& finish)
 
         CCrewJob& job = *mJobs[mFinished % mJobs.size()];
         WriteOut(job);
+        FinishEntries(job, finish);
         if (job.mFailure) std::rethrow_exception(job.mFailure);
-        if (job.mEntry.mKind == TreeEntry::Kind::kFile) ++mFiles;
-        if (job.mOutcome.mReading.mSize > 0) mBytes += job.mOutcome.mReading.mSize;
-        finish(job.mEntry, job.mOutcome);
         if (mSession.mOutput.IsTerminal()) mSession.mOutput.Flush();
         ShowProgress(job);
     }
 }
 
-// Hands out the next entry; false if there is none.
-bool CCrew::Give(CTreeWalk& walk)
+// As many as were worked on.
+void CCrew::FinishEntries(CCrewJob const& job, Finish const& finish)
+{
+    for (std::size_t i = 0; i < job.mOutcomes.size(); ++i) {
+        TreeEntry const& entry = job.mEntries[i];
+        Outcome const& outcome = job.mOutcomes[i];
+        if (entry.mKind == TreeEntry::Kind::kFile) ++mFiles;
+        if (outcome.mReading.mSize > 0) mBytes += outcome.mReading.mSize;
+        finish(entry, outcome);
+    }
+}
+
+// Hands out the next batch; false if there is none.
+bool CCrew::Give(CBasicWalk& walk)
 {
     ThrowIfInterrupted();
     CCrewJob& job = *mJobs[mGiven % mJobs.size()];
-    if (!walk.Next(job.mEntry)) return false;
+    if (!walk.NextBatch(job.mEntries)) return false;
     job.Begin(walk.GetShare());
     StMutexLocker const lock(mMutex);
     if (mWork.GetState() >= 0 && mThreads < mMostThreads) StartThread();

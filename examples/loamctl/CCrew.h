@@ -1,9 +1,9 @@
-// Works on the files of a walk with several threads, with results in the order of the walk.
+// Works on the entries of a walk with several threads, with results in the order of the walk.
 //
-// The calling thread walks, hands each entry to the next thread that is free, and writes what comes
-// back, entry by entry: whatever the number of threads, the output is the same. How far the threads
-// may run ahead is bounded, in entries and in bytes: what is finished before its turn waits, and
-// who has more to tell than that waits in the middle of its work.
+// The calling thread walks, hands each batch of entries to the next thread that is free, and writes
+// what comes back, entry by entry: whatever the number of threads, the output is the same. How far
+// the threads may run ahead is bounded, in batches and in bytes: what is finished before its turn
+// waits, and who has more to tell than that waits in the middle of its work.
 //
 // One lock guards all of it, and everybody waits at a semaphore of that lock while holding it. So
 // an `Abort` of these semaphores finds each thread either waiting, and throws it out, or about to
@@ -16,7 +16,7 @@
 
 #include "concurrency/CMutex.h"
 #include "concurrency/CSemaphore.h"
-#include "loamctl/CTreeWalk.h"
+#include "loamctl/CBasicWalk.h"
 #include "loamctl/Command.h"
 #include "loamctl/Reading.h"
 
@@ -47,7 +47,8 @@ class CCrew
 {
 public:
     using MakeWorker = std::function<std::unique_ptr<CBasicFileWorker>()>;
-    /// Called for each entry in its turn, when what it had to tell has been added to the output.
+    /// Called for each entry in its turn, when what it had to tell, and the rest of its batch, has
+    /// been added to the output.
     using Finish = std::function<void(TreeEntry const&, Outcome const&)>;
 
     /// At most `threads` of them, and no more than there is work for. `makeWorker` is called once
@@ -60,13 +61,14 @@ public:
 
     /// Works on all that is left of the walk. Throws what a worker, the output or `finish` throws,
     /// and `CInterrupted`.
-    void Run(CTreeWalk& walk, Finish const& finish);
+    void Run(CBasicWalk& walk, Finish const& finish);
 
 private:
     class CCrewThread;
 
-    void RunAll(CTreeWalk& walk, Finish const& finish);
-    bool Give(CTreeWalk& walk);
+    void RunAll(CBasicWalk& walk, Finish const& finish);
+    void FinishEntries(CCrewJob const& job, Finish const& finish);
+    bool Give(CBasicWalk& walk);
     void StartThread();
     CCrewJob* Take();
     void WriteOut(CCrewJob& job);

@@ -32,14 +32,13 @@ void CCrewJob::BeginGroup()
 void CCrewJob::Begin(double share)
 {
     mShare = share;
-    mOutcome = {};
+    mOutcomes.clear();
     mDone = false;
 }
 
-void CCrewJob::End(Outcome outcome, std::exception_ptr failure)
+void CCrewJob::End(std::exception_ptr failure)
 {
     StMutexLocker const lock(mMutex);
-    mOutcome = std::move(outcome);
     mFailure = std::move(failure);
     mDone = true;
     Wake(mNews);

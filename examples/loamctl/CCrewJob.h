@@ -1,4 +1,4 @@
-// One entry of a walk on its way through a crew, and what has been told of it so far.
+// Entries of a walk on their way through a crew, and what has been told of them so far.
 #pragma once
 
 #include <cstddef>
@@ -10,14 +10,14 @@
 #include "concurrency/CMutex.h"
 #include "concurrency/CSemaphore.h"
 #include "loamctl/CBasicSink.h"
+#include "loamctl/CBasicWalk.h"
 #include "loamctl/CCrew.h"
-#include "loamctl/CTreeWalk.h"
 
 /// Wakes one who waits, by a caller who holds the semaphore's lock. Nothing is kept for who comes
 /// later: everybody looks before waiting, and again after, since a wake may come for no reason.
 void Wake(CSemaphore& semaphore);
 
-/// The sink for the thread that works on the entry. Every member waits and wakes with the lock of
+/// The sink for the thread that works on the entries. Every member waits and wakes with the lock of
 /// the crew, and throws as `CSemaphore` does once the crew is aborted.
 class CCrewJob final : public CBasicSink
 {
@@ -45,10 +45,10 @@ public:
     void WriteError(std::string_view lines) override;
     void BeginGroup() override;
 
-    /// For the entry that is there already; `share` of the walk is done with it.
+    /// For the entries that are there already; `share` of the walk is done with them.
     void Begin(double share);
     /// `failure` may be null.
-    void End(Outcome outcome, std::exception_ptr failure);
+    void End(std::exception_ptr failure);
 
     /// Takes what has been told since the last time, which may be nothing at the end of the work.
     /// True if that was all. With the lock held, and `HasNews`.
@@ -61,9 +61,9 @@ public:
 
     CSemaphore& News() { return mNews; }
 
-    TreeEntry mEntry;
+    std::vector<TreeEntry> mEntries;
     // These once the work is done.
-    Outcome mOutcome;
+    std::vector<Outcome> mOutcomes;  // fewer than there are entries after a failure
     std::exception_ptr mFailure;
 
     double GetShare() const { return mShare; }

@@ -33,7 +33,6 @@ CFoldedFinder::CFoldedFinder(std::u16string folded)
     , mMapped(mNeedle.size() + 2UL * CUnicodeMappingTable::kLongestMapping, u' ')
     , mOffsets(mMapped.size() + 1)
 {
-    FillTraits();
 }
 
 void CFoldedFinder::FillTraits()
@@ -52,10 +51,13 @@ void CFoldedFinder::FillTraits()
         if (mapped.empty() || (mNeedle.size() > 1 && mapped[0] == mNeedle[1])) traits |= kFollows;
         mTraits[code] = static_cast<unsigned char>(traits);
     }
+    mHasTraits = true;
 }
 
 void CFoldedFinder::SetText(std::u16string_view text)
 {
+    // Not sooner, since there may be nothing to look into.
+    if (!mHasTraits) FillTraits();
     mText = text;
     mAt = 0;
 }

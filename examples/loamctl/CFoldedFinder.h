@@ -36,6 +36,7 @@ private:
 
     CUnicodeMappingTable const& mTable;
     std::u16string mNeedle;
+    bool mHasTraits = false;
     std::array<unsigned char, 65536> mTraits;  // by raw unit
     std::u16string_view mText;
     std::size_t mAt = 0;

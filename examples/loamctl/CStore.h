@@ -1,20 +1,18 @@
-// Reads a store that `index` wrote.
+// A store that `index` wrote: what is in it, and where. Its texts are read by `CStoreReader`.
 //
 // Nothing in it is believed: sizes are checked before they are used, and the bytes of each part
 // before they are unpacked. What is wrong comes as `CBadStore`, with the store's name.
 #pragma once
 
-#include <functional>
-#include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "concurrency/CMutex.h"
 #include "files/CFile.h"
+#include "loamctl/DisplayText.h"
 #include "loamctl/StoreFormat.h"
-#include "marl/amortizedmemblock.h"
-
-class CZstdCompressor;
 
 class CStore
 {
@@ -28,54 +26,44 @@ public:
     /// In the order of the walk.
     std::vector<StoredEntry> const& GetEntries() const { return mEntries; }
 
-    /// The folded text, until the next call.
-    std::string_view GetFolded(StoredEntry const& entry);
-    /// The file's bytes, until the next call. Files are found fastest in the order of the entries.
-    std::string_view GetBytes(StoredEntry const& entry);
-
-    /// False only if `needle`, folded and in UTF-8, is not in the entry's folded text.
-    bool CanHave(StoredEntry const& entry, std::string_view needle);
-
+    /// For each entry whether it can have `part`, which is folded and in UTF-8. It can't where the
+    /// answer is no; of a text beyond `kLongestFilteredText`, yes says little.
+    std::vector<bool> FindPart(std::string_view part) const;
     /// For each entry whether it has all of these words, which are folded and in UTF-8.
     std::vector<bool> FindWords(std::vector<std::string> const& words);
 
-private:
-    // Holds a part of the store, and no more than that says it is.
-    class CSizedBlock : public amortizedmemblock
-    {
-    public:
-        CSizedBlock();
+    /// These put what lies in the store, packed, into `bytes`, in any thread.
+    void ReadText(StoredText const& text, std::string& bytes);
+    void ReadDictionary(std::string& bytes);
 
-        void SetLimit(std::uint64_t limit) { mLimit = limit; }
-
-        void resize(unsigned long newSize) override;
-
-    private:
-        std::uint64_t mLimit = 0;
-    };
-
+    /// Does some work on what was read. Sizes that the store states can be too large for this
+    /// machine, whoever wrote it.
     template <class Work>
-    auto Guarded(Work const& work);
+    auto Guarded(Work const& work) const;
+
+private:
     void ReadAll();
     void ReadEntries();
-    void ArmUnpacker();
-    std::string_view ReadPart(std::uint64_t offset, std::uint64_t size);
-    std::string_view ReadChecked(std::uint64_t offset, std::uint64_t size, std::uint32_t checksum);
-    static std::string_view Unpack(CZstdCompressor& compressor,
-                                   std::string_view packed,
-                                   std::uint64_t fullSize,
-                                   CSizedBlock& block);
+    void ReadSection(StoreSection const& section, std::string& bytes);
+    void Read(std::uint64_t offset, std::uint64_t size, std::uint32_t checksum, std::string& bytes);
+    void ReadUnchecked(std::uint64_t offset, std::uint64_t size, std::string& bytes);
 
     std::string mPath;
-    CFile mFile;
+    CMutex mMutex;
+    CFile mFile;  // guarded by mMutex
     StoreHeader mHeader;
     std::vector<StoredEntry> mEntries;
-    std::unique_ptr<CZstdCompressor> mPlain;
-    std::unique_ptr<CZstdCompressor> mUnpacker;  // with the dictionary; null until it is needed
     std::string mFilters;
-    std::string mWindow;  // a stretch of the file
-    std::uint64_t mWindowStart = 0;
-    CSizedBlock mGroup;  // files that were packed together
-    StoredText mGroupPlace;
-    CSizedBlock mBlock;  // what was unpacked last
 };
+
+template <class Work>
+auto CStore::Guarded(Work const& work) const
+{
+    try {
+        return work();
+    } catch (CBadStore const& bad) {
+        throw CBadStore(SafeName(mPath) + ": is no store, or damaged: " + bad.what());
+    } catch (std::bad_alloc const&) {
+        throw CBadStore(SafeName(mPath) + ": needs more memory than there is, or is damaged");
+    }
+}

@@ -4,32 +4,41 @@
 // documents that can have it are decoded and searched as if they had just been read.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "loamctl/CCrew.h"
 #include "loamctl/CSearch.h"
-#include "loamctl/CStore.h"
+#include "loamctl/CStoreReader.h"
 
-class CStoreSearch
+class CStore;
+
+/// What can be told about a search from the lists of a store, before any text is unpacked.
+struct StoreQuery
+{
+    std::string mPart;               ///< what every hit has, folded, in UTF-8; empty for words
+    std::vector<bool> mCanHaveHits;  ///< for each entry
+};
+
+/// Throws what `CSearch` and `CStore` throw.
+StoreQuery MakeStoreQuery(SearchOptions const& options, CStore& store);
+
+/// What one thread does with one entry after another.
+class CStoreSearch final : public CBasicFileWorker
 {
 public:
-    /// Called for each entry of the store, when what it had to tell has been added to the output.
-    using Finish = std::function<void(TreeEntry const&, Outcome const&)>;
+    /// All of them live as long.
+    CStoreSearch(SearchOptions const& options, CStore& store, StoreQuery const& query);
 
-    /// `options` lives as long. Throws what `CSearch` and `CStore` throw.
-    CStoreSearch(SearchOptions const& options, Session& session);
-
-    void Run(Finish const& finish);
+    Outcome Work(TreeEntry const& entry, COutput& output) override;
 
 private:
     bool CanHaveHits(std::size_t index);
-    long long Search(std::size_t index);
+    long long Search(std::size_t index, COutput& output);
 
     SearchOptions const& mOptions;
-    Session& mSession;
+    CStore const& mStore;
+    StoreQuery const& mQuery;
+    CStoreReader mReader;
     CSearch mSearch;
-    CStore mStore;
-    std::string mNeedle;          // folded, UTF-8; for parts of words
-    std::vector<bool> mHasWords;  // for whole words
 };

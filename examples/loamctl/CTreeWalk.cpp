@@ -63,6 +63,13 @@ bool CTreeWalk::Next(TreeEntry& entry)
     return false;
 }
 
+bool CTreeWalk::NextBatch(std::vector<TreeEntry>& entries)
+{
+    entries.resize(1);
+    if (!Next(entries.front())) entries.clear();
+    return !entries.empty();
+}
+
 double CTreeWalk::GetShare() const
 {
     double share = 0;

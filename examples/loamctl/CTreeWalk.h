@@ -13,28 +13,9 @@
 
 #include <sys/types.h>
 
-#include "files/CFileSpec.h"
+#include "loamctl/CBasicWalk.h"
 
-struct TreeEntry
-{
-    enum class Kind
-    {
-        kFile,
-        kFolder,
-        kLink,     ///< a symbolic link that isn't followed
-        kOther,    ///< a device, a pipe, a socket: never opened, since that might block
-        kUnknown,  ///< gone, or out of reach
-    };
-
-    CFileSpec mSpec;
-    std::string mPath;  ///< as it was reached from the walk's start, UTF-8
-    Kind mKind = Kind::kUnknown;
-    bool mNamed = false;   ///< named by the caller, not found in a folder
-    std::string mError;    ///< why it could not be looked at or listed; empty if it could
-    std::string mSkipped;  ///< why it was passed over without an error; empty if it wasn't
-};
-
-class CTreeWalk
+class CTreeWalk final : public CBasicWalk
 {
 public:
     /// `paths` are UTF-8, relative or absolute; without any, the walk starts in the working folder.
@@ -46,9 +27,12 @@ public:
     /// end. Nothing is thrown but for lack of memory and `CInterrupted`.
     bool Next(TreeEntry& entry);
 
+    /// The same, each entry by itself.
+    bool NextBatch(std::vector<TreeEntry>& entries) override;
+
     /// How much of the walk has been done when the last entry is done, from 0 to 1. An estimate:
     /// each entry of a folder counts for as much as its neighbours, whatever it holds.
-    double GetShare() const;
+    double GetShare() const override;
 
 private:
     // What is left of a folder.

@@ -12,6 +12,7 @@
 #include "loamctl/CProgress.h"
 #include "loamctl/CRunLog.h"
 #include "loamctl/CStoreWriter.h"
+#include "loamctl/CTreeWalk.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Failure.h"
 #include "loamctl/Interruption.h"

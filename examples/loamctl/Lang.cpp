@@ -11,6 +11,7 @@
 #include "loamctl/CCrew.h"
 #include "loamctl/COutput.h"
 #include "loamctl/CRunLog.h"
+#include "loamctl/CTreeWalk.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Languages.h"
 #include "loamctl/Reading.h"

@@ -4,8 +4,8 @@
 #include <map>
 #include <string>
 
+#include "loamctl/CBasicWalk.h"
 #include "loamctl/CDocument.h"
-#include "loamctl/CTreeWalk.h"
 
 class COutput;
 

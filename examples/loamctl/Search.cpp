@@ -11,7 +11,10 @@
 #include "loamctl/COutput.h"
 #include "loamctl/CRunLog.h"
 #include "loamctl/CSearch.h"
+#include "loamctl/CStore.h"
 #include "loamctl/CStoreSearch.h"
+#include "loamctl/CStoreWalk.h"
+#include "loamctl/CTreeWalk.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Interruption.h"
 #include "loamctl/Reading.h"
@@ -24,7 +27,7 @@ combining marks go, capitals become small letters, ligatures and full-width form
 plain ones, ß becomes ss. Hits are shown in the raw text, at their line and column; a column
 counts characters (code points) from 1.
 
-UTF-8 is read with and without a byte-order mark, UTF-16 with one. Binary files, other
+Documents in any charset are read, as `loamctl charset` tells it. Binary files, unknown
 charsets, links and devices are passed over: -v says which, and why. With --json each hit is
 an object on a line of its own, with its offset and length in bytes of the file.
 
@@ -60,6 +63,18 @@ void ShowTotals(SearchTotals const& totals, bool counted, COutput& output)
                             skipped.empty() ? "" : "; skipped ", skipped));
 }
 
+void SearchStore(SearchOptions const& options, Session& session, CCrew::Finish const& finish)
+{
+    session.mInterruption.Start();
+    CStore store(options.mStore);
+    StoreQuery const query = MakeStoreQuery(options, store);
+    CStoreWalk walk(store, query.mCanHaveHits);
+    CCrew crew(
+        options.mJobs, [&] { return std::make_unique<CStoreSearch>(options, store, query); },
+        session);
+    crew.Run(walk, finish);
+}
+
 // 0 for a hit, 1 for none, 2 if something could not be read, hit or not.
 int RunSearch(SearchOptions const& options, Session& session)
 {
@@ -81,8 +96,7 @@ int RunSearch(SearchOptions const& options, Session& session)
             options.mJobs, [&options] { return std::make_unique<CSearch>(options); }, session);
         crew.Run(walk, finish);
     } else {
-        session.mInterruption.Start();
-        CStoreSearch(options, session).Run(finish);
+        SearchStore(options, session, finish);
     }
     ShowTotals(totals, counted, session.mOutput);
     if (totals.mFiles.mErrors > 0) return 2;

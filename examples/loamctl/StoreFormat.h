@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "loamctl/CTreeWalk.h"
+#include "loamctl/CBasicWalk.h"
 #include "loamctl/Failure.h"
 #include "loamctl/Reading.h"
 

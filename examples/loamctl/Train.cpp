@@ -14,6 +14,7 @@
 #include "loamctl/CProgress.h"
 #include "loamctl/CRunLog.h"
 #include "loamctl/CSamples.h"
+#include "loamctl/CTreeWalk.h"
 #include "loamctl/Compressing.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Failure.h"

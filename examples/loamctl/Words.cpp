@@ -12,6 +12,7 @@
 #include "loamctl/COutput.h"
 #include "loamctl/CPlaceCounter.h"
 #include "loamctl/CRunLog.h"
+#include "loamctl/CTreeWalk.h"
 #include "loamctl/CWordWalk.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Interruption.h"

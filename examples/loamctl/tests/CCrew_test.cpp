@@ -17,6 +17,7 @@
 #include "loamctl/CProgress.h"
 #include "loamctl/CRunLog.h"
 #include "loamctl/CStandardStreams.h"
+#include "loamctl/CTreeWalk.h"
 #include "loamctl/Interruption.h"
 #include "loamctl/tests/RunLoamctl.h"
 #include "testing/StTempDir.h"
@@ -74,6 +75,11 @@ protected:
         for (int i = 0; i < files; ++i)
             paths.push_back(mFolder.Write(std::to_string(i), ""));
         CTreeWalk walk(paths, false);
+        Run(walk, threads, task);
+    }
+
+    void Run(CBasicWalk& walk, int threads, Task const& task)
+    {
         CRunLog log({});
         CProgress progress(STDERR_FILENO);
         COutput output({}, mSink);
@@ -81,12 +87,46 @@ protected:
         Session session{output, progress, log, interruption};
         CCrew crew(
             threads, [&task] { return std::make_unique<CTestWorker>(task); }, session);
-        crew.Run(walk, [](TreeEntry const&, Outcome const&) {});
+        try {
+            crew.Run(walk, [this](TreeEntry const& entry, Outcome const&) {
+                mFinished += entry.mPath + " ";
+            });
+        } catch (...) {
+            output.Flush();
+            throw;
+        }
         output.Flush();
     }
 
     StTempDir mFolder;
     CTestSink mSink;
+    std::string mFinished;  // their paths
+};
+
+// Entries that are called 0, 1, 2 and so on, so many at a time.
+class CTestWalk final : public CBasicWalk
+{
+public:
+    explicit CTestWalk(std::vector<int> batches)
+        : mBatches(std::move(batches))
+    {
+    }
+
+    bool NextBatch(std::vector<TreeEntry>& entries) override
+    {
+        entries.clear();
+        if (mNextBatch == mBatches.size()) return false;
+        for (int left = mBatches[mNextBatch++]; left > 0; --left)
+            entries.emplace_back().mPath = std::to_string(mNextEntry++);
+        return true;
+    }
+
+    double GetShare() const override { return 0; }
+
+private:
+    std::vector<int> mBatches;
+    std::size_t mNextBatch = 0;
+    int mNextEntry = 0;
 };
 
 [[noreturn]] void WorkUntilInterrupted()
@@ -163,6 +203,26 @@ TEST_F(CCrewTest, PassesOnWhatAWorkerThrowsInItsTurn)
     };
     EXPECT_THROW(Run(8, 4, work), std::runtime_error);
     EXPECT_FALSE(IsInterrupted());
+}
+
+TEST_F(CCrewTest, FinishesEachEntryOfABatch)
+{
+    CTestWalk walk({3, 1, 2});
+    Run(walk, 2, [](std::string const& name, COutput& output) { Tell(name, output); });
+    EXPECT_EQ(mSink.mText, "0\n1\n2\n3\n4\n5\n");
+    EXPECT_EQ(mFinished, "0 1 2 3 4 5 ");
+}
+
+TEST_F(CCrewTest, PassesOnWhatABatchToldBeforeItFailed)
+{
+    CTestWalk walk({2, 3, 2});
+    auto const work = [](std::string const& name, COutput& output) {
+        if (name == "4") throw std::runtime_error("enough");
+        Tell(name, output);
+    };
+    EXPECT_THROW(Run(walk, 2, work), std::runtime_error);
+    EXPECT_EQ(mSink.mText, "0\n1\n2\n3\n");
+    EXPECT_EQ(mFinished, "0 1 2 3 ");
 }
 
 TEST_F(CCrewTest, EndsWhenTheReaderHasGone)
@@ -252,11 +312,18 @@ struct StBlockedOnItsReader
             mFolder.Write("text" + std::to_string(i), lines);
     }
 
+    // From now on the files are those in a store.
+    void MakeStore()
+    {
+        std::string const store = mLog.Path("store");
+        RunLoamctl({"index", mFolder.Path("none"), mFolder.Path(), "-o", store});
+        mWhere = {"--in", store};
+    }
+
     void Start(std::vector<std::string> const& options)
     {
-        std::vector<std::string> arguments{
-            "search", "cafe",  mFolder.Path("none"), mFolder.Path(), "-j",
-            "3",      "--log", mLog.Path("log")};
+        std::vector<std::string> arguments{"search", "cafe", "-j", "3", "--log", mLog.Path("log")};
+        arguments.insert(arguments.end(), mWhere.begin(), mWhere.end());
         arguments.insert(arguments.end(), options.begin(), options.end());
         mChild = std::make_unique<StLoamctl>(arguments, mOutput.In(), mError.In());
         mOutput.CloseIn();
@@ -266,6 +333,7 @@ struct StBlockedOnItsReader
 
     StTempDir mFolder;
     StTempDir mLog;
+    std::vector<std::string> mWhere{mFolder.Path("none"), mFolder.Path()};
     StChannel mOutput;
     StChannel mError;
     std::unique_ptr<StLoamctl> mChild;
@@ -278,14 +346,17 @@ TEST(Jobs, StopWhileTheReaderDoesNotRead)
         int mSignal;
         int mExitCode;
         char const* mReason;
+        bool mInStore;
     } const cases[] = {
-        {SIGINT, 130, "stopped by signal 2"},
-        {SIGTERM, 143, "stopped by signal 15"},
+        {SIGINT, 130, "stopped by signal 2", false},
+        {SIGTERM, 143, "stopped by signal 15", false},
+        {SIGINT, 130, "stopped by signal 2", true},
     };
 
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mReason);
         StBlockedOnItsReader loamctl;
+        if (c.mInStore) loamctl.MakeStore();
         loamctl.Start({});
         loamctl.mChild->Signal(c.mSignal);
         EXPECT_EQ(loamctl.mChild->Wait(), c.mExitCode);

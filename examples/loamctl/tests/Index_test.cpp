@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "loamctl/CStore.h"
+#include "loamctl/CStoreReader.h"
 #include "loamctl/TextFilter.h"
 #include "loamctl/tests/RunLoamctl.h"
 #include "testing/StTempDir.h"
@@ -21,7 +22,8 @@ std::string IndexDocuments(StTempDir const& folder, std::string const& documents
     return store;
 }
 
-// The same search in the files and in the store, with the same output.
+// The same search in the files and in the store, with the same output however many threads there
+// are.
 void ExpectSameAnswers(std::vector<std::string> const& options,
                        std::string const& documents,
                        std::string const& store)
@@ -32,10 +34,14 @@ void ExpectSameAnswers(std::vector<std::string> const& options,
     inFiles.push_back(documents);
     inStore.insert(inStore.end(), {"--in", store});
     RunResult const expected = RunLoamctl(inFiles);
-    RunResult const answer = RunLoamctl(inStore);
-    EXPECT_EQ(answer.mExitCode, expected.mExitCode);
-    EXPECT_TRUE(answer.mOutput == expected.mOutput) << expected.mOutput << answer.mOutput;
-    EXPECT_EQ(answer.mError, expected.mError);
+    for (std::string const jobs : {"1", "8"}) {
+        std::vector<std::string> arguments = inStore;
+        arguments.insert(arguments.end(), {"-j", jobs});
+        RunResult const answer = RunLoamctl(arguments);
+        EXPECT_EQ(answer.mExitCode, expected.mExitCode);
+        EXPECT_TRUE(answer.mOutput == expected.mOutput) << expected.mOutput << answer.mOutput;
+        EXPECT_EQ(answer.mError, expected.mError);
+    }
 }
 
 // Many small documents of several charsets, with a folder inside, so that there is a dictionary.
@@ -92,6 +98,25 @@ TEST(Index, LargeDocumentsAreLookedThroughFolded)
     for (std::string const word : {"HAFEN 7919", "hafen brief", "fen 9x"}) {
         SCOPED_TRACE(word);
         ExpectSameAnswers({word}, documents, store);
+    }
+}
+
+TEST(Index, ThreadsShareAStore)
+{
+    // Some groups of files, with hits in most of them.
+    StTempDir const folder;
+    for (int i = 0; i < 24; ++i) {
+        std::string text;
+        for (int line = 0; line < 2000; ++line)
+            text += "Letter " + std::to_string(line * 7919 % 10007) + " from the house\n";
+        if (i % 3 != 0) text += "by way of the Hafen\n";
+        folder.Write("letters/" + std::to_string(i), text);
+    }
+    std::string const store = IndexDocuments(folder, folder.Path("letters"));
+    for (std::string const word : {"hafen", "HAFEN\xCC\x81", "letter 1", "of the hafen"}) {
+        SCOPED_TRACE(word);
+        ExpectSameAnswers({"-v", word}, folder.Path("letters"), store);
+        ExpectSameAnswers({"--json", "-w", word}, folder.Path("letters"), store);
     }
 }
 
@@ -164,8 +189,9 @@ TEST(CStore, TellsEntriesAndTheirColumns)
     CStore letter(IndexDocuments(place, Document("europe/de-brief.txt")));
     EXPECT_EQ(letter.GetEntries().at(0).mCharset, "UTF-8");
     EXPECT_EQ(letter.GetEntries().at(0).mLanguage, "de");
-    EXPECT_EQ(store.GetFolded(last), "ein cafe in koln\n");
-    EXPECT_EQ(store.GetBytes(last), folder.Read("letters/wide.txt"));
+    CStoreReader reader(store);
+    EXPECT_EQ(reader.GetFolded(last), "ein cafe in koln\n");
+    EXPECT_EQ(reader.GetBytes(last), folder.Read("letters/wide.txt"));
     EXPECT_EQ(store.FindWords({"koln"}).back(), true);
     EXPECT_EQ(store.FindWords({"koln", "house"}).back(), false);
 }
@@ -176,9 +202,10 @@ bool IsBad(std::string const& path)
 {
     try {
         CStore store(path);
+        CStoreReader reader(store);
         for (StoredEntry const& entry : store.GetEntries()) {
-            store.GetFolded(entry);
-            store.GetBytes(entry);
+            reader.GetFolded(entry);
+            reader.GetBytes(entry);
         }
         store.FindWords({"house"});
         return false;
