@@ -1,11 +1,13 @@
 #include "loamctl/tests/RunLoamctl.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
@@ -20,6 +22,12 @@ extern char** environ;
 namespace {
 
 using Arguments = std::vector<std::string>;
+
+// With the reason, since what a busy machine lacks can't be told afterwards.
+std::system_error Failed(std::string const& what, int error)
+{
+    return {error, std::generic_category(), what};
+}
 
 pid_t Start(Arguments const& arguments, int output, int error)
 {
@@ -36,7 +44,7 @@ pid_t Start(Arguments const& arguments, int output, int error)
     pid_t child = -1;
     int const failure = posix_spawn(&child, argv[0], &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
-    if (failure != 0) throw std::runtime_error("cannot run " + arguments[0]);
+    if (failure != 0) throw Failed("cannot run " + arguments[0], failure);
     return child;
 }
 
@@ -46,6 +54,8 @@ struct StFile
     explicit StFile(std::string const& path)
         : mDescriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600))
     {
+        int const error = errno;
+        if (mDescriptor < 0) throw Failed("cannot write " + path, error);
     }
 
     StFile(StFile const&) = delete;
@@ -59,7 +69,10 @@ struct StFile
 int Wait(pid_t child)
 {
     int status = 0;
-    if (waitpid(child, &status, 0) != child) throw std::runtime_error("waitpid failed");
+    if (waitpid(child, &status, 0) != child) {
+        int const error = errno;
+        throw Failed("waitpid failed", error);
+    }
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
