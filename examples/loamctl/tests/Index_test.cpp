@@ -1,5 +1,6 @@
 // index and search --in: a store answers as the files do, and a hostile one is an error.
 
+#include <algorithm>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -82,6 +83,20 @@ TEST(Index, AStoreAnswersAsTheFilesDo)
             SCOPED_TRACE(options.back());
             ExpectSameAnswers(options, documents, store);
         }
+    }
+}
+
+TEST(Index, DocumentsAreFoundInAnyCharset)
+{
+    StTempDir const folder;
+    std::string const documents = Document("charsets");
+    std::string const store = IndexDocuments(folder, documents);
+    RunResult const result = RunLoamctl({"search", "-l", "cafe", "--in", store});
+    EXPECT_EQ(std::count(result.mOutput.begin(), result.mOutput.end(), '\n'), 5) << result.mOutput;
+    for (std::string const word : {"cafe", "gijón", "ETE", "コーヒー", "Хозяин", "garc\u0327on"}) {
+        SCOPED_TRACE(word);
+        ExpectSameAnswers({"--json", word}, documents, store);
+        ExpectSameAnswers({"-w", "-v", word}, documents, store);
     }
 }
 
@@ -184,7 +199,7 @@ TEST(CStore, TellsEntriesAndTheirColumns)
     ASSERT_EQ(store.GetEntries().size(), 109U);
     StoredEntry const& last = store.GetEntries().back();
     EXPECT_EQ(last.mPath, folder.Path("letters/wide.txt"));
-    EXPECT_EQ(last.mCharset, "UTF-16");
+    EXPECT_EQ(last.mCharset, "UTF-16LE");
     StTempDir const place;
     CStore letter(IndexDocuments(place, Document("europe/de-brief.txt")));
     EXPECT_EQ(letter.GetEntries().at(0).mCharset, "UTF-8");
@@ -194,6 +209,21 @@ TEST(CStore, TellsEntriesAndTheirColumns)
     EXPECT_EQ(reader.GetBytes(last), folder.Read("letters/wide.txt"));
     EXPECT_EQ(store.FindWords({"koln"}).back(), true);
     EXPECT_EQ(store.FindWords({"koln", "house"}).back(), false);
+}
+
+TEST(CStore, TellsTheCharsetThatWasRecognised)
+{
+    StTempDir const folder;
+    CStore store(IndexDocuments(folder, Document("charsets")));
+    std::vector<std::string> charsets;
+    for (StoredEntry const& entry : store.GetEntries()) {
+        std::string const name = entry.mPath.substr(entry.mPath.rfind('/') + 1);
+        if (entry.mReading.mText) charsets.push_back(name + ": " + entry.mCharset);
+    }
+    EXPECT_EQ(charsets,
+              (std::vector<std::string>{"es-utf16.txt: UTF-16LE", "fr-decomposed.txt: UTF-8",
+                                        "fr-latin1.txt: windows-1252",
+                                        "ja-shift-jis.txt: Shift_JIS", "ru-koi8r.txt: KOI8-R"}));
 }
 
 // Reads all that a store holds; answers whether it was found to be bad. Anything else that it
