@@ -34,7 +34,7 @@ ProcessorFeatures AskProcessor()
     if (!__get_cpuid_count(7, 0, &a, &b, &c, &d)) return features;
     features.mAVX2 = (saved & kVectors256) == kVectors256 && (b & bit_AVX2) != 0;
     features.mVBMI = (saved & kVectors512) == kVectors512 && (b & bit_AVX512F) != 0 &&
-                     (b & bit_AVX512BW) != 0 && (c & bit_AVX512VBMI) != 0;
+                     (b & bit_AVX512BW) != 0 && (c & bit_AVX512VBMI) != 0 && (b & bit_BMI2) != 0;
     return features;
 }
 

@@ -9,7 +9,7 @@ struct ProcessorFeatures
 {
     bool mSSSE3;
     bool mAVX2;
-    bool mVBMI;  ///< AVX-512 F, BW and VBMI
+    bool mVBMI;  ///< AVX-512 F, BW and VBMI, and BMI2
 };
 
 /// Asked once, at the first call.

@@ -11,7 +11,7 @@
 
 #define LOAM_SSSE3 __attribute__((target("ssse3")))
 #define LOAM_AVX2 __attribute__((target("avx2")))
-#define LOAM_VBMI __attribute__((target("avx512f,avx512bw,avx512vbmi")))
+#define LOAM_VBMI __attribute__((target("avx512f,avx512bw,avx512vbmi,bmi2,prfchw")))
 
 std::vector<Base64Kernels> GetX86Base64Kernels();
 
@@ -68,9 +68,8 @@ LOAM_SSSE3 inline __m128i Table(std::int8_t const* from)
     return _mm_loadu_si128(reinterpret_cast<__m128i const*>(from));
 }
 
-// The rest of 16 bytes with up to 15 characters of the alphabet in front of a bad one: how many of
-// them make whole groups.
-inline std::size_t WholeGroups(unsigned int bad)
+// How many characters in front of the first bad one make whole groups.
+inline std::size_t WholeGroups(std::uint64_t bad)
 {
     return static_cast<std::size_t>(std::countr_zero(bad)) & ~std::size_t{3};
 }
@@ -222,41 +221,64 @@ LOAM_VBMI inline __m512i EncodeVector(__m512i bytes, __m512i order, __m512i alph
     return Permute(MultiShift(shifts, groups), alphabet);
 }
 
+// Encodes up to 48 bytes.
+LOAM_VBMI inline void
+EncodePart(unsigned char const* in, std::size_t size, char* out, __m512i order, __m512i alphabet)
+{
+    __m512i const bytes = _mm512_maskz_loadu_epi8(LowBits(size), in);
+    _mm512_mask_storeu_epi8(out, LowBits(size / 3 * 4), EncodeVector(bytes, order, alphabet));
+}
+
 LOAM_VBMI void EncodeVBMI(unsigned char const* in, std::size_t size, char* out)
 {
     __m512i const order = Load(kSplitOrder.mPlaces);
     __m512i const alphabet = Load(cEncodingTable);
-    for (; size >= 64; in += 48, size -= 48, out += 64)
+    for (; size >= 64; in += 48, size -= 48, out += 64) {
+        // The line is fetched to be written some vectors later; beyond the end it does no harm.
+        _mm_prefetch(out + 512, _MM_HINT_ET0);
         _mm512_storeu_si512(out, EncodeVector(Load(in), order, alphabet));
-    while (size > 0) {
-        std::size_t const count = size < 48 ? size : 48;
-        __m512i const bytes = _mm512_maskz_loadu_epi8(LowBits(count), in);
-        _mm512_mask_storeu_epi8(out, LowBits(count / 3 * 4), EncodeVector(bytes, order, alphabet));
-        in += count;
-        size -= count;
-        out += 64;
     }
+    for (; size > 48; in += 48, size -= 48, out += 64)
+        EncodePart(in, 48, out, order, alphabet);
+    if (size > 0) EncodePart(in, size, out, order, alphabet);
 }
 
+// The bytes of 64 characters, and in `bad` which of these aren't of the alphabet.
+LOAM_VBMI inline __m512i DecodeVector(__m512i text, std::uint64_t* bad)
+{
+    __m512i const values =
+        _mm512_permutex2var_epi8(Load(kValues.data()), text, Load(kValues.data() + 64));
+    *bad = _mm512_movepi8_mask(_mm512_or_si512(values, text));
+    __m512i const pairs = _mm512_maddubs_epi16(values, _mm512_set1_epi32(0x01400140));
+    __m512i const groups = _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000));
+    return Permute(Load(kJoinOrder.mPlaces), groups);
+}
+
+// Where all is good, which branches foresee, the answer doesn't wait for the characters: the next
+// line is begun before this one is done.
 LOAM_VBMI std::size_t DecodeVBMI(char const* in, std::size_t size, unsigned char* out)
 {
-    __m512i const low = Load(kValues.data());
-    __m512i const high = Load(kValues.data() + 64);
-    __m512i const order = Load(kJoinOrder.mPlaces);
-    for (std::size_t done = 0;; done += 64, out += 48) {
-        std::size_t const left = size - done;
-        // Zeros, which are bad characters, stand behind the end.
-        __m512i const text =
-            left >= 64 ? Load(in + done) : _mm512_maskz_loadu_epi8(LowBits(left), in + done);
-        __m512i const values = _mm512_permutex2var_epi8(low, text, high);
-        std::uint64_t const bad = _mm512_movepi8_mask(_mm512_or_si512(values, text));
-        __m512i const pairs = _mm512_maddubs_epi16(values, _mm512_set1_epi32(0x01400140));
-        __m512i const groups = _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000));
-        __m512i const bytes = Permute(order, groups);
-        std::size_t const good = static_cast<std::size_t>(std::countr_zero(bad)) & ~std::size_t{3};
-        _mm512_mask_storeu_epi8(out, LowBits(good / 4 * 3), bytes);
-        if (bad != 0) return done + good;
+    std::uint64_t bad = 0;
+    std::size_t done = 0;
+    for (; size - done >= 64; done += 64, out += 48) {
+        __m512i const bytes = DecodeVector(Load(in + done), &bad);
+        if (bad != 0) {
+            std::size_t const good = WholeGroups(bad);
+            _mm512_mask_storeu_epi8(out, LowBits(good / 4 * 3), bytes);
+            return done + good;
+        }
+        _mm512_mask_storeu_epi8(out, LowBits(48), bytes);
     }
+    std::size_t const left = (size - done) & ~std::size_t{3};
+    if (left == 0) return done;
+    __m512i const bytes = DecodeVector(_mm512_maskz_loadu_epi8(LowBits(left), in + done), &bad);
+    if ((bad & LowBits(left)) == 0) {
+        _mm512_mask_storeu_epi8(out, LowBits(left / 4 * 3), bytes);
+        return done + left;
+    }
+    std::size_t const good = WholeGroups(bad);
+    _mm512_mask_storeu_epi8(out, LowBits(good / 4 * 3), bytes);
+    return done + good;
 }
 
 }  // namespace

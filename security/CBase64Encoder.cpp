@@ -93,20 +93,24 @@ void CBase64Encoder::Decode(memblock const& in, memblock* out, unsigned long* co
     std::size_t position = 0;
     std::size_t decoded = 0;  // behind the last group
     std::size_t written = 0;
+    // A run ends in front of padding, and mostly is as long as the line before it. Where that holds
+    // the next step doesn't wait for the outcome of this one.
+    std::size_t line = size >= 4 && from[size - 1] == '=' ? size - 4 : size;
     while (size - position >= 4) {
-        // Runs of the alphabet, then a group that has anything else in it or in front of it.
-        std::size_t const run = kernels.mDecode(from + position, size - position, to + written);
+        // Runs of the alphabet, then white space or a group that can have anything else in it.
+        std::size_t const expected = std::min(line, size - position);
+        std::size_t const run = kernels.mDecode(from + position, expected, to + written);
         position += run;
         written += run / 4 * 3;
         decoded = position;
         while (position < size && IsBlank(from[position]))
             ++position;
-        if (position != decoded || size - position < 4) continue;
+        bool const isLine = position != decoded;
+        line = isLine && run != 0 ? run : size;
+        if (isLine || size - position < 4) continue;
 
-        unsigned char group[3];
         short count = 0;
-        Decode(from + position, group, &count);
-        std::copy_n(group, count, to + written);
+        Decode(from + position, to + written, &count);
         position += 4;
         decoded = position;
         written += static_cast<std::size_t>(count);

@@ -96,6 +96,24 @@ TEST(CBase64Encoder, KnowsItsNumber)
     EXPECT_EQ(static_cast<CEncoder const&>(encoder).GetEncoding(), 4);
 }
 
+// What a line is expected to be after others makes no difference.
+TEST(CBase64Encoder, DecodesLinesOfAnyLengths)
+{
+    constexpr std::size_t kLengths[] = {0, 4, 8, 60, 64, 68, 76, 128, 200};
+    std::string const text = EncodeBase64Naively(RandomBytes(150), false);
+    for (std::size_t const first : kLengths) {
+        for (std::size_t const second : kLengths) {
+            SCOPED_TRACE(std::to_string(first) + " " + std::to_string(second));
+            std::string const line = text.substr(0, second);
+            std::string const lines = text.substr(0, first) + "\r\n" + line + "\r\n" + line;
+            bool isSame = true;
+            for (char const* const end : {"", "=", "QQ==", "\r\nQUI=\r\n", " Q!JD", "=\nQQ=="})
+                isSame = isSame && Decode(lines + end) == DecodeBase64Naively(lines + end);
+            EXPECT_TRUE(isSame);
+        }
+    }
+}
+
 TEST(CBase64Encoder, AgreesWithThePublishedVectors)
 {
     // RFC 4648, section 10.
