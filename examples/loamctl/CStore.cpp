@@ -26,7 +26,6 @@ void CStore::ReadAll()
     std::string header;
     ReadUnchecked(0, kStoreHeaderSize, header);
     mHeader = ParseStoreHeader(header, size);
-    ReadSection(mHeader.mFilters, mFilters);
     ReadEntries();
 }
 
@@ -42,16 +41,20 @@ void CStore::ReadEntries()
     if (!reader.IsAtEnd()) throw CBadStore("it has more entries than it says");
 }
 
-std::vector<bool> CStore::FindPart(std::string_view part) const
+std::vector<bool> CStore::FindPart(std::string_view part)
 {
-    std::string_view const filters = mFilters;
-    std::vector<bool> result;
-    result.reserve(mEntries.size());
-    for (StoredEntry const& entry : mEntries) {
-        std::string_view const filter = filters.substr(entry.mFilterOffset, entry.mFilterSize);
-        result.push_back(entry.mReading.mText && FilterAllows(filter, part));
-    }
-    return result;
+    return Guarded([&] {
+        std::string bytes;
+        ReadSection(mHeader.mFilters, bytes);
+        std::string_view const filters = bytes;
+        std::vector<bool> result;
+        result.reserve(mEntries.size());
+        for (StoredEntry const& entry : mEntries) {
+            std::string_view const filter = filters.substr(entry.mFilterOffset, entry.mFilterSize);
+            result.push_back(entry.mReading.mText && FilterAllows(filter, part));
+        }
+        return result;
+    });
 }
 
 std::vector<bool> CStore::FindWords(std::vector<std::string> const& words)
@@ -67,13 +70,11 @@ std::vector<bool> CStore::FindWords(std::vector<std::string> const& words)
             std::string_view const word = reader.TakeText();
             auto const wanted =
                 static_cast<std::size_t>(std::count(words.begin(), words.end(), word));
-            if (wanted == 0) {
-                reader.Skip(4ULL * reader.TakeNumber32());
-                continue;
-            }
+            CByteReader steps(reader.TakeText());
+            if (wanted == 0) continue;
             std::uint64_t entry = 0;
-            for (std::uint32_t steps = reader.TakeNumber32(); steps > 0; --steps) {
-                entry += reader.TakeNumber32();
+            while (!steps.IsAtEnd()) {
+                entry += steps.TakeStep();
                 if (entry >= found.size()) throw CBadStore("a word is in no entry");
                 found[entry] += wanted;
             }

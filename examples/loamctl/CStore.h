@@ -28,7 +28,7 @@ public:
 
     /// For each entry whether it can have `part`, which is folded and in UTF-8. It can't where the
     /// answer is no; of a text beyond `kLongestFilteredText`, yes says little.
-    std::vector<bool> FindPart(std::string_view part) const;
+    std::vector<bool> FindPart(std::string_view part);
     /// For each entry whether it has all of these words, which are folded and in UTF-8.
     std::vector<bool> FindWords(std::vector<std::string> const& words);
 
@@ -53,7 +53,6 @@ private:
     CFile mFile;  // guarded by mMutex
     StoreHeader mHeader;
     std::vector<StoredEntry> mEntries;
-    std::string mFilters;
 };
 
 template <class Work>

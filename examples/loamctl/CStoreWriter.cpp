@@ -165,15 +165,18 @@ std::string CStoreWriter::WordsAsBytes() const
     std::string bytes;
     CByteWriter writer(bytes);
     writer.Add(mWords.size(), 4);
+    std::string steps;
     for (auto const& [word, entries] : mWords) {
         writer.Add(word);
-        writer.Add(entries.size(), 4);
-        // Steps compress better than numbers.
+        // Steps are smaller than numbers.
+        steps.clear();
+        CByteWriter stepWriter(steps);
         std::uint32_t former = 0;
         for (std::uint32_t const entry : entries) {
-            writer.Add(entry - former, 4);
+            stepWriter.AddStep(entry - former);
             former = entry;
         }
+        writer.Add(steps);
     }
     return bytes;
 }

@@ -109,6 +109,14 @@ void CByteWriter::Add(std::string_view text)
     mBytes += text;
 }
 
+// LEB128, as DWARF has it: seven bits a byte, the lowest first, and a bit for more to come.
+void CByteWriter::AddStep(std::uint32_t step)
+{
+    for (; step >= 0x80; step >>= 7)
+        mBytes += static_cast<char>(step | 0x80);
+    mBytes += static_cast<char>(step);
+}
+
 std::uint64_t CByteReader::TakeNumber(int size)
 {
     auto const count = static_cast<std::size_t>(size);
@@ -133,10 +141,18 @@ std::string_view CByteReader::TakeText()
     return text;
 }
 
-void CByteReader::Skip(std::uint64_t size)
+std::uint32_t CByteReader::TakeStep()
 {
-    if (mBytes.size() < size) throw CBadStore("it ends too early");
-    mBytes.remove_prefix(size);
+    std::uint64_t step = 0;
+    for (unsigned int shift = 0; shift < 32; shift += 7) {
+        std::uint64_t const byte = TakeNumber(1);
+        step |= (byte & 0x7F) << shift;
+        if (byte < 0x80) {
+            if (step > UINT32_MAX) break;
+            return static_cast<std::uint32_t>(step);
+        }
+    }
+    throw CBadStore("a step is too long");
 }
 
 std::string BytesOf(StoreHeader const& header)

@@ -82,6 +82,8 @@ public:
 
     void Add(std::uint64_t number, int size);
     void Add(std::string_view text);
+    /// In as few bytes as it needs, most of the time one.
+    void AddStep(std::uint32_t step);
 
 private:
     std::string& mBytes;
@@ -101,7 +103,7 @@ public:
     std::uint32_t TakeNumber32() { return static_cast<std::uint32_t>(TakeNumber(4)); }
 
     std::string_view TakeText();
-    void Skip(std::uint64_t size);
+    std::uint32_t TakeStep();
 
     bool IsAtEnd() const { return mBytes.empty(); }
 

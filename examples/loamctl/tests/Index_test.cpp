@@ -237,6 +237,7 @@ bool IsBad(std::string const& path)
             reader.GetFolded(entry);
             reader.GetBytes(entry);
         }
+        store.FindPart("house");
         store.FindWords({"house"});
         return false;
     } catch (CBadStore const&) {
@@ -422,6 +423,23 @@ TEST(TextFilter, NeverDeniesWhatIsThere)
     EXPECT_FALSE(FilterAllows(filter, "z"));
     EXPECT_TRUE(FilterAllows(filter, ""));
     EXPECT_EQ(FilterOf(std::string(1000000, 'a')).size(), kLargestFilter);
+}
+
+TEST(StoreFormat, StepsAreReadAsTheyWereWritten)
+{
+    std::string bytes;
+    CByteWriter writer(bytes);
+    std::vector<std::uint32_t> const steps{0, 1, 127, 128, 16383, 16384, 1U << 28, ~0U};
+    for (std::uint32_t const step : steps)
+        writer.AddStep(step);
+    EXPECT_EQ(bytes.size(), 1U + 1 + 1 + 2 + 2 + 3 + 5 + 5);
+    CByteReader reader(bytes);
+    std::vector<std::uint32_t> taken;
+    while (!reader.IsAtEnd())
+        taken.push_back(reader.TakeStep());
+    EXPECT_EQ(taken, steps);
+    for (std::string const bad : {"", "\x80", "\xFF\xFF\xFF\xFF\x10", "\xFF\xFF\xFF\xFF\xFF\x01"})
+        EXPECT_THROW(CByteReader(bad).TakeStep(), CBadStore);
 }
 
 TEST(StoreFormat, TheChecksumIsThePublishedOne)
