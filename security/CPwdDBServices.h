@@ -16,8 +16,8 @@
 // Nothing throws but memory that runs out, and only `GetPassword` tells whether it worked: false
 // for a missing entry, a locked store, a user who refused, a store that doesn't answer. What
 // touches a locked store can bring up the system's dialog. Then the call blocks until the user has
-// answered on macOS. On Linux no step of a call takes longer than two seconds, whatever the service
-// does, the dialog included: after that it is taken for a failure. Any thread may call.
+// answered. On Linux no other step of a call takes longer than two seconds, whatever the service
+// does: after that it is taken for a failure. Any thread may call.
 #pragma once
 
 #include "foundation/LoamExport.h"

@@ -1,9 +1,11 @@
 // A user who answers the keyring when it asks for its password: with the arguments, one after
-// another, "-" for a refusal. Says its name on the bus in a line, and goes when its input ends.
+// another, "-" for a refusal and "+2500" for 2500 milliseconds of thinking. Says its name on the
+// bus in a line, and goes when its input ends.
 #define GCR_API_SUBJECT_TO_CHANGE
 #include <gcr/gcr-base.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 int main(int argc, char** argv)
@@ -12,6 +14,8 @@ int main(int argc, char** argv)
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "-") == 0)
             gcr_mock_prompter_expect_password_cancel();
+        else if (argv[i][0] == '+')
+            gcr_mock_prompter_set_delay_msec(static_cast<guint>(std::atoi(argv[i])));
         else
             gcr_mock_prompter_expect_password_ok(argv[i], nullptr);
     }

@@ -340,6 +340,21 @@ TEST_F(SecretService, LocksAndUnlocks)
 #endif
 }
 
+TEST_F(SecretService, WaitsForTheUserAsLongAsItTakes)
+{
+#ifndef LOAM_MOCK_PROMPTER
+    GTEST_SKIP() << "there was no gcr to build the user with who answers";
+#else
+    sHadPrompt = true;
+    // Longer than all else may take.
+    StSecretService const service(StSecretService::kKeyring, LOAM_MOCK_PROMPTER,
+                                  {"+2500", StSecretService::kPassword});
+    mStore.AddPassword("service", "account", "password");
+    EXPECT_TRUE(mStore.Lock());
+    EXPECT_EQ(Get("service", "account"), "password");
+#endif
+}
+
 TEST_F(SecretService, KeepsAskingTheUserWhateverIsAllowed)
 {
 #ifndef LOAM_MOCK_PROMPTER

@@ -52,10 +52,74 @@ Owned<GDBusConnection> ConnectToBus(GCancellable* limit)
         static_cast<GDBusConnection*>(g_object_ref(bus.mConnection.get())));
 }
 
+// That of this thread.
+thread_local StStoreCall* sCurrent = nullptr;  // not owned
+
+// A service as libsecret makes it, but for what it does when it asks the user: it tells the
+// thread's call, and goes on without a limit, since libsecret never comes back from a prompt that
+// is cancelled.
+SecretServiceClass const& ParentClass()
+{
+    static auto const* const sParent =
+        static_cast<SecretServiceClass*>(g_type_class_ref(SECRET_TYPE_SERVICE));
+    return *sParent;
+}
+
+void SetAsking(bool isAsking)
+{
+    if (sCurrent) sCurrent->SetAsking(isAsking);
+}
+
+GVariant* Ask(SecretService* service,
+              SecretPrompt* prompt,
+              GCancellable*,
+              GVariantType const* type,
+              GError** error)
+{
+    SetAsking(true);
+    GVariant* const answer = ParentClass().prompt_sync(service, prompt, nullptr, type, error);
+    SetAsking(false);
+    return answer;
+}
+
+void BeginToAsk(SecretService* service,
+                SecretPrompt* prompt,
+                GVariantType const* type,
+                GCancellable*,
+                GAsyncReadyCallback done,
+                gpointer data)
+{
+    SetAsking(true);
+    ParentClass().prompt_async(service, prompt, type, nullptr, done, data);
+}
+
+GVariant* EndToAsk(SecretService* service, GAsyncResult* result, GError** error)
+{
+    SetAsking(false);
+    return ParentClass().prompt_finish(service, result, error);
+}
+
+void InitAskingClass(gpointer type, gpointer)
+{
+    auto* const operations = static_cast<SecretServiceClass*>(type);
+    operations->prompt_sync = Ask;
+    operations->prompt_async = BeginToAsk;
+    operations->prompt_finish = EndToAsk;
+}
+
+GType AskingServiceType()
+{
+    static GType const sType = g_type_register_static_simple(
+        SECRET_TYPE_SERVICE, "LoamAskingSecretService", sizeof(SecretServiceClass), InitAskingClass,
+        sizeof(SecretService), nullptr, static_cast<GTypeFlags>(0));
+    return sType;
+}
+
 }  // namespace
 
 StStoreCall::StStoreCall()
     : mLimit(g_cancellable_new())
+    , mEnd(std::chrono::steady_clock::now() + kLongestCall)
 {
     // Signals are for the host's threads.
     sigset_t all;
@@ -63,11 +127,7 @@ StStoreCall::StStoreCall()
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &former);
     try {
-        mWatchdog = std::thread([this] {
-            std::unique_lock lock(mMutex);
-            if (!mEnd.wait_for(lock, kLongestCall, [this] { return mIsOver; }))
-                g_cancellable_cancel(mLimit.get());
-        });
+        mWatchdog = std::thread([this] { Watch(); });
     } catch (...) {
         pthread_sigmask(SIG_SETMASK, &former, nullptr);
         throw;
@@ -75,6 +135,7 @@ StStoreCall::StStoreCall()
     pthread_sigmask(SIG_SETMASK, &former, nullptr);
     mContext = g_main_context_new();
     g_main_context_push_thread_default(mContext);
+    sCurrent = this;
 }
 
 StStoreCall::~StStoreCall()
@@ -83,19 +144,45 @@ StStoreCall::~StStoreCall()
     mService.reset();
     g_main_context_pop_thread_default(mContext);
     g_main_context_unref(mContext);
+    sCurrent = nullptr;
     {
         std::lock_guard const lock(mMutex);
         mIsOver = true;
     }
-    mEnd.notify_one();
+    mChange.notify_one();
     mWatchdog.join();
+}
+
+void StStoreCall::SetAsking(bool isAsking)
+{
+    {
+        std::lock_guard const lock(mMutex);
+        mIsAsking = isAsking;
+        mEnd = std::chrono::steady_clock::now() + kLongestCall;
+    }
+    mChange.notify_one();
+}
+
+void StStoreCall::Watch()
+{
+    std::unique_lock lock(mMutex);
+    while (!mIsOver) {
+        if (mIsAsking) {
+            mChange.wait(lock);
+        } else if (std::chrono::steady_clock::now() < mEnd) {
+            mChange.wait_until(lock, mEnd);
+        } else {
+            g_cancellable_cancel(mLimit.get());
+            return;
+        }
+    }
 }
 
 SecretService* StStoreCall::Connect()
 {
     Owned<GDBusConnection> const bus = ConnectToBus(Limit());
     if (!bus || !StartService(*bus)) return nullptr;
-    mService.reset(secret_service_open_sync(SECRET_TYPE_SERVICE, kServiceName, SECRET_SERVICE_NONE,
+    mService.reset(secret_service_open_sync(AskingServiceType(), kServiceName, SECRET_SERVICE_NONE,
                                             Limit(), nullptr));
     return mService.get();
 }

@@ -1,4 +1,5 @@
-// One call to the Secret Service, which ends within two seconds.
+// One call to the Secret Service, which ends within two seconds; a dialog that the service shows
+// has no such limit, and two seconds are left for what comes after it.
 //
 // It goes over the process's own connection to the session bus, which libsecret insists on. As GLib
 // makes it, the end of that bus would end the process; it is told not to, and kept, since the next
@@ -6,6 +7,7 @@
 // and no session that the service would hold for us.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -48,7 +50,11 @@ public:
     /// For every call that can block.
     GCancellable* Limit() const { return mLimit.get(); }
 
+    /// While the user is asked, no time runs; after that it starts anew.
+    void SetAsking(bool isAsking);
+
 private:
+    void Watch();
     bool StartService(GDBusConnection& bus) const;
     void CloseSession() const;
 
@@ -56,7 +62,9 @@ private:
     Owned<SecretService> mService;
     GMainContext* mContext;  // owned
     std::mutex mMutex;
-    std::condition_variable mEnd;
-    bool mIsOver = false;  // guarded by mMutex
+    std::condition_variable mChange;
+    std::chrono::steady_clock::time_point mEnd;  // guarded by mMutex
+    bool mIsAsking = false;                      // guarded by mMutex
+    bool mIsOver = false;                        // guarded by mMutex
     std::thread mWatchdog;
 };
