@@ -8,6 +8,7 @@
 #include "loamctl/COutput.h"
 #include "loamctl/DisplayText.h"
 #include "loamctl/Failure.h"
+#include "loamctl/Interruption.h"
 #include "marl/HierarchicalException.h"
 
 namespace {
@@ -41,6 +42,8 @@ Reading ReadFile(CFileSpec const& spec, CDocument& document)
     try {
         document.Read(spec);
     } catch (HierarchicalException const& failure) {
+        // A call that was ended by a nudge has failed by no fault of the file.
+        ThrowIfInterrupted();
         return Failed(DescribeFailure(failure));
     } catch (std::bad_alloc const&) {
         return Failed("not enough memory");
