@@ -214,6 +214,12 @@ constexpr std::uint64_t LowBits(std::size_t count)
     return count >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
 }
 
+// Fetches the line that is written some vectors later; beyond the end it does no harm.
+LOAM_VBMI inline void PrefetchForWriting(void const* out)
+{
+    _mm_prefetch(static_cast<char const*>(out) + 512, _MM_HINT_ET0);
+}
+
 LOAM_VBMI inline __m512i EncodeVector(__m512i bytes, __m512i order, __m512i alphabet)
 {
     __m512i const groups = Permute(order, bytes);
@@ -234,8 +240,7 @@ LOAM_VBMI void EncodeVBMI(unsigned char const* in, std::size_t size, char* out)
     __m512i const order = Load(kSplitOrder.mPlaces);
     __m512i const alphabet = Load(cEncodingTable);
     for (; size >= 64; in += 48, size -= 48, out += 64) {
-        // The line is fetched to be written some vectors later; beyond the end it does no harm.
-        _mm_prefetch(out + 512, _MM_HINT_ET0);
+        PrefetchForWriting(out);
         _mm512_storeu_si512(out, EncodeVector(Load(in), order, alphabet));
     }
     for (; size > 48; in += 48, size -= 48, out += 64)
@@ -254,6 +259,14 @@ LOAM_VBMI inline __m512i DecodeVector(__m512i text, std::uint64_t* bad)
     return Permute(Load(kJoinOrder.mPlaces), groups);
 }
 
+// g++ would load again what it needs twice, and half of it lies across two cache lines.
+LOAM_VBMI inline __m512i LoadOnce(void const* from)
+{
+    __m512i vector = Load(from);
+    asm("" : "+v"(vector));
+    return vector;
+}
+
 // Where all is good, which branches foresee, the answer doesn't wait for the characters: the next
 // line is begun before this one is done.
 LOAM_VBMI std::size_t DecodeVBMI(char const* in, std::size_t size, unsigned char* out)
@@ -261,7 +274,8 @@ LOAM_VBMI std::size_t DecodeVBMI(char const* in, std::size_t size, unsigned char
     std::uint64_t bad = 0;
     std::size_t done = 0;
     for (; size - done >= 64; done += 64, out += 48) {
-        __m512i const bytes = DecodeVector(Load(in + done), &bad);
+        PrefetchForWriting(out);
+        __m512i const bytes = DecodeVector(LoadOnce(in + done), &bad);
         if (bad != 0) {
             std::size_t const good = WholeGroups(bad);
             _mm512_mask_storeu_epi8(out, LowBits(good / 4 * 3), bytes);
