@@ -259,7 +259,7 @@ LOAM_VBMI inline __m512i DecodeVector(__m512i text, std::uint64_t* bad)
     return Permute(Load(kJoinOrder.mPlaces), groups);
 }
 
-// g++ would load again what it needs twice, and half of it lies across two cache lines.
+// g++ would load again what is needed twice, and text mostly lies across two cache lines.
 LOAM_VBMI inline __m512i LoadOnce(void const* from)
 {
     __m512i vector = Load(from);
