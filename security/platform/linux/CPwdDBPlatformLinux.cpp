@@ -110,6 +110,7 @@ Value ValueOf(std::string const& password)
 // What `FindItem` hands out. An item doesn't hold its service by itself.
 struct FoundItem
 {
+    StStoreContext mContext;
     Owned<SecretService> mService;
     Owned<SecretItem> mItem;
 };
@@ -192,7 +193,7 @@ public:
             Items items;
             PwdSearchResult const result = Search(call, key, false, items);
             if (result == kPwdFound)
-                *item = new FoundItem{Ref(call.Service()), Ref(FirstOf(items))};
+                *item = new FoundItem{call.Context(), Ref(call.Service()), Ref(FirstOf(items))};
             return result;
         });
     }

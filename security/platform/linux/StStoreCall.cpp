@@ -117,6 +117,22 @@ GType AskingServiceType()
 
 }  // namespace
 
+StStoreContext::StStoreContext()
+    : mContext(g_main_context_new())
+{
+}
+
+StStoreContext::StStoreContext(StStoreContext const& other)
+    : mContext(g_main_context_ref(other.mContext))
+{
+}
+
+StStoreContext::~StStoreContext()
+{
+    while (g_main_context_iteration(mContext, FALSE)) {}
+    g_main_context_unref(mContext);
+}
+
 StStoreCall::StStoreCall()
     : mLimit(g_cancellable_new())
     , mEnd(std::chrono::steady_clock::now() + kLongestCall)
@@ -133,8 +149,7 @@ StStoreCall::StStoreCall()
         throw;
     }
     pthread_sigmask(SIG_SETMASK, &former, nullptr);
-    mContext = g_main_context_new();
-    g_main_context_push_thread_default(mContext);
+    g_main_context_push_thread_default(mContext.Get());
     sCurrent = this;
 }
 
@@ -142,8 +157,7 @@ StStoreCall::~StStoreCall()
 {
     if (mService) CloseSession();
     mService.reset();
-    g_main_context_pop_thread_default(mContext);
-    g_main_context_unref(mContext);
+    g_main_context_pop_thread_default(mContext.Get());
     sCurrent = nullptr;
     {
         std::lock_guard const lock(mMutex);

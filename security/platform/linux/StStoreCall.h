@@ -26,6 +26,24 @@ struct ObjectUnref
 template <class T>
 using Owned = std::unique_ptr<T, ObjectUnref>;
 
+/// The main context in which objects of a call were made. What they leave behind when they go, such
+/// as the names of the signals that they heard, is only freed in there, and nobody else runs it.
+class StStoreContext
+{
+public:
+    StStoreContext();
+    /// The same context, for objects that live on.
+    StStoreContext(StStoreContext const& other);
+    StStoreContext& operator=(StStoreContext const&) = delete;
+    /// To be destroyed behind the objects.
+    ~StStoreContext();
+
+    GMainContext* Get() const { return mContext; }
+
+private:
+    GMainContext* mContext;  // a reference of its own
+};
+
 /// For a scope of one thread. What signals bring meanwhile goes with it too, instead of waiting in
 /// the host's main loop.
 class StStoreCall
@@ -47,6 +65,9 @@ public:
     /// What it goes on with; null at first.
     SecretService* Service() const { return mService.get(); }
 
+    /// Where what it makes belongs to.
+    StStoreContext const& Context() const { return mContext; }
+
     /// For every call that can block.
     GCancellable* Limit() const { return mLimit.get(); }
 
@@ -58,9 +79,9 @@ private:
     bool StartService(GDBusConnection& bus) const;
     void CloseSession() const;
 
+    StStoreContext mContext;
     Owned<GCancellable> mLimit;
     Owned<SecretService> mService;
-    GMainContext* mContext;  // owned
     std::mutex mMutex;
     std::condition_variable mChange;
     std::chrono::steady_clock::time_point mEnd;  // guarded by mMutex
