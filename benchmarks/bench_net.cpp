@@ -11,6 +11,7 @@
 #include <benchmark/benchmark.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include "marl/HierarchicalException.h"
@@ -55,6 +56,16 @@ struct PlainPair
         close(mServer);
     }
 
+    // 0 sets no limit, as with `CNetConnection`.
+    void SetTimeouts(int seconds) const
+    {
+        timeval const limit = {seconds, 0};
+        for (int const socket : {mClient, mServer}) {
+            for (int const option : {SO_RCVTIMEO, SO_SNDTIMEO})
+                setsockopt(socket, SOL_SOCKET, option, &limit, sizeof limit);
+        }
+    }
+
     int mClient;
     int mServer;
 };
@@ -88,6 +99,7 @@ bool ReceiveAll(int socket, char* buffer, std::size_t size)
 void EchoPlain(benchmark::State& state)
 {
     PlainPair const pair;
+    pair.SetTimeouts(static_cast<int>(state.range(0)));
     std::thread echo([&] {
         char buffer[kMessage];
         while (ReceiveAll(pair.mServer, buffer, kMessage))
@@ -105,13 +117,14 @@ void EchoPlain(benchmark::State& state)
 void EchoLoam(benchmark::State& state)
 {
     LoamPair pair;
+    auto const seconds = static_cast<unsigned int>(state.range(0));
     std::thread echo([&] {
         try {
             char buffer[kMessage];
             for (;;) {
                 unsigned int size = kMessage;
-                pair.mServer->ReceiveData(buffer, size, 5);
-                pair.mServer->SendData(buffer, size, 5);
+                pair.mServer->ReceiveData(buffer, size, seconds);
+                pair.mServer->SendData(buffer, size, seconds);
             }
         } catch (HierarchicalException const&) {
             // The client has gone.
@@ -119,9 +132,9 @@ void EchoLoam(benchmark::State& state)
     });
     char buffer[kMessage] = "echo";
     for (auto _ : state) {
-        pair.mClient.SendData(buffer, kMessage, 5);
+        pair.mClient.SendData(buffer, kMessage, seconds);
         unsigned int size = kMessage;
-        pair.mClient.ReceiveData(buffer, size, 5);
+        pair.mClient.ReceiveData(buffer, size, seconds);
     }
     pair.mClient.CancelCurrentOperation(SomeThread());
     echo.join();
@@ -214,8 +227,9 @@ void CancelWakesUp(benchmark::State& state)
 
 }  // namespace
 
-BENCHMARK(EchoPlain)->UseRealTime();
-BENCHMARK(EchoLoam)->UseRealTime();
+// Without a limit of time, and with one, which both sides give the system alike.
+BENCHMARK(EchoPlain)->ArgName("seconds")->Arg(0)->Arg(5)->UseRealTime();
+BENCHMARK(EchoLoam)->ArgName("seconds")->Arg(0)->Arg(5)->UseRealTime();
 BENCHMARK(LinesByteByByte)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(LinesLoam)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(CancelWakesUp)->UseRealTime()->Iterations(1000);

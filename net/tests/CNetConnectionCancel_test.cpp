@@ -153,7 +153,7 @@ TEST(CNetConnectionCancel, EndsAReceive)
     Link link;
     char buffer[10];
     unsigned int size = 10;
-    EXPECT_EQ(CancelIn(SYS_read, *link.mOurs, [&] { link.mOurs->ReceiveData(buffer, size, 0); }),
+    EXPECT_EQ(CancelIn(SYS_recvfrom, *link.mOurs, [&] { link.mOurs->ReceiveData(buffer, size, 0); }),
               NetFailure(kNetBrokenPipe, kNetReceive, EPIPE));
     EXPECT_EQ(link.mPeer.ReceiveAll(), "");
     EXPECT_EQ(FailureOf([&] { link.mOurs->GetAmountUnread(); }).mOSError, EBADF);
@@ -165,7 +165,7 @@ TEST(CNetConnectionCancel, LeavesWhatHadCome)
     link.mPeer.Send("four");
     char buffer[10];
     unsigned int size = 10;
-    EXPECT_EQ(CancelIn(SYS_read, *link.mOurs, [&] { link.mOurs->ReceiveData(buffer, size, 60); }),
+    EXPECT_EQ(CancelIn(SYS_recvfrom, *link.mOurs, [&] { link.mOurs->ReceiveData(buffer, size, 60); }),
               Failure());
     EXPECT_EQ(std::string(buffer, size), "four");
 }
@@ -178,7 +178,7 @@ TEST(CNetConnectionCancel, EndsALine)
     // The bytes that are there come first.
     while (link.mOurs->GetAmountUnread() < 6)
         std::this_thread::yield();
-    EXPECT_EQ(CancelIn(SYS_read, *link.mOurs, [&] { link.mOurs->ReceiveLine(&line, 0, 0); }),
+    EXPECT_EQ(CancelIn(SYS_recvfrom, *link.mOurs, [&] { link.mOurs->ReceiveLine(&line, 0, 0); }),
               NetFailure(kNetBrokenPipe, kNetReceive, EPIPE));
     EXPECT_EQ(line, "no end");
 }
@@ -188,7 +188,7 @@ TEST(CNetConnectionCancel, EndsASend)
 {
     Link link;
     std::string const much(1 << 20, 'x');
-    Failure const failure = CancelIn(SYS_write, *link.mOurs, [&] {
+    Failure const failure = CancelIn(SYS_sendto, *link.mOurs, [&] {
         for (;;)
             link.mOurs->SendData(much, 0);
     });
@@ -260,7 +260,7 @@ TEST(CNetConnectionCancel, LetsTheObjectBeUsedAgain)
         connection.SendData("round\n", 0);
         ASSERT_EQ(LineFrom(connection), "round");
         std::string line;
-        ASSERT_EQ(CancelIn(SYS_read, connection, [&] { connection.ReceiveLine(&line, 0, 0); }),
+        ASSERT_EQ(CancelIn(SYS_recvfrom, connection, [&] { connection.ReceiveLine(&line, 0, 0); }),
                   NetFailure(kNetBrokenPipe, kNetReceive, EPIPE));
     }
 }

@@ -44,7 +44,7 @@ thread_local Fault sAccept, sClose, sConnect, sFcntl, sGethostname, sGetifaddrs,
     sGetsockopt, sIoctl, sSetsockopt, sShutdown, sSocket;
 thread_local std::function<int(pollfd*, nfds_t)> sPoll;
 thread_local std::function<int(addrinfo const&)> sGetaddrinfo;  // -1 for the real one
-thread_local std::function<void()> sBeforeRead;
+thread_local std::function<void()> sBeforeReceive;
 thread_local std::function<bool(int)> sIsLoopback;  // whether a family's addresses are that
 thread_local int sConnectFlags = -1;                // of the descriptor, at the last connect
 thread_local bool sNoInterfaces = false;
@@ -69,7 +69,7 @@ int __real_getsockname(int, sockaddr*, socklen_t*);
 int __real_getsockopt(int, int, int, void*, socklen_t*);
 int __real_ioctl(int, unsigned long, ...);
 int __real_poll(pollfd*, nfds_t, int);
-ssize_t __real_read(int, void*, size_t);
+ssize_t __real_recv(int, void*, size_t, int);
 int __real_setsockopt(int, int, int, void const*, socklen_t);
 int __real_shutdown(int, int);
 int __real_socket(int, int, int);
@@ -163,10 +163,10 @@ int __wrap_poll(pollfd* waits, nfds_t count, int time)
     return sPoll ? std::exchange(sPoll, nullptr)(waits, count) : __real_poll(waits, count, time);
 }
 
-ssize_t __wrap_read(int descriptor, void* buffer, size_t size)
+ssize_t __wrap_recv(int descriptor, void* buffer, size_t size, int flags)
 {
-    if (sBeforeRead) std::exchange(sBeforeRead, nullptr)();
-    return __real_read(descriptor, buffer, size);
+    if (sBeforeReceive) std::exchange(sBeforeReceive, nullptr)();
+    return __real_recv(descriptor, buffer, size, flags);
 }
 
 int __wrap_setsockopt(int descriptor, int level, int option, void const* value, socklen_t length)
@@ -501,7 +501,7 @@ TEST(CNetIntfFaults, ACancelLeavesTheNumberToTheBlockedCall)
     int const before = CountDescriptors();
     Failure failure;
     std::thread reader([&] {
-        sBeforeRead = [&] {
+        sBeforeReceive = [&] {
             isReading.set_value();
             goOn.get_future().wait();
         };
