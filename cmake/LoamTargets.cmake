@@ -108,8 +108,13 @@ function(loam_test name)
     foreach(symbol IN LISTS arg_WRAP)
         target_link_options(${name} PRIVATE -Wl,--wrap=${symbol})
     endforeach()
+    set(lock "")
+    if(arg_LABEL STREQUAL net)
+        # One at a time: a thousand connections of one case take the ports that another one counts on.
+        set(lock RESOURCE_LOCK loopback)
+    endif()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-                         PROPERTIES LABELS ${arg_LABEL} TIMEOUT 300)
+                         PROPERTIES LABELS ${arg_LABEL} TIMEOUT 300 ${lock})
 endfunction()
 
 if(LOAM_TESTS)
