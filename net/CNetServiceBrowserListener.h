@@ -1,8 +1,6 @@
 // Who is told which services come and go.
 #pragma once
 
-#include "foundation/LoamExport.h"
-
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,7 +11,7 @@ class CNetServiceBrowser;
 ///
 /// Called on the library's events thread, so operations should be short; they may stop, start and
 /// delete `browser`. An exception that leaves one ends the process.
-class LOAM_EXPORT CNetServiceBrowserListener
+class CNetServiceBrowserListener
 {
 public:
     CNetServiceBrowserListener() = default;

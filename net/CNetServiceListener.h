@@ -1,12 +1,10 @@
 // Who is told what became of a registration.
 #pragma once
 
-#include "foundation/LoamExport.h"
-
 class CNetService;
 
 /// Derived from by the host, which owns it and keeps it until the service is unregistered.
-class LOAM_EXPORT CNetServiceListener
+class CNetServiceListener
 {
 public:
     CNetServiceListener() = default;
