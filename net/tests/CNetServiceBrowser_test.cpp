@@ -399,7 +399,7 @@ TEST_F(CNetServiceEventsThreadTest, LetsSeveralThreadsBrowseStopAndDelete)
     mPlatform.AnswerByItself(3);
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([this, i] {
+        threads.emplace_back([i] {
             CNotes listener;
             for (int round = 0; round < kRounds; ++round) {
                 auto browser = std::make_unique<CNetServiceBrowser>();
