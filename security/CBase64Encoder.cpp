@@ -58,7 +58,8 @@ void CBase64Encoder::Decode(char const* in, unsigned char* out, short* count)
 {
     // Kept on purpose: what isn't of the alphabet, a line break in here too, counts as "A".
     JoinBase64(ValueOf(in[0]), ValueOf(in[1]), ValueOf(in[2]), ValueOf(in[3]), out);
-    *count = in[2] == '=' ? 1 : in[3] == '=' ? 2 : 3;
+    int const real = in[2] == '=' ? 1 : in[3] == '=' ? 2 : 3;
+    *count = static_cast<short>(real);
 }
 
 void CBase64Encoder::Encode(memblock const& in, memblock* out, bool lineBreaks)

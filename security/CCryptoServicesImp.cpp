@@ -76,8 +76,10 @@ void* CCryptoServicesImp::SymetricEncryptAESInit(bool encrypt, char const* key) 
 {
     std::size_t const length = std::strlen(key);
     // Kept on purpose: nothing over and over never makes 16 bytes.
-    while (length == 0)
-        pause();
+    if (length == 0) {
+        for (;;)
+            pause();
+    }
     StWipedBytes<kAESKeySize> stretched;
     // Kept on purpose: what is beyond 16 bytes has no effect.
     for (std::size_t i = 0, from = 0; i < kAESKeySize; ++i) {
