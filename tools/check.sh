@@ -42,6 +42,7 @@ check_exports() { tools/check-exports; }
 check_macos() { tools/check-macos; }
 
 check_tables() {
+    python3 tools/types/generate_table.py --check
     if [ -d ../shared/ucd-13.0.0 ]; then
         python3 tools/unicode/generate_tables.py --check
     else
