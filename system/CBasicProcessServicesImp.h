@@ -1,16 +1,141 @@
-// What process control does.
+// What process control does: priority, launching and ending other processes, helper programs,
+// startup processes, processors and their load.
+//
+// Nothing here throws but `std::bad_alloc`: each operation tells how it reports a failure. Texts
+// are UTF-8. Any thread may call, but two at once must not sample the load of one object
+// (`GetCPUActivity`).
 #pragma once
 
+#include "files/CBasicFileSpec.h"
 #include "foundation/LoamExport.h"
+
+#include <string>
+#include <vector>
+
+class CFileSpec;
 
 class LOAM_EXPORT CBasicProcessServicesImp
 {
 public:
+    /// Five levels, which set the process's nice value to 20, 10, 0, -10 and -20.
+    enum Priority : unsigned int
+    {
+        kPriorityLowest = 0,
+        kPriorityLow = 1,
+        kPriorityNormal = 2,
+        kPriorityHigh = 3,
+        kPriorityHighest = 4,
+    };
+
     CBasicProcessServicesImp() = default;
     CBasicProcessServicesImp(CBasicProcessServicesImp const&) = delete;
     CBasicProcessServicesImp& operator=(CBasicProcessServicesImp const&) = delete;
-    virtual ~CBasicProcessServicesImp() = default;
 
+    // Virtual operations keep their order for ever; new ones go last.
+
+    virtual ~CBasicProcessServicesImp() = default;
+    /// Sets the priority of this process with all its threads; any other number than those named
+    /// sets that of `kPriorityNormal`. 0, or -1 with `errno` if the system refuses, as it does with
+    /// a higher one for an ordinary user.
+    virtual int SetPriority(Priority priority) const = 0;
+    /// The level by the nice value: 20 and more is `kPriorityLowest`, 1 to 19 `kPriorityLow`, 0
+    /// `kPriorityNormal`, -20 to -1 `kPriorityHighest`. So `kPriorityHigh` reads back as
+    /// `kPriorityHighest`, as does a failure, and on Linux, which cuts 20 to 19, `kPriorityLowest`
+    /// reads back as `kPriorityLow`.
+    virtual Priority GetPriority() const = 0;
+    /// Turns the process into one without a place in the desktop's lists, or back. False, with no
+    /// effect, where the desktop doesn't offer that; always so on Linux.
+    virtual bool SetDaemonMode(bool isDaemon) const = 0;
+    /// Changes the name that the desktop shows for the process. False where the desktop doesn't
+    /// offer that; always so on Linux.
+    virtual bool ChangeProcessName(char const* name) const = 0;
+    /// Does nothing on the systems of today.
+    virtual void EnableCrashUserAlerts(bool enable) const = 0;
+    /// From here on the children of this process leave nothing behind when they end. Nobody can
+    /// then learn how they ended; a wait for one of them fails.
+    virtual void PreventChildZombies() const = 0;
+    /// Starts a program and doesn't wait for it. The identifier of the child, which the caller
+    /// collects, or 0 if it can't be started. A folder whose name ends in ".app" stands for the
+    /// program inside it where the desktop finds one. The program's path is argument 0 of the
+    /// child, each further argument is cut at its first NUL, and no search path is looked at. The
+    /// last argument isn't read.
+    ///
+    /// The child has all that a child inherits: environment, folder, priority, open descriptors
+    /// that aren't marked close-on-exec, and the calling thread's blocked signals. Signals that are
+    /// ignored stay ignored in it: SIGPIPE once this process has used the network, SIGCHLD after
+    /// `PreventChildZombies`.
+    virtual int LaunchProcess(CFileSpec const& program,
+                              std::vector<std::string> const& arguments,
+                              bool unused) const = 0;
     /// The identifier of this process.
     virtual int GetCurrentProcess() const = 0;
+    /// When the system was started, in seconds since 1970-01-01 00:00:00 UTC; -1 if it doesn't
+    /// tell. On Linux it may be a second off from one call to another.
+    virtual long GetBootTime() const = 0;
+    /// Whether there is such a process. One that has ended and waits for its parent to collect it
+    /// isn't running.
+    virtual bool IsProcessRunning(int process) const = 0;
+    /// Asks the process to end (SIGTERM), and kills it (SIGKILL) if it is still there after three
+    /// seconds. Blocks until it is gone, for up to these three seconds. As with `kill`, 0 is the
+    /// caller's own process group, and a negative number a group or everything: never hand on the
+    /// 0 of a launch that failed.
+    virtual void KillProcess(int process) const = 0;
+
+    // Startup processes: programs that the system runs for the user from log-in on, or for all.
+
+    virtual bool InstallStartupProcess(CFileSpec const& program,
+                                       std::string const& label,
+                                       bool system,
+                                       std::vector<std::string> const& arguments) const = 0;
+    virtual void CheckStartupProcess(CFileSpec const& program,
+                                     std::string const& label,
+                                     bool system,
+                                     std::vector<std::string> const& arguments,
+                                     bool& exists,
+                                     bool& upToDate,
+                                     bool& writable) const = 0;
+    virtual void UninstallStartupProcess(CFileSpec const& program,
+                                         std::string const& label,
+                                         bool system,
+                                         bool unloadFirst) const = 0;
+    virtual std::string StartStartupProcess(std::string const& label) const = 0;
+    virtual std::string StopStartupProcess(std::string const& label) const = 0;
+
+    // Helper programs.
+
+    virtual std::string ExecuteSubprocess(std::string const& launchPath,
+                                          std::vector<std::string> const& arguments,
+                                          float timeoutSeconds) const = 0;
+
+    // Processors.
+
+    /// How many cores and how many processors (threads of a core) the machine has, those that
+    /// are switched off among them. 0 for what the system doesn't tell.
+    virtual void GetCPUInfo(int& physical, int& logical) const = 0;
+    /// The load since the call before. The first one only takes a sample and answers false, as does
+    /// one for which the system has no answer: `perProcessorLoad` is then empty and the other two
+    /// are as they were.
+    ///
+    /// Each load is a fraction: 1.0 is one processor's whole time. `totalLoad` is the sum over all
+    /// of them, and `processLoad` what this process used. A processor with no tick (10 ms) of the
+    /// system's clock between two calls has a load of 0: call a few times a second at most.
+    virtual bool GetCPUActivity(float& totalLoad,
+                                std::vector<float>& perProcessorLoad,
+                                float& processLoad) const = 0;
+
+    // More of startup processes.
+
+    virtual std::string UnloadStartupProcess(std::string const& label) const = 0;
+    virtual void GetStartupProcessPlistFile(std::string const& label,
+                                            CBasicFileSpec::StdContainerEnum container,
+                                            char const* folderName,
+                                            CFileSpec& file,
+                                            bool& exists,
+                                            bool& writable) const = 0;
+    virtual void GetStartupProcessPlistFile(std::string const& label,
+                                            bool system,
+                                            CFileSpec& file,
+                                            bool& exists,
+                                            bool& writable,
+                                            std::string& userName) const = 0;
 };
