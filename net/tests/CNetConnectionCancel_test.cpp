@@ -153,8 +153,9 @@ TEST(CNetConnectionCancel, EndsAReceive)
     Link link;
     char buffer[10];
     unsigned int size = 10;
-    EXPECT_EQ(CancelIn(SYS_recvfrom, *link.mOurs, [&] { link.mOurs->ReceiveData(buffer, size, 0); }),
-              NetFailure(kNetBrokenPipe, kNetReceive, EPIPE));
+    EXPECT_EQ(
+        CancelIn(SYS_recvfrom, *link.mOurs, [&] { link.mOurs->ReceiveData(buffer, size, 0); }),
+        NetFailure(kNetBrokenPipe, kNetReceive, EPIPE));
     EXPECT_EQ(link.mPeer.ReceiveAll(), "");
     EXPECT_EQ(FailureOf([&] { link.mOurs->GetAmountUnread(); }).mOSError, EBADF);
 }
@@ -165,8 +166,9 @@ TEST(CNetConnectionCancel, LeavesWhatHadCome)
     link.mPeer.Send("four");
     char buffer[10];
     unsigned int size = 10;
-    EXPECT_EQ(CancelIn(SYS_recvfrom, *link.mOurs, [&] { link.mOurs->ReceiveData(buffer, size, 60); }),
-              Failure());
+    EXPECT_EQ(
+        CancelIn(SYS_recvfrom, *link.mOurs, [&] { link.mOurs->ReceiveData(buffer, size, 60); }),
+        Failure());
     EXPECT_EQ(std::string(buffer, size), "four");
 }
 
