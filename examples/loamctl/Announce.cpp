@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -101,22 +100,14 @@ std::string CheckPair(std::string const& text)
 
 }  // namespace
 
-Command AddAnnounce(CLI::App& app)
+Command AddAnnounce(CArguments program)
 {
-    CLI::App* const announce =
-        app.add_subcommand("announce", "Let a service be found on the network");
+    CArguments announce = program.AddCommand("announce", "Let a service be found on the network");
     auto const options = std::make_shared<AnnounceOptions>();
-    announce->add_option("NAME", options->mName, "What people see")->required()->option_text(" ");
-    announce->add_option("TYPE", options->mType, "What it is, such as _http._tcp")
-        ->required()
-        ->option_text(" ");
-    announce->add_option("PORT", options->mPort, "Where it listens")
-        ->required()
-        ->check(CLI::Range(1, 65535))
-        ->option_text(" ");
-    announce->add_option("KEY=VALUE", options->mPairs, "What else there is to know")
-        ->check(CLI::Validator(CheckPair, ""))
-        ->option_text("...");
-    announce->footer(kNotes);
+    announce.Add("NAME", options->mName, "What people see").Required();
+    announce.Add("TYPE", options->mType, "What it is, such as _http._tcp").Required();
+    announce.Add("PORT", options->mPort, "Where it listens").Required().InRange(1, 65535);
+    announce.Add("KEY=VALUE", options->mPairs, "What else there is to know").Checked(CheckPair);
+    announce.SetNotes(kNotes);
     return {announce, [options](Session& session) { return Announce(*options, session); }};
 }

@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddAnnounce(CLI::App& app);
+Command AddAnnounce(CArguments program);

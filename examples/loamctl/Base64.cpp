@@ -3,7 +3,6 @@
 #include <memory>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "loamctl/Bytes.h"
@@ -75,17 +74,16 @@ int Convert(Base64Options const& options, Session& session)
 
 }  // namespace
 
-Command AddBase64(CLI::App& app)
+Command AddBase64(CArguments program)
 {
-    CLI::App* const base64 = app.add_subcommand("base64", "Write bytes as Base64, or read them");
+    CArguments base64 = program.AddCommand("base64", "Write bytes as Base64, or read them");
     auto const options = std::make_shared<Base64Options>();
-    base64->add_option("FILE", options->mSource, "The file; by default standard input")
-        ->option_text(" ");
-    auto* const decode = base64->add_flag("-d,--decode", options->mDecode, "Read Base64");
-    base64->add_flag("--lines", options->mLines, "Write lines of 76 characters, with CR LF")
-        ->excludes(decode);
-    base64->add_option("-o,--output", options->mTarget.mPath, "Write to FILE, whole or not at all")
-        ->option_text("FILE");
-    base64->add_flag("-f,--force", options->mTarget.mOverwrite, "Replace FILE if it is there");
+    base64.Add("FILE", options->mSource, "The file; by default standard input");
+    COption const decode = base64.AddFlag("-d,--decode", options->mDecode, "Read Base64");
+    base64.AddFlag("--lines", options->mLines, "Write lines of 76 characters, with CR LF")
+        .Excludes(decode);
+    base64.Add("-o,--output", options->mTarget.mPath, "Write to FILE, whole or not at all")
+        .Shown("FILE");
+    base64.AddFlag("-f,--force", options->mTarget.mOverwrite, "Replace FILE if it is there");
     return {base64, [options](Session& session) { return Convert(*options, session); }};
 }

@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddBase64(CLI::App& app);
+Command AddBase64(CArguments program);

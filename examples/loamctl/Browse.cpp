@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <net/if.h>
 #include <nlohmann/json.hpp>
@@ -108,14 +107,12 @@ int Browse(std::string const& type, Session& session)
 
 }  // namespace
 
-Command AddBrowse(CLI::App& app)
+Command AddBrowse(CArguments program)
 {
-    CLI::App* const browse =
-        app.add_subcommand("browse", "Tell which services are on the network, as they come and go");
+    CArguments browse =
+        program.AddCommand("browse", "Tell which services are on the network, as they come and go");
     auto const type = std::make_shared<std::string>();
-    browse->add_option("TYPE", *type, "What to look for, such as _http._tcp")
-        ->required()
-        ->option_text(" ");
-    browse->footer(kNotes);
+    browse.Add("TYPE", *type, "What to look for, such as _http._tcp").Required();
+    browse.SetNotes(kNotes);
     return {browse, [type](Session& session) { return Browse(*type, session); }};
 }

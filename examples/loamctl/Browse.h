@@ -4,4 +4,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddBrowse(CLI::App& app);
+Command AddBrowse(CArguments program);

@@ -1,6 +1,7 @@
 #include "loamctl/CCrew.h"
 
 #include <exception>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,6 +14,7 @@
 #include "loamctl/COutput.h"
 #include "loamctl/CProgress.h"
 #include "loamctl/Interruption.h"
+#include "loamctl/StartThread.h"
 #include "marl/HierarchicalException.h"
 
 namespace {
@@ -162,16 +164,14 @@ bool CCrew::Give(CBasicWalk& walk)
 
 void CCrew::StartThread()
 {
-    auto thread = std::make_unique<CCrewThread>(*this, mMakeWorker());
     try {
-        thread->mImp->Start();
+        ::StartThread(std::make_unique<CCrewThread>(*this, mMakeWorker()));
     } catch (HierarchicalException const&) {
         // The system has no more of them: fewer will do.
         if (mThreads == 0) throw;
         mMostThreads = mThreads;
         return;
     }
-    thread.release();  // it owns itself now, and may have gone
     ++mThreads;
 }
 

@@ -1,6 +1,7 @@
 #include "loamctl/CProgress.h"
 
 #include <chrono>
+#include <cmath>
 #include <utility>
 
 #include <fmt/format.h>
@@ -81,7 +82,7 @@ CProgress::LineOf(long long files, long long bytes, double share, long long elap
     if (elapsed >= kFirstGuess && share >= kLeastShare && share <= 1) {
         double const left = seconds * (1 - share) / share;
         if (left <= kLongestGuess)
-            line += fmt::format(", {} left", TimeForPeople(static_cast<long long>(left + 0.5)));
+            line += fmt::format(", {} left", TimeForPeople(std::llround(left)));
     }
     return line;
 }

@@ -1,6 +1,7 @@
 #include "loamctl/CServer.h"
 
 #include <exception>
+#include <memory>
 #include <utility>
 
 #include <fmt/format.h>
@@ -10,6 +11,7 @@
 #include "loamctl/CAnswerer.h"
 #include "loamctl/CRunLog.h"
 #include "loamctl/Interruption.h"
+#include "loamctl/StartThread.h"
 #include "marl/HierarchicalException.h"
 
 namespace {
@@ -94,7 +96,7 @@ CServer::~CServer()
 
 void CServer::Run()
 {
-    (new CAcceptor(*this))->mImp->Start();
+    StartThread(std::make_unique<CAcceptor>(*this));
     mAcceptorGone.Wait();
     for (int gone = 0; gone < mThreads; ++gone)
         mGone.Wait();
@@ -138,13 +140,12 @@ void CServer::Take(std::unique_ptr<CNetConnection> connection)
         return;
     }
     auto const client = mClients.insert(mClients.end(), Client{std::move(connection), nullptr});
-    auto* const talk = new CTalk(*this, client);
-    client->mThread = talk;
+    auto talk = std::make_unique<CTalk>(*this, client);
+    client->mThread = talk.get();
     try {
-        talk->mImp->Start();
+        StartThread(std::move(talk));
         ++mThreads;
     } catch (HierarchicalException const&) {
-        delete talk;
         mClients.erase(client);
         throw;
     }

@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -66,11 +65,11 @@ int TellCharsets(std::vector<std::string> const& paths, COutput& output)
 
 }  // namespace
 
-Command AddCharset(CLI::App& app)
+Command AddCharset(CArguments program)
 {
-    CLI::App* const charset = app.add_subcommand("charset", "Tell which charset files are in");
+    CArguments charset = program.AddCommand("charset", "Tell which charset files are in");
     auto const paths = std::make_shared<std::vector<std::string>>();
-    charset->add_option("FILE", *paths, "The files")->required()->option_text("...");
-    charset->footer(kNotes);
+    charset.Add("FILE", *paths, "The files").Required();
+    charset.SetNotes(kNotes);
     return {charset, [paths](Session& session) { return TellCharsets(*paths, session.mOutput); }};
 }

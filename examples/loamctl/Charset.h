@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddCharset(CLI::App& app);
+Command AddCharset(CArguments program);

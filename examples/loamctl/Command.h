@@ -3,7 +3,7 @@
 // Each command has a pair of files of its own with one function, `Command Add...(CLI::App&)`, which
 // main.cpp lists:
 //
-//     Command AddGreet(CLI::App& app)
+//     Command AddGreet(CArguments program)
 //     {
 //         CLI::App* const greet = app.add_subcommand("greet", "Greet somebody");
 //         auto const options = std::make_shared<GreetOptions>();
@@ -16,9 +16,7 @@
 #include <string>
 #include <vector>
 
-namespace CLI {
-class App;
-}  // namespace CLI
+#include "loamctl/CCommandLine.h"
 
 class CInterruption;
 class COutput;
@@ -37,15 +35,15 @@ struct Session
 
 struct Command
 {
-    CLI::App* mApp;  ///< not owned: what `add_subcommand` answered
+    CArguments mArguments;  ///< what `AddCommand` answered
     /// Does the work and answers the program's exit code. Called at most once, when the options are
     /// set. What is thrown is told on standard error, and the exit code is 2 then.
     std::function<int(Session&)> mRun;
 };
 
 /// Adds the argument PATH..., of any number of files and folders.
-void AddPaths(CLI::App& command, std::vector<std::string>& paths);
+COption AddPaths(CArguments command, std::vector<std::string>& paths);
 
 /// Adds the option -j for the number of files that are worked on at a time, and sets `jobs` to that
 /// of the processors, which it is without the option.
-void AddJobs(CLI::App& command, int& jobs);
+void AddJobs(CArguments command, int& jobs);

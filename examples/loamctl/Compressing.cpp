@@ -1,7 +1,5 @@
 #include "loamctl/Compressing.h"
 
-#include <CLI/CLI.hpp>
-
 #include "files/CFile.h"
 #include "loamctl/CNewFile.h"
 #include "loamctl/DisplayText.h"
@@ -13,19 +11,19 @@ constexpr std::string_view kDictionaryMagic = "\x37\xA4\x30\xEC";
 
 }  // namespace
 
-void AddCompressionOptions(CLI::App& command, CompressionOptions& options)
+void AddCompressionOptions(CArguments command, CompressionOptions& options)
 {
-    auto* const bzip2 =
-        command.add_flag("--bzip2", options.mBzip2, "A bzip2 stream, not a zstd one");
+    COption const bzip2 =
+        command.AddFlag("--bzip2", options.mBzip2, "A bzip2 stream, not a zstd one");
     command
-        .add_flag("--magicless", options.mMagicless,
-                  "Zstd frames without their magic number; both sides must agree")
-        ->excludes(bzip2);
+        .AddFlag("--magicless", options.mMagicless,
+                 "Zstd frames without their magic number; both sides must agree")
+        .Excludes(bzip2);
     command
-        .add_option("--dict", options.mDictionaryPath,
-                    "A zstd dictionary of `loamctl train`; both sides need it")
-        ->excludes(bzip2)
-        ->option_text("D");
+        .Add("--dict", options.mDictionaryPath,
+             "A zstd dictionary of `loamctl train`; both sides need it")
+        .Excludes(bzip2)
+        .Shown("D");
 }
 
 void ReadDictionary(CompressionOptions& options)

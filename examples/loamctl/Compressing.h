@@ -6,11 +6,8 @@
 
 #include "compression/CDataCompressor.h"
 #include "compression/CZstdCompressor.h"
+#include "loamctl/CCommandLine.h"
 #include "marl/amortizedmemblock.h"
-
-namespace CLI {
-class App;
-}  // namespace CLI
 
 struct CompressionOptions
 {
@@ -23,7 +20,7 @@ struct CompressionOptions
 };
 
 /// Adds --bzip2, --magicless and --dict.
-void AddCompressionOptions(CLI::App& command, CompressionOptions& options);
+void AddCompressionOptions(CArguments command, CompressionOptions& options);
 
 /// Reads the dictionary, if one is named. Throws `CUsageError` if the file is none, and what
 /// `CFile` throws.

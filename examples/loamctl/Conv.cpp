@@ -3,7 +3,6 @@
 #include <memory>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "loamctl/CCharset.h"
@@ -26,7 +25,7 @@ struct ConvOptions
 {
     std::string mPath;
     std::string mFrom;
-    std::string mTo;
+    std::string mTo = "UTF-8";
     std::string mTarget;  // empty for standard output
     bool mLossy = false;
     bool mOverwrite = false;
@@ -99,20 +98,17 @@ int Convert(ConvOptions const& options, COutput& output)
 
 }  // namespace
 
-Command AddConv(CLI::App& app)
+Command AddConv(CArguments program)
 {
-    CLI::App* const conv = app.add_subcommand("conv", "Convert a text to another charset");
+    CArguments conv = program.AddCommand("conv", "Convert a text to another charset");
     auto const options = std::make_shared<ConvOptions>();
-    conv->add_option("FILE", options->mPath, "The text")->required()->option_text(" ");
-    conv->add_option("-f,--from", options->mFrom, "The charset of the text")
-        ->option_text("CHARSET");
-    conv->add_option("-t,--to", options->mTo, "The charset to write; UTF-8 by default")
-        ->default_val("UTF-8")
-        ->option_text("CHARSET");
-    conv->add_flag("--lossy", options->mLossy, "Replace what doesn't fit");
-    conv->add_option("-o,--output", options->mTarget, "What to write; standard output by default")
-        ->option_text("FILE");
-    conv->add_flag("--force", options->mOverwrite, "Replace what is there already");
-    conv->footer(kNotes);
+    conv.Add("FILE", options->mPath, "The text").Required();
+    conv.Add("-f,--from", options->mFrom, "The charset of the text").Shown("CHARSET");
+    conv.Add("-t,--to", options->mTo, "The charset to write; UTF-8 by default").Shown("CHARSET");
+    conv.AddFlag("--lossy", options->mLossy, "Replace what doesn't fit");
+    conv.Add("-o,--output", options->mTarget, "What to write; standard output by default")
+        .Shown("FILE");
+    conv.AddFlag("--force", options->mOverwrite, "Replace what is there already");
+    conv.SetNotes(kNotes);
     return {conv, [options](Session& session) { return Convert(*options, session.mOutput); }};
 }

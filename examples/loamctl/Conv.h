@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddConv(CLI::App& app);
+Command AddConv(CArguments program);

@@ -3,7 +3,6 @@
 #include <memory>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "loamctl/Bytes.h"
@@ -77,26 +76,23 @@ int Crypt(CryptOptions const& options, Session& session)
 
 }  // namespace
 
-Command AddCrypt(CLI::App& app)
+Command AddCrypt(CArguments program)
 {
-    CLI::App* const crypt = app.add_subcommand("crypt", "Encrypt or decrypt by a passphrase");
+    CArguments crypt = program.AddCommand("crypt", "Encrypt or decrypt by a passphrase");
     auto const options = std::make_shared<CryptOptions>();
-    crypt->add_option("FILE", options->mSource, "The file; by default standard input")
-        ->option_text(" ");
-    auto* const cipher = crypt->add_option_group("Cipher");
-    cipher->add_flag("--aes", options->mAES, "AES-128");
-    cipher->add_flag("--blowfish", options->mBlowfish, "Blowfish");
-    cipher->require_option(1);
-    crypt->add_flag("-d,--decrypt", options->mDecrypt, "Decrypt");
+    crypt.Add("FILE", options->mSource, "The file; by default standard input");
+    CArguments cipher = crypt.AddChoice("Cipher");
+    cipher.AddFlag("--aes", options->mAES, "AES-128");
+    cipher.AddFlag("--blowfish", options->mBlowfish, "Blowfish");
+    crypt.AddFlag("-d,--decrypt", options->mDecrypt, "Decrypt");
     crypt
-        ->add_option(
-            "--passphrase-fd", options->mDescriptor,
-            "Take the first line of descriptor N for the passphrase; by default it is asked for")
-        ->check(CLI::NonNegativeNumber)
-        ->option_text("N");
-    crypt->add_option("-o,--output", options->mTarget.mPath, "Write to FILE, whole or not at all")
-        ->option_text("FILE");
-    crypt->add_flag("-f,--force", options->mTarget.mOverwrite, "Replace FILE if it is there");
-    crypt->footer(kNotes);
+        .Add("--passphrase-fd", options->mDescriptor,
+             "Take the first line of descriptor N for the passphrase; by default it is asked for")
+        .NotNegative()
+        .Shown("N");
+    crypt.Add("-o,--output", options->mTarget.mPath, "Write to FILE, whole or not at all")
+        .Shown("FILE");
+    crypt.AddFlag("-f,--force", options->mTarget.mOverwrite, "Replace FILE if it is there");
+    crypt.SetNotes(kNotes);
     return {crypt, [options](Session& session) { return Crypt(*options, session); }};
 }

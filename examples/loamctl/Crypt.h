@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddCrypt(CLI::App& app);
+Command AddCrypt(CArguments program);

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -18,6 +17,7 @@
 #include "loamctl/DisplayText.h"
 #include "loamctl/Failure.h"
 #include "loamctl/Interruption.h"
+#include "loamctl/StartThread.h"
 #include "marl/HierarchicalException.h"
 #include "net/CNetConnection.h"
 
@@ -94,7 +94,7 @@ private:
 
 int CFetch::Run()
 {
-    (new CWork(*this))->mImp->Start();
+    StartThread(std::make_unique<CWork>(*this));
     {
         StAbortOnInterrupt const stop([this] { Stop(); });
         mGone.Wait();
@@ -172,18 +172,13 @@ int Fetch(FetchOptions const& options, Session& session)
 
 }  // namespace
 
-Command AddFetch(CLI::App& app)
+Command AddFetch(CArguments program)
 {
-    CLI::App* const fetch = app.add_subcommand("fetch", "Ask what another loamctl serves");
+    CArguments fetch = program.AddCommand("fetch", "Ask what another loamctl serves");
     auto const options = std::make_shared<FetchOptions>();
-    fetch->add_option("HOST", options->mHost, "Where it runs")->required()->option_text(" ");
-    fetch->add_option("PORT", options->mPort, "And on which port")
-        ->required()
-        ->check(CLI::Range(1, 65535))
-        ->option_text(" ");
-    fetch->add_option("LINE", options->mLines, "Questions, such as \"search cafe\"")
-        ->required()
-        ->option_text("...");
-    fetch->footer(kNotes);
+    fetch.Add("HOST", options->mHost, "Where it runs").Required();
+    fetch.Add("PORT", options->mPort, "And on which port").Required().InRange(1, 65535);
+    fetch.Add("LINE", options->mLines, "Questions, such as \"search cafe\"").Required();
+    fetch.SetNotes(kNotes);
     return {fetch, [options](Session& session) { return Fetch(*options, session); }};
 }

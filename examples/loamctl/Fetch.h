@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddFetch(CLI::App& app);
+Command AddFetch(CArguments program);

@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -58,15 +57,14 @@ int HashAll(HashOptions const& options, Session& session)
 
 }  // namespace
 
-Command AddHash(CLI::App& app)
+Command AddHash(CArguments program)
 {
-    CLI::App* const hash = app.add_subcommand("hash", "Tell the SHA-1 of files");
+    CArguments hash = program.AddCommand("hash", "Tell the SHA-1 of files");
     auto const options = std::make_shared<HashOptions>();
     options->mPaths = {"-"};
-    hash->add_option("FILE", options->mPaths, "Files; by default standard input")
-        ->option_text("...");
-    hash->add_flag("--base64", options->mBase64, "As Base64, in place of hexadecimal digits");
-    hash->footer(
+    hash.Add("FILE", options->mPaths, "Files; by default standard input");
+    hash.AddFlag("--base64", options->mBase64, "As Base64, in place of hexadecimal digits");
+    hash.SetNotes(
         "SHA-1 tells copies apart; it does not protect against who makes two files alike.");
     return {hash, [options](Session& session) { return HashAll(*options, session); }};
 }

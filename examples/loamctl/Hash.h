@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddHash(CLI::App& app);
+Command AddHash(CArguments program);

@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -94,16 +93,14 @@ int RunIndex(IndexOptions const& options, Session& session)
 
 }  // namespace
 
-Command AddIndex(CLI::App& app)
+Command AddIndex(CArguments program)
 {
-    CLI::App* const index = app.add_subcommand("index", "Keep documents in a store for searches");
+    CArguments index = program.AddCommand("index", "Keep documents in a store for searches");
     auto const options = std::make_shared<IndexOptions>();
-    AddPaths(*index, options->mPaths);
-    index->add_option("-o,--output", options->mTarget, "The store")
-        ->required()
-        ->option_text("STORE");
-    index->add_flag("-f,--force", options->mOverwrite, "Replace what is there already");
-    index->add_flag("-L,--follow", options->mFollowLinks, "Follow links in folders");
-    index->footer(kNotes);
+    AddPaths(index, options->mPaths);
+    index.Add("-o,--output", options->mTarget, "The store").Required().Shown("STORE");
+    index.AddFlag("-f,--force", options->mOverwrite, "Replace what is there already");
+    index.AddFlag("-L,--follow", options->mFollowLinks, "Follow links in folders");
+    index.SetNotes(kNotes);
     return {index, [options](Session& session) { return RunIndex(*options, session); }};
 }

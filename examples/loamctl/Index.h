@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddIndex(CLI::App& app);
+Command AddIndex(CArguments program);

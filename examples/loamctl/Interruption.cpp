@@ -9,6 +9,7 @@
 #include "concurrency/CMutex.h"
 #include "concurrency/CThread.h"
 #include "concurrency/StMutexLocker.h"
+#include "loamctl/StartThread.h"
 #include "marl/HierarchicalException.h"
 
 namespace {
@@ -131,14 +132,12 @@ void CInterruption::Start()
     sigaction(kNudge, &nudge, &mOldNudge);
     pthread_sigmask(SIG_BLOCK, &mSignals, &mOldMask);
     mNudged = std::make_unique<StNudged>();
-    auto watcher = std::make_unique<CWatcher>(*this);
     try {
-        watcher->mImp->Start();
+        StartThread(std::make_unique<CWatcher>(*this));
     } catch (HierarchicalException const&) {
         PutBack();
         throw;
     }
-    watcher.release();  // it owns itself now
     mReady.Wait();
 }
 

@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -98,15 +97,15 @@ int TellLanguages(LangOptions const& options, Session& session)
 
 }  // namespace
 
-Command AddLang(CLI::App& app)
+Command AddLang(CArguments program)
 {
-    CLI::App* const lang = app.add_subcommand("lang", "Name the language of documents");
+    CArguments lang = program.AddCommand("lang", "Name the language of documents");
     auto const options = std::make_shared<LangOptions>();
-    AddPaths(*lang, options->mPaths);
-    lang->add_option("--profiles", options->mProfiles, "Take the language profiles in FOLDER")
-        ->option_text("FOLDER");
-    lang->add_flag("-L,--follow", options->mFollowLinks, "Follow links in folders");
-    AddJobs(*lang, options->mJobs);
-    lang->footer(kNotes);
+    AddPaths(lang, options->mPaths);
+    lang.Add("--profiles", options->mProfiles, "Take the language profiles in FOLDER")
+        .Shown("FOLDER");
+    lang.AddFlag("-L,--follow", options->mFollowLinks, "Follow links in folders");
+    AddJobs(lang, options->mJobs);
+    lang.SetNotes(kNotes);
     return {lang, [options](Session& session) { return TellLanguages(*options, session); }};
 }

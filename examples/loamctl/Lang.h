@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddLang(CLI::App& app);
+Command AddLang(CArguments program);

@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "files/CFile.h"
@@ -118,29 +117,24 @@ std::string CheckName(std::string const& name)
 
 }  // namespace
 
-Command AddLangTrain(CLI::App& app)
+Command AddLangTrain(CArguments program)
 {
-    CLI::App* const train = app.add_subcommand("lang-train", "Make a language profile from texts");
+    CArguments train = program.AddCommand("lang-train", "Make a language profile from texts");
     auto const options = std::make_shared<TrainOptions>();
-    train->add_option("OUT.lm", options->mTarget, "The profile to write")
-        ->required()
-        ->option_text(" ");
-    train->add_option("TEXT", options->mPaths, "Texts in the language, files and folders")
-        ->required()
-        ->option_text("...");
-    train->add_option("-n,--name", options->mName, "The language's name, such as de")
-        ->required()
-        ->check(CheckName)
-        ->option_text("LANG");
-    auto* const against = train
-                              ->add_option("-a,--against", options->mAgainst,
-                                           "Tell it from the languages counted in FOLDER")
-                              ->option_text("FOLDER");
-    train->add_flag("-f,--force", options->mOverwrite, "Replace what is there already");
-    train->add_option("--limit", options->mLimit, "So many n-grams at most: 2500")
-        ->needs(against)
-        ->check(CLI::PositiveNumber)
-        ->option_text("NUM");
-    train->footer(kNotes);
+    train.Add("OUT.lm", options->mTarget, "The profile to write").Required();
+    train.Add("TEXT", options->mPaths, "Texts in the language, files and folders").Required();
+    train.Add("-n,--name", options->mName, "The language's name, such as de")
+        .Required()
+        .Checked(CheckName)
+        .Shown("LANG");
+    COption const against =
+        train.Add("-a,--against", options->mAgainst, "Tell it from the languages counted in FOLDER")
+            .Shown("FOLDER");
+    train.AddFlag("-f,--force", options->mOverwrite, "Replace what is there already");
+    train.Add("--limit", options->mLimit, "So many n-grams at most: 2500")
+        .Needs(against)
+        .Positive()
+        .Shown("NUM");
+    train.SetNotes(kNotes);
     return {train, [options](Session& session) { return Train(*options, session); }};
 }

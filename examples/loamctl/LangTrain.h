@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddLangTrain(CLI::App& app);
+Command AddLangTrain(CArguments program);

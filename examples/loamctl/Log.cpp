@@ -7,7 +7,6 @@
 #include <string_view>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "files/CFile.h"
@@ -97,52 +96,47 @@ int AddLines(LineOptions const& options, COutput& output)
     return 0;
 }
 
-void AddGranularity(CLI::App& log, LineOptions& options)
+void AddGranularity(CArguments log, LineOptions& options)
 {
     std::map<std::string, CLogFile::Granularity> const granularities{
         {"call", CLogFile::kGranularityEveryCall},         {"second", CLogFile::kGranularitySecond},
         {"ten-seconds", CLogFile::kGranularityTenSeconds}, {"minute", CLogFile::kGranularityMinute},
         {"ten-minutes", CLogFile::kGranularityTenMinutes}, {"hour", CLogFile::kGranularityHour},
     };
-    log.add_option_function<std::string>(
-           "--granularity",
-           [&options, granularities](std::string const& name) {
-               options.mGranularity = granularities.at(name);
-           },
-           "How often: call, second, ten-seconds, minute, ten-minutes or hour")
-        ->check(CLI::IsMember(granularities))
-        ->option_text("WHEN");
+    log.Add("--granularity", options.mGranularity, granularities,
+            "How often: call, second, ten-seconds, minute, ten-minutes or hour")
+        .Shown("WHEN");
 }
 
-void AddForm(CLI::App& log, LineOptions& options)
+void AddForm(CArguments log, LineOptions& options)
 {
     std::map<std::string, CLogFile::StampKind> const forms{
         {"none", CLogFile::kNoStamp},
         {"seconds", CLogFile::kSecondsStamp},
         {"milliseconds", CLogFile::kMilliSecondsStamp},
     };
-    log.add_option_function<std::string>(
+    log.Add(
            "--stamp",
            [&options, forms](std::string const& name) { options.mForms = {forms.at(name)}; },
            "Only this form: none, seconds or milliseconds")
-        ->check(CLI::IsMember(forms))
-        ->option_text("FORM");
+        .OneOf({"none", "seconds", "milliseconds"})
+        .Shown("FORM");
 }
 
 }  // namespace
 
-Command AddLog(CLI::App& app)
+Command AddLog(CArguments program)
 {
-    CLI::App* const log = app.add_subcommand("log", "Add stamped lines to a log");
+    CArguments log = program.AddCommand("log", "Add stamped lines to a log");
     auto const options = std::make_shared<LineOptions>();
-    log->add_option("FILE", options->mPath, "The log")->required()->option_text(" ");
-    log->add_option("TEXT", options->mTexts, "What to add, a line each")->option_text("...");
-    AddGranularity(*log, *options);
-    AddForm(*log, *options);
-    log->add_option("--max", options->mMaxSize,
-                    "Cut the log to its newest BYTES before; 0 for an empty one")
-        ->check(CLI::NonNegativeNumber)
-        ->option_text("BYTES");
-    log->footer(kNotes);
+    log.Add("FILE", options->mPath, "The log").Required();
+    log.Add("TEXT", options->mTexts, "What to add, a line each");
+    AddGranularity(log, *options);
+    AddForm(log, *options);
+    log.Add("--max", options->mMaxSize,
+            "Cut the log to its newest BYTES before; 0 for an empty one")
+        .NotNegative()
+        .Shown("BYTES");
+    log.SetNotes(kNotes);
     return {log, [options](Session& session) { return AddLines(*options, session.mOutput); }};
 }

@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddLog(CLI::App& app);
+Command AddLog(CArguments program);

@@ -6,7 +6,6 @@
 #include <string_view>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -263,29 +262,28 @@ int RunAll(PackOptions const& options,
     return failures > 0 ? 2 : 0;
 }
 
-void AddFiles(CLI::App& command, PackOptions& options)
+void AddFiles(CArguments command, PackOptions& options)
 {
-    command.add_option("FILE", options.mPaths, "The files")->required()->option_text("...");
-    command.add_option("-o,--output", options.mTarget, "What the only file becomes")
-        ->option_text("FILE");
-    command.add_flag("-f,--force", options.mOverwrite, "Replace what is there already");
+    command.Add("FILE", options.mPaths, "The files").Required();
+    command.Add("-o,--output", options.mTarget, "What the only file becomes").Shown("FILE");
+    command.AddFlag("-f,--force", options.mOverwrite, "Replace what is there already");
     AddCompressionOptions(command, options.mCompression);
 }
 
 }  // namespace
 
-Command AddPack(CLI::App& app)
+Command AddPack(CArguments program)
 {
-    CLI::App* const pack = app.add_subcommand("pack", "Compress files");
+    CArguments pack = program.AddCommand("pack", "Compress files");
     auto const options = std::make_shared<PackOptions>();
-    AddFiles(*pack, *options);
-    pack->add_option("--level", options->mCompression.mLevel,
-                     "From 1 (fast) to 22 (small); 3 by default. bzip2 has none")
-        ->check(CLI::Range(1, NewZstdCompressor()->GetMaxCompressionLevel()))
-        ->option_text("NUM");
-    pack->add_flag("--long", options->mCompression.mLong,
-                   "Look for repetitions over long distances, for large files");
-    pack->footer(kPackNotes);
+    AddFiles(pack, *options);
+    pack.Add("--level", options->mCompression.mLevel,
+             "From 1 (fast) to 22 (small); 3 by default. bzip2 has none")
+        .InRange(1, NewZstdCompressor()->GetMaxCompressionLevel())
+        .Shown("NUM");
+    pack.AddFlag("--long", options->mCompression.mLong,
+                 "Look for repetitions over long distances, for large files");
+    pack.SetNotes(kPackNotes);
     return {pack, [options](Session& session) {
                 ReadDictionary(options->mCompression);
                 return RunAll(
@@ -298,15 +296,15 @@ Command AddPack(CLI::App& app)
             }};
 }
 
-Command AddUnpack(CLI::App& app)
+Command AddUnpack(CArguments program)
 {
-    CLI::App* const unpack = app.add_subcommand("unpack", "Decompress files");
+    CArguments unpack = program.AddCommand("unpack", "Decompress files");
     auto const options = std::make_shared<PackOptions>();
-    AddFiles(*unpack, *options);
-    unpack->add_option("--limit", options->mLimit, "The most that a file may become, in bytes")
-        ->check(CLI::NonNegativeNumber)
-        ->option_text("BYTES");
-    unpack->footer(kUnpackNotes);
+    AddFiles(unpack, *options);
+    unpack.Add("--limit", options->mLimit, "The most that a file may become, in bytes")
+        .NotNegative()
+        .Shown("BYTES");
+    unpack.SetNotes(kUnpackNotes);
     return {unpack, [options](Session& session) {
                 ReadDictionary(options->mCompression);
                 return RunAll(

@@ -3,5 +3,5 @@
 
 #include "loamctl/Command.h"
 
-Command AddPack(CLI::App& app);
-Command AddUnpack(CLI::App& app);
+Command AddPack(CArguments program);
+Command AddUnpack(CArguments program);

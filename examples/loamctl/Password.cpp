@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -137,27 +136,26 @@ int Run(PasswordOptions const& options, Session& session)
 
 }  // namespace
 
-Command AddPassword(CLI::App& app)
+Command AddPassword(CArguments program)
 {
-    CLI::App* const password =
-        app.add_subcommand("password", "Keep passwords in the user's keychain or keyring");
+    CArguments password =
+        program.AddCommand("password", "Keep passwords in the user's keychain or keyring");
     auto const options = std::make_shared<PasswordOptions>();
-    password->add_option("ACTION", options->mAction, "get, set, delete or status")
-        ->required()
-        ->check(CLI::IsMember({"get", "set", "delete", "status"}))
-        ->option_text(" ");
-    password->add_option("--service", options->mService, "Of a generic entry")->option_text("S");
-    password->add_option("--account", options->mAccount, "Whose password it is")->option_text("A");
-    password->add_option("--protocol", options->mProtocol, "smtp, imap or pop3")
-        ->check(CLI::IsMember({"smtp", "imap", "pop3", "any"}))
-        ->option_text("P");
-    password->add_option("--server", options->mServer, "Of an entry of the net")->option_text("S");
-    password->add_option("--port", options->mPort, "Of an entry of the net")->option_text("N");
+    password.Add("ACTION", options->mAction, "get, set, delete or status")
+        .Required()
+        .OneOf({"get", "set", "delete", "status"});
+    password.Add("--service", options->mService, "Of a generic entry").Shown("S");
+    password.Add("--account", options->mAccount, "Whose password it is").Shown("A");
+    password.Add("--protocol", options->mProtocol, "smtp, imap or pop3")
+        .OneOf({"smtp", "imap", "pop3", "any"})
+        .Shown("P");
+    password.Add("--server", options->mServer, "Of an entry of the net").Shown("S");
+    password.Add("--port", options->mPort, "Of an entry of the net").Shown("N");
     password
-        ->add_option("--password-fd", options->mDescriptor,
-                     "Take the first line of descriptor N for the password of `set`")
-        ->check(CLI::NonNegativeNumber)
-        ->option_text("N");
-    password->footer(kNotes);
+        .Add("--password-fd", options->mDescriptor,
+             "Take the first line of descriptor N for the password of `set`")
+        .NotNegative()
+        .Shown("N");
+    password.SetNotes(kNotes);
     return {password, [options](Session& session) { return Run(*options, session); }};
 }

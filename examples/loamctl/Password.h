@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddPassword(CLI::App& app);
+Command AddPassword(CArguments program);

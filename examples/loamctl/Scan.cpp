@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -131,13 +130,13 @@ int Scan(ScanOptions const& options, Session& session)
 
 }  // namespace
 
-Command AddScan(CLI::App& app)
+Command AddScan(CArguments program)
 {
-    CLI::App* const scan = app.add_subcommand("scan", "Tell what files there are and of what kind");
+    CArguments scan = program.AddCommand("scan", "Tell what files there are and of what kind");
     auto const options = std::make_shared<ScanOptions>();
-    AddPaths(*scan, options->mPaths);
-    scan->add_flag("-L,--follow", options->mFollowLinks, "Follow links in folders");
-    AddJobs(*scan, options->mJobs);
-    scan->footer(kNotes);
+    AddPaths(scan, options->mPaths);
+    scan.AddFlag("-L,--follow", options->mFollowLinks, "Follow links in folders");
+    AddJobs(scan, options->mJobs);
+    scan.SetNotes(kNotes);
     return {scan, [options](Session& session) { return Scan(*options, session); }};
 }

@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddScan(CLI::App& app);
+Command AddScan(CArguments program);

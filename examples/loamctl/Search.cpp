@@ -3,7 +3,6 @@
 #include <memory>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -105,43 +104,38 @@ int RunSearch(SearchOptions const& options, Session& session)
 
 }  // namespace
 
-Command AddSearch(CLI::App& app)
+Command AddSearch(CArguments program)
 {
-    CLI::App* const search = app.add_subcommand("search", "Find a word in files and folders");
+    CArguments search = program.AddCommand("search", "Find a word in files and folders");
     auto const options = std::make_shared<SearchOptions>();
-    search
-        ->add_option("WORD", options->mWord, "What to find, also inside words; blanks are allowed")
-        ->required()
-        ->option_text(" ");
-    AddPaths(*search, options->mPaths);
-    search->add_flag("-w,--word", options->mWholeWords, "Only whole words, in a row if several");
-    auto* const count = search->add_flag(
-        "-c,--count", [options](auto) { options->mShow = SearchOptions::Show::kCounts; },
+    search.Add("WORD", options->mWord, "What to find, also inside words; blanks are allowed")
+        .Required();
+    COption const paths = AddPaths(search, options->mPaths);
+    search.AddFlag("-w,--word", options->mWholeWords, "Only whole words, in a row if several");
+    COption const count = search.AddFlag(
+        "-c,--count", [options] { options->mShow = SearchOptions::Show::kCounts; },
         "Only the number of hits in each file that has one");
     search
-        ->add_flag(
-            "-l,--files-with-matches",
-            [options](auto) { options->mShow = SearchOptions::Show::kNames; },
+        .AddFlag(
+            "-l,--files-with-matches", [options] { options->mShow = SearchOptions::Show::kNames; },
             "Only the names of files with a hit")
-        ->excludes(count)
-        ->option_text(" ");
-    count->option_text(" ");
-    search->add_option("-m,--max-count", options->mMaxCount, "Stop after so many hits in a file")
-        ->check(CLI::PositiveNumber)
-        ->option_text("NUM");
+        .Excludes(count);
+    search.Add("-m,--max-count", options->mMaxCount, "Stop after so many hits in a file")
+        .Positive()
+        .Shown("NUM");
     options->mMaxColumns = 240;
     search
-        ->add_option("--max-columns", options->mMaxColumns,
-                     "So much of a long line is shown: 240, or 0 for all")
-        ->check(CLI::NonNegativeNumber)
-        ->option_text("NUM");
-    auto* const follow =
-        search->add_flag("-L,--follow", options->mFollowLinks, "Follow links in folders");
-    search->add_option("--in", options->mStore, "Search what `loamctl index` kept, and no files")
-        ->excludes("PATH")
-        ->excludes(follow)
-        ->option_text("STORE");
-    AddJobs(*search, options->mJobs);
-    search->footer(kNotes);
+        .Add("--max-columns", options->mMaxColumns,
+             "So much of a long line is shown: 240, or 0 for all")
+        .NotNegative()
+        .Shown("NUM");
+    COption const follow =
+        search.AddFlag("-L,--follow", options->mFollowLinks, "Follow links in folders");
+    search.Add("--in", options->mStore, "Search what `loamctl index` kept, and no files")
+        .Excludes(paths)
+        .Excludes(follow)
+        .Shown("STORE");
+    AddJobs(search, options->mJobs);
+    search.SetNotes(kNotes);
     return {search, [options](Session& session) { return RunSearch(*options, session); }};
 }

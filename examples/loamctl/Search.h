@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddSearch(CLI::App& app);
+Command AddSearch(CArguments program);

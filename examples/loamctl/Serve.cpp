@@ -7,7 +7,6 @@
 #include <string_view>
 #include <system_error>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -101,19 +100,18 @@ int Serve(ServeOptions const& options, Session& session)
 
 }  // namespace
 
-Command AddServe(CLI::App& app)
+Command AddServe(CArguments program)
 {
-    CLI::App* const serve =
-        app.add_subcommand("serve", "Answer questions about a folder's documents over TCP");
+    CArguments serve =
+        program.AddCommand("serve", "Answer questions about a folder's documents over TCP");
     auto const options = std::make_shared<ServeOptions>();
-    serve->add_option("FOLDER", options->mFolder, "What is served; by default this folder")
-        ->option_text(" ");
+    serve.Add("FOLDER", options->mFolder, "What is served; by default this folder");
     serve
-        ->add_option("--port", options->mPorts,
-                     "The port, or the first free one of a range; 8025, or 0 for any")
-        ->check(CheckPorts)
-        ->option_text("A[-B]");
-    serve->add_flag("--all", options->mAll, "Serve all machines that can reach this one");
-    serve->footer(kNotes);
+        .Add("--port", options->mPorts,
+             "The port, or the first free one of a range; 8025, or 0 for any")
+        .Checked(CheckPorts)
+        .Shown("A[-B]");
+    serve.AddFlag("--all", options->mAll, "Serve all machines that can reach this one");
+    serve.SetNotes(kNotes);
     return {serve, [options](Session& session) { return Serve(*options, session); }};
 }

@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddServe(CLI::App& app);
+Command AddServe(CArguments program);

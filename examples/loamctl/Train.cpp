@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -141,22 +140,20 @@ int RunTrain(TrainOptions const& options, Session& session)
 
 }  // namespace
 
-Command AddTrain(CLI::App& app)
+Command AddTrain(CArguments program)
 {
-    CLI::App* const train =
-        app.add_subcommand("train", "Train a dictionary on documents, and tell what it saves");
+    CArguments train =
+        program.AddCommand("train", "Train a dictionary on documents, and tell what it saves");
     auto const options = std::make_shared<TrainOptions>();
-    AddPaths(*train, options->mPaths);
-    train->add_option("-o,--output", options->mTarget, "The dictionary")
-        ->required()
-        ->option_text("D");
-    train->add_flag("-f,--force", options->mOverwrite, "Replace what is there already");
-    train->add_option("--size", options->mSize, "The most that it may have in bytes: 112640")
-        ->check(CLI::Range(256, 16 << 20))
-        ->option_text("BYTES");
-    train->add_option("--level", options->mLevel, "The level that it is made for; 3 by default")
-        ->check(CLI::Range(1, NewZstdCompressor()->GetMaxCompressionLevel()))
-        ->option_text("NUM");
-    train->footer(kNotes);
+    AddPaths(train, options->mPaths);
+    train.Add("-o,--output", options->mTarget, "The dictionary").Required().Shown("D");
+    train.AddFlag("-f,--force", options->mOverwrite, "Replace what is there already");
+    train.Add("--size", options->mSize, "The most that it may have in bytes: 112640")
+        .InRange(256, 16 << 20)
+        .Shown("BYTES");
+    train.Add("--level", options->mLevel, "The level that it is made for; 3 by default")
+        .InRange(1, NewZstdCompressor()->GetMaxCompressionLevel())
+        .Shown("NUM");
+    train.SetNotes(kNotes);
     return {train, [options](Session& session) { return RunTrain(*options, session); }};
 }

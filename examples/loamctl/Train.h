@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddTrain(CLI::App& app);
+Command AddTrain(CArguments program);

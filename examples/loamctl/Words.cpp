@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -124,13 +123,13 @@ int ListWords(WordsOptions const& options, Session& session)
 
 }  // namespace
 
-Command AddWords(CLI::App& app)
+Command AddWords(CArguments program)
 {
-    CLI::App* const words = app.add_subcommand("words", "List the words of documents");
+    CArguments words = program.AddCommand("words", "List the words of documents");
     auto const options = std::make_shared<WordsOptions>();
-    words->add_option("PATH", options->mPaths, "Files and folders")->required()->option_text("...");
-    words->add_flag("-L,--follow", options->mFollowLinks, "Follow links in folders");
-    AddJobs(*words, options->mJobs);
-    words->footer(kNotes);
+    words.Add("PATH", options->mPaths, "Files and folders").Required();
+    words.AddFlag("-L,--follow", options->mFollowLinks, "Follow links in folders");
+    AddJobs(words, options->mJobs);
+    words.SetNotes(kNotes);
     return {words, [options](Session& session) { return ListWords(*options, session); }};
 }

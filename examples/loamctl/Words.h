@@ -3,4 +3,4 @@
 
 #include "loamctl/Command.h"
 
-Command AddWords(CLI::App& app);
+Command AddWords(CArguments program);

@@ -11,13 +11,13 @@
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include "loamctl/Announce.h"
 #include "loamctl/Base64.h"
 #include "loamctl/Browse.h"
+#include "loamctl/CCommandLine.h"
 #include "loamctl/COutput.h"
 #include "loamctl/CProgress.h"
 #include "loamctl/CRunLog.h"
@@ -65,71 +65,45 @@ constexpr char const* kExamples = R"(Examples:
 `loamctl COMMAND --help` tells more. Exit codes: 0 found, 1 not found, 2 error.)";
 
 // In the order of the help.
-constexpr Command (*kCommands[])(CLI::App&) = {
+constexpr Command (*kCommands[])(CArguments) = {
     AddSearch,   AddScan, AddWords,    AddIndex,     AddPack,   AddUnpack, AddTrain,
     AddCharset,  AddConv, AddLang,     AddLangTrain, AddBase64, AddHash,   AddCrypt,
     AddPassword, AddLog,  AddAnnounce, AddBrowse,    AddServe,  AddFetch,
 };
 
-// CLI11 takes [a,b] for a list of two, where it is the name of one file. A byte in front keeps it
-// from doing so until the option gets it.
-constexpr char kGuard = '\x01';
-
-std::vector<std::string> Guarded(int argc, char** argv)
-{
-    std::vector<std::string> arguments(argv + 1, argv + argc);
-    for (std::string& argument : arguments) {
-        if (argument.starts_with('[') || argument.starts_with(kGuard))
-            argument.insert(0, 1, kGuard);
-    }
-    return arguments;
-}
-
-void UnguardOptions(CLI::App& app)
-{
-    auto const unguarded = [](std::string argument) {
-        if (argument.starts_with(kGuard)) argument.erase(0, 1);
-        return argument;
-    };
-    for (CLI::Option* const option : app.get_options())
-        option->transform(unguarded);
-}
-
-void AddOutputOptions(CLI::App& app, OutputOptions& options)
+void AddOutputOptions(CArguments program, OutputOptions& options)
 {
     using Color = OutputOptions::Color;
     std::map<std::string, Color> const colors{
         {"auto", Color::kAuto}, {"always", Color::kAlways}, {"never", Color::kNever}};
-    app.add_flag("--json", options.mJSON, "Write JSON Lines, one object a line");
-    app.add_option_function<std::string>(
-           "--color",
-           [&options, colors](std::string const& when) { options.mColor = colors.at(when); },
-           "Use colours: auto, always or never; auto minds NO_COLOR")
-        ->check(CLI::IsMember({"auto", "always", "never"}))
-        ->option_text("WHEN");
-    app.add_flag("-v,--verbose", options.mVerbose, "Say what was passed over and why, and totals");
+    program.AddFlag("--json", options.mJSON, "Write JSON Lines, one object a line");
+    program
+        .Add("--color", options.mColor, colors,
+             "Use colours: auto, always or never; auto minds NO_COLOR")
+        .Shown("WHEN");
+    program.AddFlag("-v,--verbose", options.mVerbose,
+                    "Say what was passed over and why, and totals");
 }
 
-std::vector<Command> AddCommands(CLI::App& app)
+void AddLogOptions(CArguments program, LogOptions& options)
+{
+    COption const log =
+        program.Add("--log", options.mPath, "Add to FILE what was done, and why not what wasn't")
+            .Shown("FILE");
+    program
+        .Add("--log-max", options.mMaxSize,
+             "Cut the log to its newest BYTES before; 0 for an empty one")
+        .NotNegative()
+        .Needs(log)
+        .Shown("BYTES");
+}
+
+std::vector<Command> AddCommands(CArguments program)
 {
     std::vector<Command> commands;
-    for (auto const add : kCommands) {
-        commands.push_back(add(app));
-        UnguardOptions(*commands.back().mApp);
-    }
+    for (auto const add : kCommands)
+        commands.push_back(add(program));
     return commands;
-}
-
-void AddLogOptions(CLI::App& app, LogOptions& options)
-{
-    auto* const log =
-        app.add_option("--log", options.mPath, "Add to FILE what was done, and why not what wasn't")
-            ->option_text("FILE");
-    app.add_option("--log-max", options.mMaxSize,
-                   "Cut the log to its newest BYTES before; 0 for an empty one")
-        ->check(CLI::NonNegativeNumber)
-        ->needs(log)
-        ->option_text("BYTES");
 }
 
 int RunCommand(Command const& command, Session& session)
@@ -161,8 +135,9 @@ int RunChosen(std::vector<Command> const& commands,
               OutputOptions const& outputOptions,
               LogOptions const& logOptions)
 {
-    auto const chosen = std::find_if(commands.begin(), commands.end(),
-                                     [](Command const& command) { return command.mApp->parsed(); });
+    auto const chosen = std::find_if(commands.begin(), commands.end(), [](Command const& command) {
+        return command.mArguments.IsChosen();
+    });
     CRunLog log(logOptions);
     CProgress progress(STDERR_FILENO);
     CStandardStreams streams(progress);
@@ -170,41 +145,20 @@ int RunChosen(std::vector<Command> const& commands,
     CInterruption interruption;
     Session session{output, progress, log, interruption};
     // Without its arguments, since a command may take secrets.
-    log.Say("started: " + chosen->mApp->get_name());
+    log.Say("started: " + chosen->mArguments.GetName());
     return RunCommand(*chosen, session);
 }
 
 int Main(int argc, char** argv)
 {
-    CLI::App app(kDescription, "loamctl");
+    CCommandLine commandLine("loamctl", "loamctl " LOAMCTL_VERSION, kDescription, kExamples);
+    CArguments const program = commandLine.GetArguments();
     OutputOptions outputOptions;
     LogOptions logOptions;
-    app.set_version_flag("--version", "loamctl " LOAMCTL_VERSION);
-    app.require_subcommand(1);
-    app.fallthrough();
-    app.get_formatter()->column_width(34);
-    app.footer(kExamples);
-    AddOutputOptions(app, outputOptions);
-    AddLogOptions(app, logOptions);
-    UnguardOptions(app);
-    std::vector<Command> const commands = AddCommands(app);
-    if (argc < 2) {
-        fmt::print(stderr, "{}", app.help());
-        return kExitError;
-    }
-    try {
-        std::vector<std::string> arguments = Guarded(argc, argv);
-        std::reverse(arguments.begin(), arguments.end());  // CLI11 takes them from the end
-        app.parse(std::move(arguments));
-    } catch (CLI::Success const& done) {
-        return app.exit(done);
-    } catch (CLI::ParseError const& error) {
-        std::string message = error.what();
-        std::erase(message, kGuard);
-        fmt::print(stderr, "loamctl: {}\nTry loamctl --help\n", SafeName(message));
-        return kExitError;
-    }
-
+    AddOutputOptions(program, outputOptions);
+    AddLogOptions(program, logOptions);
+    std::vector<Command> const commands = AddCommands(program);
+    if (auto const code = commandLine.Take(argc, argv)) return *code;
     return RunChosen(commands, outputOptions, logOptions);
 }
 
