@@ -14,7 +14,7 @@
 loam_packages() {
     case "$1" in
         build)      echo "build-essential cmake ninja-build pkg-config ccache libavahi-client-dev libbz2-dev libglib2.0-dev" \
-                         "libicu-dev libsecret-1-dev libssl-dev libzstd-dev" ;;
+                         "libicu-dev libplist-dev libsecret-1-dev libssl-dev libzstd-dev" ;;
         examples)   echo "libcli11-dev libfmt-dev nlohmann-json3-dev" ;;
         tests)      echo "avahi-daemon avahi-utils iproute2 libgtest-dev libgmock-dev python3 perl locales util-linux bzip2 zstd openssl" \
                          "dbus-daemon gnome-keyring libgcr-3-dev netcat-openbsd socat" ;;
