@@ -1,6 +1,6 @@
 #include "files/CFileSpec.h"
 
-#include "files/CFileSpecImp.h"
+#include "desktop/CFileSpecMacOSX.h"
 #include "text/CUTFConverter.h"
 
 #include <type_traits>
@@ -9,7 +9,7 @@
 namespace {
 
 /// The body that every specifier is made with.
-using SpecImp = CFileSpecImp;
+using SpecImp = CFileSpecMacOSX;
 
 std::u16string ToUTF16(std::string const& text)
 {

@@ -106,21 +106,23 @@ TEST(CFileSpecCalls, NothingTouchesTheFileSystemBeforeItIsAsked)
 TEST(CFileSpecCalls, ABatchOfAttributesCostsOneCall)
 {
     StTempDir const folder;
-    CFileSpec const spec = Spec(folder.Write("file", ""));
+    folder.Write("file", "");
+    CFileSpecImp const spec(folder.Path16("file"), false);
     StCalls calls;
     spec.GetFileSize();
     spec.GetFileModifDateUTC();
     spec.GetFileAccessDateUTC();
     spec.GetFileAttributesModifDateUTC();
-    spec.IsFolder();
-    spec.IsRealFile();
+    spec.IsFolder(true);
+    spec.IsRealFile(true);
     EXPECT_EQ(calls.Taken(), "stat");
 }
 
 TEST(CFileSpecCalls, AskingAgainLooksAgain)
 {
     StTempDir const folder;
-    CFileSpec const spec = Spec(folder.Write("file", ""));
+    folder.Write("file", "");
+    CFileSpecImp const spec(folder.Path16("file"), false);
 
     struct
     {
@@ -140,8 +142,8 @@ TEST(CFileSpecCalls, AskingAgainLooksAgain)
         {"second attribute date", [&] { spec.GetFileAttributesModifDateUTC(); }, "stat"},
         {"kinds, time and again",
          [&] {
-             spec.IsFolder();
-             spec.IsRealFile();
+             spec.IsFolder(true);
+             spec.IsRealFile(true);
              spec.IsFolder(true);
          },
          ""},
@@ -163,13 +165,14 @@ TEST(CFileSpecCalls, AskingAgainLooksAgain)
 TEST(CFileSpecCalls, SetupForgetsWhichAttributesWereAsked)
 {
     StTempDir const folder;
-    CFileSpec spec = Spec(folder.Write("file", ""));
+    folder.Write("file", "");
+    CFileSpecImp spec(folder.Path16("file"), false);
     StCalls calls;
     spec.GetFileSize();
     spec.IsAlias();
     EXPECT_EQ(calls.Taken(), "stat lstat");
     spec.SetupFromFile();
-    spec.IsRealFile();
+    spec.IsRealFile(true);
     EXPECT_EQ(calls.Taken(), "stat");
     spec.GetFileSize();
     EXPECT_EQ(calls.Taken(), "") << "the first question after that";
@@ -195,11 +198,11 @@ TEST(CFileSpecCalls, FailuresAreNotKept)
 TEST(CFileSpecCalls, AFailedQuestionCountsAsAsked)
 {
     StTempDir const folder;
-    CFileSpec const spec = Spec(folder.Path("file"));
+    CFileSpecImp const spec(folder.Path16("file"), false);
     EXPECT_ANY_THROW(spec.GetFileSize());
     folder.Write("file", "1");
     StCalls calls;
-    EXPECT_TRUE(spec.IsRealFile());
+    EXPECT_TRUE(spec.IsRealFile(true));
     EXPECT_EQ(spec.GetFileSize(), 1);
     EXPECT_EQ(calls.Taken(), "stat stat") << "the second question for the size looks anew";
 }

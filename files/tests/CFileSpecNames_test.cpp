@@ -64,9 +64,10 @@ TEST(CFileSpecNames, StandardContainersAreFolders)
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mContainer);
         auto const container = static_cast<CFileSpec::StdContainerEnum>(c.mContainer);
-        EXPECT_EQ(PathOf(CFileSpec(container)), c.mPath);
-        EXPECT_TRUE(CFileSpec(container).Changed());
-        EXPECT_EQ(PathOf(CFileSpec(container, u"a/b", false)), std::string(c.mPath) + "a_b");
+        CFileSpecImp const folder(container, u"", false);
+        EXPECT_EQ(PathOf(folder), c.mPath);
+        EXPECT_TRUE(folder.Changed());
+        EXPECT_EQ(PathOf(CFileSpecImp(container, u"a/b", false)), std::string(c.mPath) + "a_b");
     }
 }
 

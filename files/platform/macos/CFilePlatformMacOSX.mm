@@ -1,6 +1,7 @@
 #include "files/CFURLCreateFromFileSpec.h"
 #include "files/CFileSpec.h"
 #include "files/platform/CBasicFilePlatform.h"
+#include "foundation/platform/macos/StReference.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <CoreServices/CoreServices.h>
@@ -13,30 +14,6 @@
 #include <unistd.h>
 
 namespace {
-
-// A reference that CoreFoundation handed over; null is fine.
-template <class Type>
-class StReference
-{
-public:
-    explicit StReference(Type reference)
-        : mReference(reference)
-    {
-    }
-
-    StReference(StReference const&) = delete;
-    StReference& operator=(StReference const&) = delete;
-
-    ~StReference()
-    {
-        if (mReference) CFRelease(mReference);
-    }
-
-    Type Get() const { return mReference; }
-
-private:
-    Type mReference;  // owned
-};
 
 CFURLRef CreateURL(char const* path)
 {
