@@ -11,7 +11,7 @@ struct ProcessorTicks;
 typedef const struct __CFString* CFStringRef;
 typedef struct __CFBundle* CFBundleRef;
 
-class CProcessServicesImp final : public CBasicProcessServicesImp
+class CProcessServicesImp : public CBasicProcessServicesImp
 {
 public:
     CProcessServicesImp() = default;
