@@ -1,13 +1,12 @@
 // Linux has no desktop of its own: no standard folders, no types, no labels. What remains is what
 // the kernel knows, and what names say.
 #include "desktop/platform/CBasicDesktopPlatform.h"
+#include "desktop/platform/linux/MountTable.h"
 #include "text/CUTFConverter.h"
 
-#include <memory>
 #include <string_view>
 
 #include <fcntl.h>
-#include <mntent.h>
 #include <sys/stat.h>
 
 namespace {
@@ -30,19 +29,7 @@ public:
 
     bool MountServerVolume(std::string const&, short&) override { return false; }
 
-    std::vector<std::string> GetMountPoints() override
-    {
-        std::vector<std::string> points;
-        std::unique_ptr<FILE, int (*)(FILE*)> const table(setmntent("/proc/self/mounts", "re"),
-                                                          endmntent);
-        if (!table) return points;
-        // Room for a path of PATH_MAX bytes, each written as an escape, behind another one.
-        std::vector<char> line(1 << 16);
-        mntent entry = {};
-        while (getmntent_r(table.get(), &entry, line.data(), static_cast<int>(line.size())))
-            points.emplace_back(entry.mnt_dir);
-        return points;
-    }
+    std::vector<std::string> GetMountPoints() override { return CMountTable::Read().VolumePaths(); }
 
     bool GetAttributes(std::u16string const& path, DesktopAttributes& attributes) override
     {
