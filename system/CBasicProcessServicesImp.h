@@ -103,6 +103,28 @@ public:
 
     // Helper programs.
 
+    /// Runs the program at `launchPath` to its end and answers what it printed: its output, and
+    /// what it wrote to standard error behind a line "stderr:" with a blank line ahead of it, each
+    /// only if there is any. The text ends at its first NUL. Empty if the program can't be started
+    /// or its output isn't UTF-8; errors that aren't are left out. How the program ended isn't
+    /// told. `launchPath` is taken as it is, without a search path, and is argument 0 of the child;
+    /// each argument is cut at its first NUL. Bytes that aren't UTF-8 are handed over on Linux,
+    /// while the desktop doesn't start the program.
+    ///
+    /// Blocks. A `timeoutSeconds` above 0 ends the program: SIGINT when that time has passed by the
+    /// system's clock, SIGTERM a second later, up to 0.1 s late each, and nothing after that.
+    /// With 0, less, or no number it may run for ever. The outputs are read when that wait is over,
+    /// output first, until nobody holds them open: a program that ignores both signals holds the
+    /// caller until it closes them, as does a child of its own that lives on. And a program that
+    /// prints more than a pipe holds gets no further and is ended by the timeout; without one the
+    /// call never returns. Pipes are as large as the system lets them be: on Linux 1 MB unless it
+    /// is set otherwise, less when the user has many of them.
+    ///
+    /// The child inherits standard input, environment, folder, user and priority, and no other
+    /// descriptor. On Linux no signal is blocked in it. Signals that are ignored stay ignored:
+    /// SIGPIPE once this process has used the network, SIGCHLD after `PreventChildZombies`, which
+    /// doesn't disturb this call. A child that outlives the call leaves no zombie; a thread waits
+    /// for it.
     virtual std::string ExecuteSubprocess(std::string const& launchPath,
                                           std::vector<std::string> const& arguments,
                                           float timeoutSeconds) const = 0;

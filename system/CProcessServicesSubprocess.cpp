@@ -1,9 +1,15 @@
-// Helper programs that run for a short while.
 #include "system/CProcessServicesImp.h"
+#include "system/Subprocess.h"
 
-std::string CProcessServicesImp::ExecuteSubprocess(std::string const&,
-                                                   std::vector<std::string> const&,
-                                                   float) const
+#include <cstring>
+
+std::string CProcessServicesImp::ExecuteSubprocess(std::string const& launchPath,
+                                                   std::vector<std::string> const& arguments,
+                                                   float timeoutSeconds) const
 {
-    return {};
+    std::string text;
+    RunSubprocess(launchPath, arguments, timeoutSeconds, text, nullptr);
+    // Kept on purpose: the text is handed on as a C string, which ends at its first NUL.
+    text.resize(std::strlen(text.c_str()));
+    return text;
 }
