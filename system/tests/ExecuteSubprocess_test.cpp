@@ -3,26 +3,17 @@
 #include "system/CProcessServicesImp.h"
 #include "system/Subprocess.h"
 #include "testing/ScriptedSubprocessPlatform.h"
-#include "testing/StChildProcess.h"
-#include "testing/StTempDir.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <csignal>
-#include <fstream>
+#include <ctime>
 #include <limits>
-#include <thread>
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
+namespace {
 
 using Calls = std::vector<std::string>;
 
-// How the pieces meet, on a scripted platform.
+}  // namespace
 
 TEST(RunSubprocess, MakesOneTextOfTwoOutputs)
 {
