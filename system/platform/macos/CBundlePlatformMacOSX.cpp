@@ -1,5 +1,6 @@
 #include "system/platform/CBasicBundlePlatform.h"
 
+#include "foundation/platform/macos/StReference.h"
 #include "system/CProcessServicesImp.h"
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -7,30 +8,6 @@
 #include <cstring>
 
 namespace {
-
-// A reference that CoreFoundation handed over; null is fine.
-template <class Type>
-class StReference
-{
-public:
-    explicit StReference(Type reference)
-        : mReference(reference)
-    {
-    }
-
-    StReference(StReference const&) = delete;
-    StReference& operator=(StReference const&) = delete;
-
-    ~StReference()
-    {
-        if (mReference) CFRelease(mReference);
-    }
-
-    Type Get() const { return mReference; }
-
-private:
-    Type mReference;  // owned
-};
 
 using StString = StReference<CFStringRef>;
 
