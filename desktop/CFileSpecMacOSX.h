@@ -50,8 +50,11 @@ public:
     void GetNewTempFolderInSameVolume(CFileSpecImp* folder) const override;
     long GetFileCreationDateUTC() const override;
     bool IsRealFile(bool followLinks) const override;
+    bool IsAlias() const override;
+    bool IsDiskImage() const override;
     bool IsVisible() const override;
     bool IsOpaqueFolder() const override;
+    void MountDiskImage() override;
 
     /// True for the container of all volumes: its entries are the volumes, not those of a folder.
     virtual bool IsVolumesEnumerator() const { return mIsVolumesEnumerator; }
@@ -68,6 +71,12 @@ public:
     CFURLRef CreateCFURL() const;
     NSString* GetPathNSString() const;
     CFStringRef CreatePathCFString() const;
+
+protected:
+    /// Follows what `path` is in three stages, each on the result of the one before: an alias of
+    /// the desktop's, a location file, whose volume is mounted, and a symbolic link. What fails
+    /// leaves the path as it is at that stage. Answers whether the last one led on.
+    bool ResolveAliasStep(std::u16string& path) const override;
 
 private:
     void TakeStandardFolder(CBasicFileSpec::StdContainerEnum container,

@@ -134,8 +134,12 @@ public:
     /// A regular file, or a link to one.
     virtual bool IsRealFile() const = 0;
     virtual bool IsRealFile(bool followLinks) const = 0;
-    /// A symbolic link, or an alias of the desktop's.
+    /// A symbolic link, an alias of the desktop's, or a location file, which names a server and is
+    /// told by the end of its path, ".afploc" or ".inetloc" in small letters, or by its type, "ilaf"
+    /// or "ilge".
     virtual bool IsAlias() const = 0;
+    /// By the extension, ".dmg", ".iso" and such in any case, or by the file's type; nobody looks
+    /// inside. A folder of such a name counts too.
     virtual bool IsDiskImage() const = 0;
     /// False for a name that begins with a dot, and for what the desktop hides. An empty name is
     /// visible.
@@ -149,9 +153,12 @@ public:
     /// to the system. A component stays as it is if it isn't a link, if its links run in a circle,
     /// if the target isn't UTF-8, or if the path would reach 1025 bytes. Other paths than absolute
     /// ones stay.
+    ///
+    /// On the desktop its aliases are resolved too, and a location file becomes the root of the
+    /// volume that it names, which is mounted: that blocks for as long as the server takes.
     virtual void ResolveAlias() = 0;
-    /// Mounts what `IsDiskImage` is true for and points this specifier at its volume; does nothing
-    /// for all else.
+    /// Has the desktop mount this disk image and points this specifier at the first of its volumes.
+    /// Nothing changes if it can't, and elsewhere than on the desktop. Blocks for up to 61 seconds.
     virtual void MountDiskImage() = 0;
     /// Where the volume is mounted, the disk image and the server it comes from, its file system's
     /// name (UTF-8), if it is on the network and what medium it stands on. What isn't known comes

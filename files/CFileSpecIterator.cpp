@@ -1,9 +1,9 @@
 #include "files/CFileSpecIterator.h"
 
-#include "files/CFileSpecIteratorImp.h"
+#include "desktop/CFileSpecIteratorMacOSX.h"
 
 CFileSpecIterator::CFileSpecIterator(CFileSpec const& folder)
-    : mImp(new CFileSpecIteratorImp(folder))
+    : mImp(new CFileSpecIteratorMacOSX(folder))
 {
 }
 

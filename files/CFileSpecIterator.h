@@ -7,6 +7,9 @@
 // `folder` with a "/" and the name added, so a path that ends with "/" gives a doubled one, unless
 // it is the root. An entry whose name isn't UTF-8 is passed over: no path could lead to it. A
 // folder that changes meanwhile may show an entry or not.
+//
+// The container of all volumes gives the root folders of all mounted volumes instead, as they are
+// when the iterator is made.
 #pragma once
 
 #include "foundation/LoamExport.h"
