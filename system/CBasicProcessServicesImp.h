@@ -81,12 +81,45 @@ public:
     /// 0 of a launch that failed.
     virtual void KillProcess(int process) const = 0;
 
-    // Startup processes: programs that the system runs for the user from log-in on, or for all.
+    // Startup processes: programs that the desktop's `launchd` starts by itself. `label` is the name
+    // of one, and its file is the label with ".plist" behind it: with `system` false that of an
+    // agent, in the folder "LaunchAgents" of `cContainerUserLibrary`, started when this user logs
+    // in; with `system` true that of a daemon, in "LaunchDaemons" of `cContainerMachineLibrary`,
+    // started with the machine under the name of the user who installed it. Files are made the same
+    // way on Linux, in the containers as they are there, for a `launchd` that isn't.
+    //
+    // A label's illegal characters are made legal in the file's name and a long one is cut, as
+    // `CFileSpec` tells, so that two labels can come to share a file. A label that isn't UTF-8 or
+    // holds a NUL has no file: it can't be installed. Nobody is kept from installing the same label
+    // at the same time.
 
+    /// Writes the file that has `program` started with `arguments` (the program itself isn't one of
+    /// them). Starts nothing. A folder that is a bundle stands for the program inside it. The file
+    /// is XML, as `plutil` writes it, and stays untouched if it says the same already, byte for
+    /// byte; else the old one is removed by `CFile::DeleteOrTrashWithoutError`. The folder above
+    /// the file is made where it is missing.
+    ///
+    /// True if the file stands. Mind that a file that is there and can't be changed counts as
+    /// installed, whatever it says: ask `CheckStartupProcess`. False if the file can't be made,
+    /// which can leave none where an old one was, and for an argument that isn't UTF-8 or holds a
+    /// NUL. Sets the process's `umask` as `CFile::Create` does.
     virtual bool InstallStartupProcess(CFileSpec const& program,
                                        std::string const& label,
                                        bool system,
                                        std::vector<std::string> const& arguments) const = 0;
+    /// Whether the file is there, or something that can't be looked at; whether it can be changed,
+    /// or made; and whether it says what `InstallStartupProcess` would write now, by what it means:
+    /// other keys, the form of the property list and which of two ways to name a program without
+    /// arguments don't count. A file of more than a megabyte isn't up to date. Whether the system
+    /// has loaded it isn't looked at.
+    ///
+    /// | `exists` | `writable` | `upToDate` | |
+    /// |---|---|---|---|
+    /// | false | true | false | not installed |
+    /// | false | false | false | can't be installed |
+    /// | true | true | false | says something else |
+    /// | true | true | true | installed |
+    /// | true | false | either | can't be changed |
     virtual void CheckStartupProcess(CFileSpec const& program,
                                      std::string const& label,
                                      bool system,
@@ -94,10 +127,16 @@ public:
                                      bool& exists,
                                      bool& upToDate,
                                      bool& writable) const = 0;
+    /// Removes the file, by `CFile::DeleteOrTrashWithoutError`, and with `unloadFirst` calls
+    /// `UnloadStartupProcess` before that. `program` isn't looked at. No failure is reported.
     virtual void UninstallStartupProcess(CFileSpec const& program,
                                          std::string const& label,
                                          bool system,
                                          bool unloadFirst) const = 0;
+    /// Has `/bin/launchctl` enable, load and start this user's agent; "stop" ends its process. Both
+    /// answer what the commands said, a line for each that said anything, with its name ahead of
+    /// it: nothing is a good sign, and all that Linux has to say. Labels end at their first NUL.
+    /// Each of up to three commands blocks for up to 11 seconds.
     virtual std::string StartStartupProcess(std::string const& label) const = 0;
     virtual std::string StopStartupProcess(std::string const& label) const = 0;
 
@@ -147,13 +186,20 @@ public:
 
     // More of startup processes.
 
+    /// Has `/bin/launchctl` unload this user's agent, and answers like `StartStartupProcess`.
     virtual std::string UnloadStartupProcess(std::string const& label) const = 0;
+    /// Finds the file of a label in the folder `folderName` of a container, and makes that folder
+    /// where it is missing. `exists`: something stands there, or can't be looked at. `writable`:
+    /// the folder can be read, changed and searched, and the file read and changed if it is there.
+    /// `file` becomes its place if one of the two is true, and else stays as it was.
     virtual void GetStartupProcessPlistFile(std::string const& label,
                                             CBasicFileSpec::StdContainerEnum container,
                                             char const* folderName,
                                             CFileSpec& file,
                                             bool& exists,
                                             bool& writable) const = 0;
+    /// The same for an agent or a daemon. `userName` becomes the login name of this user for a
+    /// daemon, and else empty.
     virtual void GetStartupProcessPlistFile(std::string const& label,
                                             bool system,
                                             CFileSpec& file,
