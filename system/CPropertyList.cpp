@@ -21,18 +21,18 @@ void PutInOrder(CPropertyList::Dictionary& members)
 {
     std::stable_sort(members.begin(), members.end(), IsBefore);
     // From the back, so that the last one of each key stays.
-    auto const first = std::unique(members.rbegin(), members.rend(), [](auto& one, auto& other) {
-                           return one.mKey == other.mKey;
-                       }).base();
-    members.erase(members.begin(), first);
+    auto const isSame = [](auto& one, auto& other) { return one.mKey == other.mKey; };
+    auto const kept = std::unique(members.rbegin(), members.rend(), isSame);
+    members.erase(members.begin(), kept.base());
 }
 
 template <class Members>
 auto PlaceOf(Members& members, std::string_view key)
 {
-    return std::lower_bound(
-        members.begin(), members.end(), key,
-        [](CPropertyList::Member const& member, std::string_view k) { return member.mKey < k; });
+    return std::lower_bound(members.begin(), members.end(), key,
+                            [](CPropertyList::Member const& member, std::string_view k) {
+                                return member.mKey.compare(k) < 0;
+                            });
 }
 
 }  // namespace
