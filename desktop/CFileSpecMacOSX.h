@@ -55,6 +55,12 @@ public:
     bool IsVisible() const override;
     bool IsOpaqueFolder() const override;
     void MountDiskImage() override;
+    void GetVolumeInfo(std::string& mountPoint,
+                       std::string& imagePath,
+                       std::string& serverURL,
+                       std::string& fileSystem,
+                       bool& isNetwork,
+                       CBasicFileSpec::VolumeType& type) const override;
 
     /// True for the container of all volumes: its entries are the volumes, not those of a folder.
     virtual bool IsVolumesEnumerator() const { return mIsVolumesEnumerator; }

@@ -151,7 +151,7 @@ TEST(CFileSpec, KnowsNoDesktopAttributes)
     EXPECT_EQ(PathOf(spec), folder.Path("movie.mov"));
 }
 
-TEST(CFileSpec, KnowsNothingAboutVolumes)
+TEST(CFileSpec, KnowsNothingOfTheVolumeOfWhatIsntThere)
 {
     std::string mountPoint = "old";
     std::string imagePath = "old";
@@ -159,7 +159,8 @@ TEST(CFileSpec, KnowsNothingAboutVolumes)
     std::string fileSystem = "old";
     bool isNetwork = true;
     CFileSpec::VolumeType type = CFileSpec::cVolumeSolidState;
-    Spec("/").GetVolumeInfo(mountPoint, imagePath, serverURL, fileSystem, isNetwork, type);
+    Spec("/no/such/place")
+        .GetVolumeInfo(mountPoint, imagePath, serverURL, fileSystem, isNetwork, type);
     EXPECT_EQ(mountPoint + imagePath + serverURL + fileSystem, "");
     EXPECT_FALSE(isNetwork);
     EXPECT_EQ(type, CFileSpec::cVolumeUnknown);

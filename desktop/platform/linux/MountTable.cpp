@@ -223,9 +223,14 @@ CMountTable CMountTable::Read(char const* file)
 {
     int const descriptor = open(file, O_RDONLY | O_CLOEXEC);
     if (descriptor == -1) return CMountTable({});
-    std::vector<char> text = ReadAll(descriptor);
+    CMountTable table = Read(descriptor);
     close(descriptor);
-    return CMountTable(std::move(text));
+    return table;
+}
+
+CMountTable CMountTable::Read(int descriptor)
+{
+    return CMountTable(ReadAll(descriptor));
 }
 
 CMountTable::CMountTable(std::vector<char> text)

@@ -38,6 +38,9 @@ public:
     /// neighbour could be missing then.
     static CMountTable Read(char const* file = "/proc/thread-self/mountinfo");
 
+    /// The same from a descriptor, which stays the caller's.
+    static CMountTable Read(int descriptor);
+
     /// Takes the text of a table. A line that isn't one of a mount is passed over.
     explicit CMountTable(std::vector<char> text);
     CMountTable(CMountTable&&) = default;
