@@ -9,7 +9,9 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 namespace {
 
