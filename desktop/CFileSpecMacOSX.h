@@ -1,8 +1,9 @@
 // The desktop's body of a file specifier: what `CFileSpec` is made with on every system.
 //
 // To the path and the portable behaviour it adds what only the desktop knows, through the seam of
-// desktop/platform/: standard folders, type and creator codes, labels, display names, what is
-// hidden and what is shown as one file. Where the desktop doesn't know, the portable answer stands.
+// desktop/platform/: standard folders, type and creator codes, type identifiers, labels, display
+// names, what is hidden and what is shown as one file. Where the desktop doesn't know, the portable
+// answer stands.
 //
 // What the desktop says of a file is asked for once and kept until `SetupFromFile`, that is until
 // the object is pointed at a file anew; what is set in between doesn't show before. No answer isn't
@@ -67,6 +68,18 @@ public:
 
     /// Asks the desktop for label, visibility and package, unless the answer is here already.
     void GetURLResourceValues() const;
+
+    /// What `CFileSpec::GetUTIForAttributes` tells. The creator is never looked at.
+    static void GetUTIForAttributes(std::u16string const& extension,
+                                    unsigned int fileType,
+                                    unsigned int creator,
+                                    bool isFolder,
+                                    std::string* uti);
+    /// The identifier of an extension alone, for a folder a package's if there is one; asks the
+    /// desktop at each call, as the next one does. Empty if there is none.
+    static void UTIForExtension(std::u16string const& extension, bool isFolder, std::string& uti);
+    /// The identifier of a file type alone. 0, four blanks and "????" are no type and have none.
+    static void UTIForFileType(unsigned int fileType, std::string& uti);
 
     // With the desktop's own types; on macOS only. Those of a name with Create hand over a
     // reference that the caller releases, the others are autoreleased.

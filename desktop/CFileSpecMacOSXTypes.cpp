@@ -3,18 +3,20 @@
 
 #include "desktop/FileTypeAndExtension.h"
 #include "desktop/platform/CBasicTypePlatform.h"
+#include "foundation/FourCharacterCode.h"
 #include "marl/progressive_lock.h"
 #include "text/CUTFConverter.h"
 
+#include <algorithm>
+#include <iterator>
 #include <map>
 #include <shared_mutex>
 #include <utility>
 
 namespace {
 
-constexpr unsigned int kTextType = 0x54455854;      // "TEXT"
-constexpr unsigned int kBlankType = 0x20202020;     // "    "
-constexpr unsigned int kQuestionType = 0x3F3F3F3F;  // "????"
+constexpr unsigned int kTextType = FourCharacterCode("TEXT");
+constexpr unsigned int kNoTypes[] = {0, FourCharacterCode("    "), FourCharacterCode("????")};
 
 using UTIMap = std::map<FileTypeAndExtension, std::string, FileTypeAndExtensionComparator>;
 
@@ -88,6 +90,6 @@ void CFileSpecMacOSX::UTIForExtension(std::u16string const& extension,
 void CFileSpecMacOSX::UTIForFileType(unsigned int fileType, std::string& uti)
 {
     uti.clear();
-    if (fileType == 0 || fileType == kBlankType || fileType == kQuestionType) return;
+    if (std::count(std::begin(kNoTypes), std::end(kNoTypes), fileType) != 0) return;
     ToUTF8(TypePlatform().GetTypeForFileType(fileType), uti);
 }

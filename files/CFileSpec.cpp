@@ -390,5 +390,5 @@ void CFileSpec::GetUTIForAttributes(std::u16string const& extension,
                                     bool isFolder,
                                     std::string* result)
 {
-    SpecImp().GetUTI(extension, type, creator, isFolder, result);
+    SpecImp::GetUTIForAttributes(extension, type, creator, isFolder, result);
 }

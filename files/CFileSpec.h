@@ -130,7 +130,15 @@ public:
     /// of either case.
     static void PercentDecodeURL(std::string& url);
 
-    /// The uniform type identifier of files with these attributes, or nothing if it isn't known.
+    /// The uniform type identifier of files or folders with these attributes, or nothing if it
+    /// isn't known. The file type is asked about first, but for "TEXT", which says less than an
+    /// extension does; the creator never. On Linux a table of the identifiers that macOS declares
+    /// answers, whatever the case of an extension in ASCII; on macOS the system, which makes up an
+    /// identifier ("dyn.") for an extension that it doesn't know.
+    ///
+    /// An answer, an empty one too, is kept as long as the process runs, for all who ask with the
+    /// same extension and type: with them the first caller's `isFolder` holds. Any thread may call;
+    /// one that asks what nobody asked before holds up the others until the system has answered.
     static void GetUTIForAttributes(std::u16string const& extension,
                                     unsigned int type,
                                     unsigned int creator,

@@ -234,15 +234,6 @@ void CFileSpecImp::Assign(std::u16string const& path)
     SetupFromFile();
 }
 
-void CFileSpecImp::GetUTI(std::u16string const& /*extension*/,
-                          unsigned int /*type*/,
-                          unsigned int /*creator*/,
-                          bool /*isFolder*/,
-                          std::string* result) const
-{
-    result->clear();
-}
-
 void CFileSpecImp::GetVolumesMountPoint(std::u16string* path) const
 {
     *path = s_mountPoint;

@@ -65,12 +65,6 @@ public:
 
     /// Takes a path as it is, as a new object would.
     virtual void Assign(std::u16string const& path);
-    /// The type identifier of such files; empties `result` where there are no identifiers.
-    virtual void GetUTI(std::u16string const& extension,
-                        unsigned int type,
-                        unsigned int creator,
-                        bool isFolder,
-                        std::string* result) const;
     /// The folder in which volumes appear, with a "/" at its end.
     virtual void GetVolumesMountPoint(std::u16string* path) const;
     /// Follows the links that `path` itself may be, one after the other, to what isn't a link.

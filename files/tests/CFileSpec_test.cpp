@@ -141,12 +141,6 @@ TEST(CFileSpec, KnowsNoDesktopAttributes)
     EXPECT_FALSE(spec.IsDiskImage());
     EXPECT_FALSE(spec.IsOpaqueFolder());
     EXPECT_FALSE(spec.HasOtherThanDFork());
-    std::string identifier = "old";
-    spec.GetUTI(&identifier);
-    EXPECT_EQ(identifier, "");
-    identifier = "old";
-    CFileSpec::GetUTIForAttributes(u"txt", 0, 0, false, &identifier);
-    EXPECT_EQ(identifier, "");
     spec.MountDiskImage();
     EXPECT_EQ(PathOf(spec), folder.Path("movie.mov"));
 }
