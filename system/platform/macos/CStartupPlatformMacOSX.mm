@@ -1,3 +1,4 @@
+#include "foundation/platform/macos/StReference.h"
 #include "system/platform/CBasicStartupPlatform.h"
 
 #import <CoreServices/CoreServices.h>
@@ -10,12 +11,9 @@ NSString* findFolder(short domain, unsigned int folderType, unsigned char create
 {
     FSRef folder;
     if (FSFindFolder(domain, folderType, create, &folder) != noErr) return [NSString string];
-    CFURLRef const url = CFURLCreateFromFSRef(kCFAllocatorDefault, &folder);
-    if (!url) return [NSString string];
-    NSString* const path = [(NSURL*)url path];
-    NSString* const copy = path ? [NSString stringWithString:path] : [NSString string];
-    CFRelease(url);
-    return copy;
+    StReference<CFURLRef> const url(CFURLCreateFromFSRef(kCFAllocatorDefault, &folder));
+    NSString* const path = [(NSURL*)url.Get() path];
+    return path ? [NSString stringWithString:path] : [NSString string];
 }
 
 // The UTF-8 of a string object, with a "?" for what can't be converted.
@@ -30,36 +28,25 @@ std::string TextOf(CFStringRef string)
     return text;
 }
 
-// Takes over `url`, and hands over the path; null where there is none.
-CFStringRef CopyPathAndRelease(CFURLRef url)
-{
-    CFURLRef const absolute = CFURLCopyAbsoluteURL(url);
-    CFRelease(url);
-    if (!absolute) return nullptr;
-    CFStringRef const path = CFURLCopyFileSystemPath(absolute, kCFURLPOSIXPathStyle);
-    CFRelease(absolute);
-    return path;
-}
-
 class CStartupPlatformMacOSX final : public CBasicStartupPlatform
 {
 public:
     bool GetBundleExecutable(std::string const& path, std::string& executable) const override
     {
-        CFURLRef const folder = CFURLCreateFromFileSystemRepresentation(
+        StReference<CFURLRef> const folder(CFURLCreateFromFileSystemRepresentation(
             kCFAllocatorDefault, reinterpret_cast<UInt8 const*>(path.data()),
-            static_cast<CFIndex>(path.size()), true);
-        if (!folder) return false;
-        CFBundleRef const bundle = CFBundleCreate(kCFAllocatorDefault, folder);
-        CFRelease(folder);
-        if (!bundle) return false;
-        CFURLRef const program = CFBundleCopyExecutableURL(bundle);
-        CFRelease(bundle);
-        if (!program) return false;
-        CFStringRef const programPath = CopyPathAndRelease(program);
-        if (!programPath) return false;
-        executable = TextOf(programPath);
-        CFRelease(programPath);
+            static_cast<CFIndex>(path.size()), true));
+        if (!folder.Get()) return false;
+        StReference<CFBundleRef> const bundle(CFBundleCreate(kCFAllocatorDefault, folder.Get()));
+        if (!bundle.Get()) return false;
+        StReference<CFURLRef> const program(CFBundleCopyExecutableURL(bundle.Get()));
+        if (!program.Get()) return false;
+        StReference<CFURLRef> const absolute(CFURLCopyAbsoluteURL(program.Get()));
+        if (!absolute.Get()) return false;
+        StReference<CFStringRef> const text(
+            CFURLCopyFileSystemPath(absolute.Get(), kCFURLPOSIXPathStyle));
+        if (!text.Get()) return false;
+        executable = TextOf(text.Get());
         return true;
     }
 

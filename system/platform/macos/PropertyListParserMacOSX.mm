@@ -1,5 +1,7 @@
 #include "system/platform/PropertyListParser.h"
 
+#include "foundation/platform/macos/StReference.h"
+
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <cmath>
@@ -104,19 +106,16 @@ std::optional<CPropertyList> ValueOf(CFTypeRef value)
 
 std::optional<CPropertyList> ParsePropertyList(std::string_view bytes)
 {
-    CFDataRef const data =
-        CFDataCreate(kCFAllocatorDefault, reinterpret_cast<UInt8 const*>(bytes.data()),
-                     static_cast<CFIndex>(bytes.size()));
-    if (!data) return std::nullopt;
+    StReference<CFDataRef> const data(CFDataCreate(kCFAllocatorDefault,
+                                                   reinterpret_cast<UInt8 const*>(bytes.data()),
+                                                   static_cast<CFIndex>(bytes.size())));
+    if (!data.Get()) return std::nullopt;
     CFPropertyListFormat format = kCFPropertyListXMLFormat_v1_0;
-    CFPropertyListRef const list = CFPropertyListCreateWithData(
-        kCFAllocatorDefault, data, kCFPropertyListImmutable, &format, nullptr);
-    CFRelease(data);
-    if (!list) return std::nullopt;
+    StReference<CFPropertyListRef> const list(CFPropertyListCreateWithData(
+        kCFAllocatorDefault, data.Get(), kCFPropertyListImmutable, &format, nullptr));
+    if (!list.Get()) return std::nullopt;
     // Any text is a string in the form of old.
     bool const isGarbage =
-        format == kCFPropertyListOpenStepFormat && CFGetTypeID(list) == CFStringGetTypeID();
-    auto value = isGarbage ? std::nullopt : ValueOf(list);
-    CFRelease(list);
-    return value;
+        format == kCFPropertyListOpenStepFormat && CFGetTypeID(list.Get()) == CFStringGetTypeID();
+    return isGarbage ? std::nullopt : ValueOf(list.Get());
 }
