@@ -29,12 +29,16 @@ ProcessorFeatures AskProcessor()
     unsigned int d = 0;
     if (!__get_cpuid(1, &a, &b, &c, &d)) return features;
     features.mSSSE3 = (c & bit_SSSE3) != 0;
+    bool const countsBits = (c & bit_POPCNT) != 0;
+    features.mSSE42 = features.mSSSE3 && (c & bit_SSE4_2) != 0 && countsBits;
     if (!(c & bit_OSXSAVE)) return features;
     unsigned int const saved = GetRegistersThatAreSaved();
     if (!__get_cpuid_count(7, 0, &a, &b, &c, &d)) return features;
     features.mAVX2 = (saved & kVectors256) == kVectors256 && (b & bit_AVX2) != 0;
     features.mVBMI = (saved & kVectors512) == kVectors512 && (b & bit_AVX512F) != 0 &&
                      (b & bit_AVX512BW) != 0 && (c & bit_AVX512VBMI) != 0 && (b & bit_BMI2) != 0;
+    features.mVBMI2 = features.mVBMI && (b & bit_AVX512VL) != 0 && (c & bit_AVX512VBMI2) != 0 &&
+                      (b & bit_BMI) != 0 && countsBits;
     return features;
 }
 

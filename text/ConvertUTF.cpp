@@ -1,6 +1,6 @@
 #include "text/ConvertUTF.h"
 
-#include "text/UTFRuns.h"
+#include "text/simd/UTFKernels.h"
 
 namespace {
 
@@ -143,8 +143,9 @@ ConversionResult ConvertUTF8toUTF16(UTF8 const** sourceStart,
     ConversionResult result = conversionOK;
     UTF8 const* source = *sourceStart;
     AnyUTF16* target = *targetStart;
+    UTFKernels const& kernels = GetUTFKernels();
     for (;;) {
-        RunUTF8toUTF16(source, sourceEnd, target, targetEnd);
+        kernels.mToUTF16(source, sourceEnd, target, targetEnd);
         if (source >= sourceEnd) break;
         Character const read = ReadUTF8(source, sourceEnd);
         result = read.mResult;
@@ -201,8 +202,9 @@ ConversionResult ConvertUTF16toUTF8(UTF16 const** sourceStart,
     ConversionResult result = conversionOK;
     AnyUTF16 const* source = *sourceStart;
     UTF8* target = *targetStart;
+    UTFKernels const& kernels = GetUTFKernels();
     for (;;) {
-        RunUTF16toUTF8(source, sourceEnd, target, targetEnd);
+        kernels.mToUTF8(source, sourceEnd, target, targetEnd);
         if (source >= sourceEnd) break;
         Character const read = ReadUTF16(source, sourceEnd, flags);
         result = read.mResult;
