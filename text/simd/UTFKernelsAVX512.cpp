@@ -275,8 +275,209 @@ LOAM_AVX512 void ToUTF16(UTF8 const*& sourceStart,
     if (!mayGoOn) RunUTF8toUTF16Plain(sourceStart, sourceEnd, targetStart, targetEnd);
 }
 
+// ------------------------------------------------------------------------------------------------
+// From UTF-16. Each unit gets a lane with room for all of its bytes, the last one in the uppermost
+// place, and the places that it has no bytes for are squeezed out.
+
+struct Encoded
+{
+    __m512i mBytes = {};
+    ptrdiff_t mCount = 0;
+};
+
+// `places` is negative for each place that has a byte.
+LOAM_AVX512_INLINE Encoded Squeeze(__m512i bytes, __m512i places)
+{
+    __mmask64 const mask = _mm512_movepi8_mask(places);
+    return {_mm512_maskz_compress_epi8(mask, bytes), _mm_popcnt_u64(mask)};
+}
+
+// Units below 0x800, in the lanes of `lanes`; `isOther` marks those that aren't ASCII.
+LOAM_AVX512_INLINE Encoded EncodeShort(__m512i units, __mmask32 isOther, __mmask32 lanes)
+{
+    __m512i const one = _mm512_slli_epi16(units, 8);
+    // (one & 0x3F00) | (units >> 6)
+    __m512i const bits = _mm512_ternarylogic_epi64(_mm512_set1_epi16(0x3F00), one,
+                                                   _mm512_srli_epi16(units, 6), 0xEA);
+    __m512i const two = _mm512_or_si512(bits, _mm512_set1_epi16(static_cast<short>(0x80C0)));
+    __m512i const places = _mm512_mask_blend_epi16(
+        isOther, _mm512_set1_epi16(static_cast<short>(0xFF00)), _mm512_set1_epi16(-1));
+    return Squeeze(_mm512_mask_blend_epi16(isOther, one, two),
+                   _mm512_maskz_mov_epi16(lanes, places));
+}
+
+// Characters of up to three bytes, or, where they are `isPair`, of four, in the lanes of `lanes`.
+template <bool kHasPairs>
+LOAM_AVX512_INLINE Encoded EncodeLong(__m512i values, __mmask16 lanes, __mmask16 isPair = 0)
+{
+    __mmask16 const isOther = _mm512_cmpge_epu32_mask(values, _mm512_set1_epi32(0x80));
+    __mmask16 const isLong = _mm512_cmpge_epu32_mask(values, _mm512_set1_epi32(0x800));
+
+    // Six bits to each place. Above the highest there is none left in the leads of two and three.
+    __m512i const sixes = _mm512_maskz_multishift_epi64_epi8(
+        ~__mmask64{0}, _mm512_set1_epi64(0x20262C32'00060C12), values);
+    __m512i marks = _mm512_set1_epi32(static_cast<int>(0x80C0E0F0));
+    marks = _mm512_mask_mov_epi32(marks, isLong, _mm512_set1_epi32(static_cast<int>(0x8080E0F0)));
+    if (kHasPairs) {
+        marks =
+            _mm512_mask_mov_epi32(marks, isPair, _mm512_set1_epi32(static_cast<int>(0x808080F0)));
+    }
+    // (sixes & 0x3F3F3F07) | marks
+    __m512i bytes = _mm512_ternarylogic_epi64(_mm512_set1_epi32(0x3F3F3F07), sixes, marks, 0xEA);
+    bytes = _mm512_mask_slli_epi32(bytes, static_cast<__mmask16>(~isOther), values, 24);
+
+    __m512i places = _mm512_set1_epi32(static_cast<int>(0xFF000000));
+    places =
+        _mm512_mask_mov_epi32(places, isOther, _mm512_set1_epi32(static_cast<int>(0xFFFF0000)));
+    places = _mm512_mask_mov_epi32(places, isLong, _mm512_set1_epi32(static_cast<int>(0xFFFFFF00)));
+    if (kHasPairs) places = _mm512_mask_mov_epi32(places, isPair, _mm512_set1_epi32(-1));
+    return Squeeze(bytes, _mm512_maskz_mov_epi32(lanes, places));
+}
+
+// A block's units of 32 bits, 0 to 15 or 16 to 31 of them.
+LOAM_AVX512_INLINE __m512i WidenHalf(__m512i units, int half)
+{
+    auto const quarters = reinterpret_cast<__v8di>(units);
+    auto const chosen = half == 0 ? __builtin_shufflevector(quarters, quarters, 0, 1, 2, 3)
+                                  : __builtin_shufflevector(quarters, quarters, 4, 5, 6, 7);
+    return _mm512_maskz_cvtepu16_epi32(0xFFFF, reinterpret_cast<__m256i>(chosen));
+}
+
+// A block in up to two parts, the second one behind the first.
+struct EncodedBlock
+{
+    Encoded mParts[2];
+    ptrdiff_t mUnits;  // how many are encoded; 0 where the block calls for a decision
+};
+
+LOAM_AVX512_INLINE EncodedBlock EncodePlain(__m512i units, ptrdiff_t count, __mmask32 lanes)
+{
+    return {{EncodeLong<false>(WidenHalf(units, 0), static_cast<__mmask16>(lanes)),
+             EncodeLong<false>(WidenHalf(units, 1), static_cast<__mmask16>(lanes >> 16))},
+            count};
+}
+
+// The block's units have been loaded from `source`. A last one that is a high surrogate is left.
+LOAM_AVX512_INLINE EncodedBlock EncodePairs(AnyUTF16 const* source,
+                                            __m512i units,
+                                            ptrdiff_t count,
+                                            __mmask32 lanes)
+{
+    __m512i const kind = _mm512_and_si512(units, _mm512_set1_epi16(static_cast<short>(0xFC00)));
+    __mmask32 high = _mm512_cmpeq_epi16_mask(kind, _mm512_set1_epi16(static_cast<short>(0xD800)));
+    __mmask32 const low =
+        _mm512_cmpeq_epi16_mask(kind, _mm512_set1_epi16(static_cast<short>(0xDC00)));
+    count -= high >> (count - 1) & 1;
+    lanes = static_cast<__mmask32>(LowBits(count));
+    high &= lanes;
+    if (high << 1 != low) return {{Encoded(), Encoded()}, 0};
+
+    __m512i const next = _mm512_maskz_loadu_epi16(lanes >> 1, source + 1);
+    __mmask32 const written = lanes & ~low;
+    EncodedBlock block = {{Encoded(), Encoded()}, count};
+    for (int half = 0; half < 2; ++half) {
+        auto const isPair = static_cast<__mmask16>(high >> 16 * half);
+        __m512i const firsts = WidenHalf(units, half);
+        // 0x10000 + (first - 0xD800) * 0x400 + (next - 0xDC00)
+        __m512i const joined =
+            _mm512_add_epi32(_mm512_maskz_slli_epi32(isPair, firsts, 10), WidenHalf(next, half));
+        __m512i const values =
+            _mm512_mask_sub_epi32(firsts, isPair, joined, _mm512_set1_epi32(0x35FDC00));
+        block.mParts[half] =
+            EncodeLong<true>(values, static_cast<__mmask16>(written >> 16 * half), isPair);
+    }
+    return block;
+}
+
+LOAM_AVX512_INLINE bool HasSurrogates(__m512i units)
+{
+    __m512i const kind = _mm512_and_si512(units, _mm512_set1_epi16(static_cast<short>(0xF800)));
+    return _mm512_cmpeq_epi16_mask(kind, _mm512_set1_epi16(static_cast<short>(0xD800))) != 0;
+}
+
+LOAM_AVX512_INLINE EncodedBlock EncodeMixed(
+    AnyUTF16 const* source, __m512i units, __mmask32 isOther, ptrdiff_t count, __mmask32 lanes)
+{
+    if (_mm512_test_epi16_mask(units, _mm512_set1_epi16(static_cast<short>(0xF800))) == 0)
+        return {{EncodeShort(units, isOther, lanes), Encoded()}, count};
+    if (!HasSurrogates(units)) return EncodePlain(units, count, lanes);
+    return EncodePairs(source, units, count, lanes);
+}
+
+LOAM_AVX512_INLINE __mmask32 IsOther(__m512i units)
+{
+    return _mm512_test_epi16_mask(units, _mm512_set1_epi16(static_cast<short>(0xFF80)));
+}
+
+LOAM_AVX512_INLINE __m256i Narrow(__m512i units)
+{
+    return _mm512_maskz_cvtepi16_epi8(~__mmask32{0}, units);
+}
+
+// A block that isn't whole, or hasn't the room of a whole one. False if it is left.
+LOAM_AVX512_INLINE bool
+ConvertSome(AnyUTF16 const*& source, AnyUTF16 const* sourceEnd, UTF8*& target, UTF8* targetEnd)
+{
+    ptrdiff_t const count = std::min(sourceEnd - source, kUnits);
+    auto const lanes = static_cast<__mmask32>(LowBits(count));
+    __m512i const units = _mm512_maskz_loadu_epi16(lanes, source);
+    __mmask32 const isOther = IsOther(units);
+    if (isOther == 0) {
+        if (targetEnd - target < count) return false;
+        _mm256_mask_storeu_epi8(target, lanes, Narrow(units));
+        source += count;
+        target += count;
+        return true;
+    }
+    EncodedBlock const block = EncodeMixed(source, units, isOther, count, lanes);
+    Encoded const& first = block.mParts[0];
+    Encoded const& second = block.mParts[1];
+    if (block.mUnits == 0 || targetEnd - target < first.mCount + second.mCount) return false;
+    _mm512_mask_storeu_epi8(target, LowBits(first.mCount), first.mBytes);
+    target += first.mCount;
+    _mm512_mask_storeu_epi8(target, LowBits(second.mCount), second.mBytes);
+    target += second.mCount;
+    source += block.mUnits;
+    return true;
+}
+
+LOAM_AVX512 void
+ToUTF8(AnyUTF16 const*& sourceStart, AnyUTF16 const* sourceEnd, UTF8*& targetStart, UTF8* targetEnd)
+{
+    // Two vectors are stored, the first of which may be full.
+    constexpr ptrdiff_t kRoom = 2 * kBytes;
+    AnyUTF16 const* source = sourceStart;
+    UTF8* target = targetStart;
+    bool mayGoOn = true;
+    while (sourceEnd - source >= kUnits && targetEnd - target >= kRoom) {
+        __m512i const units = _mm512_loadu_si512(source);
+        __mmask32 const isOther = IsOther(units);
+        if (isOther == 0) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), Narrow(units));
+            source += kUnits;
+            target += kUnits;
+            continue;
+        }
+        EncodedBlock const block = EncodeMixed(source, units, isOther, kUnits, ~__mmask32{0});
+        if (block.mUnits == 0) {
+            mayGoOn = false;
+            break;
+        }
+        for (Encoded const& part : block.mParts) {
+            _mm512_storeu_si512(target, part.mBytes);
+            target += part.mCount;
+        }
+        source += block.mUnits;
+    }
+    while (mayGoOn && source < sourceEnd)
+        mayGoOn = ConvertSome(source, sourceEnd, target, targetEnd);
+    sourceStart = source;
+    targetStart = target;
+    if (!mayGoOn) RunUTF16toUTF8Plain(sourceStart, sourceEnd, targetStart, targetEnd);
+}
+
 }  // namespace
 
-UTFKernels const kAVX512UTFKernels = {"AVX-512 VBMI2", ToUTF16, RunUTF16toUTF8Plain};
+UTFKernels const kAVX512UTFKernels = {"AVX-512 VBMI2", ToUTF16, ToUTF8};
 
 #endif
