@@ -1,10 +1,11 @@
-// All UTF routines over any source, flags and capacity, compared with the second statement of their
-// rules.
+// All UTF routines over any source, flags and capacity, at each level of instructions that the
+// processor has, compared with the second statement of their rules.
 //
 // The first byte gives the flags and the offset of the source in memory, the next two the capacity;
 // what follows is the source, taken as bytes, as UTF-16 units and as UTF-32 values.
 #include "testing/NaiveUTF.h"
 #include "text/CUTFConverter.h"
+#include "text/simd/UTFKernels.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -123,9 +124,13 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
 
     auto const bytes = UnitsOf<UTF8>(data, size);
     auto const units = UnitsOf<UTF16>(data, size);
-    CheckUTF8(bytes, capacity, offset, flags);
-    CheckUTF16(units, capacity, offset, flags);
+    static auto const sLevels = GetAllUTFKernels();
+    for (UTFKernels const* const kernels : sLevels) {
+        StUTFKernels const level(*kernels);
+        CheckUTF8(bytes, capacity, offset, flags);
+        CheckUTF16(units, capacity, offset, flags);
+        CheckStrings(bytes, units, flags);
+    }
     CheckUTF32(UnitsOf<UTF32>(data, size), capacity, flags);
-    CheckStrings(bytes, units, flags);
     return 0;
 }

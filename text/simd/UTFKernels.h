@@ -18,24 +18,38 @@
 /// `UTF16`.
 typedef UTF16 __attribute__((may_alias)) AnyUTF16;
 
+using RunToUTF16 = void(UTF8 const*& source,
+                        UTF8 const* sourceEnd,
+                        AnyUTF16*& target,
+                        AnyUTF16* targetEnd);
+using RunToUTF8 = void(AnyUTF16 const*& source,
+                       AnyUTF16 const* sourceEnd,
+                       UTF8*& target,
+                       UTF8* targetEnd);
+
+/// The plain loops, with which the others do what is left for them, and those of processors.
+RunToUTF16 RunToUTF16Plain;
+RunToUTF8 RunToUTF8Plain;
+#if defined(__x86_64__)
+RunToUTF16 RunToUTF16SSE42;
+RunToUTF8 RunToUTF8SSE42;
+RunToUTF16 RunToUTF16AVX2;
+RunToUTF8 RunToUTF8AVX2;
+RunToUTF16 RunToUTF16AVX512;
+RunToUTF8 RunToUTF8AVX512;
+#elif defined(__aarch64__)
+RunToUTF16 RunToUTF16NEON;
+RunToUTF8 RunToUTF8NEON;
+#endif
+
 struct UTFKernels
 {
     char const* mName;
-    void (*mToUTF16)(UTF8 const*& source,
-                     UTF8 const* sourceEnd,
-                     AnyUTF16*& target,
-                     AnyUTF16* targetEnd);
-    void (*mToUTF8)(AnyUTF16 const*& source,
-                    AnyUTF16 const* sourceEnd,
-                    UTF8*& target,
-                    UTF8* targetEnd);
+    RunToUTF16* mToUTF16;
+    RunToUTF8* mToUTF8;
 };
 
-/// Those of each level, where the compiler's target has it at all.
 extern UTFKernels const kPlainUTFKernels;
-#if defined(__x86_64__)
-extern UTFKernels const kAVX512UTFKernels;
-#endif
 
 /// All that this processor can run, the plain ones first and the fastest last.
 std::vector<UTFKernels const*> GetAllUTFKernels();
@@ -70,13 +84,3 @@ public:
 private:
     UTFKernels const* mFormer;  // not owned; null before the choice
 };
-
-/// The plain loops, with which the others do what is left for them.
-void RunUTF8toUTF16Plain(UTF8 const*& source,
-                         UTF8 const* sourceEnd,
-                         AnyUTF16*& target,
-                         AnyUTF16* targetEnd);
-void RunUTF16toUTF8Plain(AnyUTF16 const*& source,
-                         AnyUTF16 const* sourceEnd,
-                         UTF8*& target,
-                         UTF8* targetEnd);

@@ -441,10 +441,10 @@ void FinishToUTF8(AnyUTF16 const* sourceStart,
 // The cursors are copied, so that they may stay in registers: what is written as bytes could be
 // anything in memory.
 
-void RunUTF8toUTF16Plain(UTF8 const*& sourceStart,
-                         UTF8 const* sourceEnd,
-                         AnyUTF16*& targetStart,
-                         AnyUTF16* targetEnd)
+void RunToUTF16Plain(UTF8 const*& sourceStart,
+                     UTF8 const* sourceEnd,
+                     AnyUTF16*& targetStart,
+                     AnyUTF16* targetEnd)
 {
     UTF8 const* source = sourceStart;
     AnyUTF16* target = targetStart;
@@ -460,10 +460,10 @@ void RunUTF8toUTF16Plain(UTF8 const*& sourceStart,
     targetStart = target;
 }
 
-void RunUTF16toUTF8Plain(AnyUTF16 const*& sourceStart,
-                         AnyUTF16 const* sourceEnd,
-                         UTF8*& targetStart,
-                         UTF8* targetEnd)
+void RunToUTF8Plain(AnyUTF16 const*& sourceStart,
+                    AnyUTF16 const* sourceEnd,
+                    UTF8*& targetStart,
+                    UTF8* targetEnd)
 {
     constexpr ptrdiff_t kMostBytes = 3;  // for a unit
     AnyUTF16 const* source = sourceStart;
@@ -478,5 +478,3 @@ void RunUTF16toUTF8Plain(AnyUTF16 const*& sourceStart,
     sourceStart = source;
     targetStart = target;
 }
-
-UTFKernels const kPlainUTFKernels = {"plain", RunUTF8toUTF16Plain, RunUTF16toUTF8Plain};

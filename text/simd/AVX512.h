@@ -1,0 +1,75 @@
+// What the kernels for AVX-512 with VBMI2 share. For x86_64 alone.
+//
+// A function of another target can be inlined in none of a higher one, and gcc warns of its own
+// intrinsics where they start from undefined registers: so each function here says its target, and
+// shuffles with a fixed order are left to the compiler.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include <immintrin.h>
+
+#define LOAM_AVX512                                                                                \
+    __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,bmi,bmi2,popcnt")))
+#define LOAM_AVX512_INLINE __attribute__((always_inline)) LOAM_AVX512 inline
+
+/// The lowest `count` bits, of 64 at most.
+LOAM_AVX512_INLINE std::uint64_t LowBits(std::ptrdiff_t count)
+{
+    return _bzhi_u64(~std::uint64_t{0}, static_cast<unsigned int>(count));
+}
+
+LOAM_AVX512_INLINE __m512i EachByte(int value)
+{
+    return _mm512_set1_epi8(static_cast<char>(value));
+}
+
+LOAM_AVX512_INLINE __m512i EachUnit(int value)
+{
+    return _mm512_set1_epi16(static_cast<short>(value));
+}
+
+LOAM_AVX512_INLINE __m512i EachLane(unsigned int value)
+{
+    return _mm512_set1_epi32(static_cast<int>(value));
+}
+
+/// The bits of `a` where `mask` is set, those of `b` elsewhere.
+LOAM_AVX512_INLINE __m512i Select(__m512i mask, __m512i a, __m512i b)
+{
+    return _mm512_ternarylogic_epi64(mask, a, b, 0xCA);
+}
+
+/// `(a & mask) | b`
+LOAM_AVX512_INLINE __m512i AndOr(__m512i a, __m512i mask, __m512i b)
+{
+    return _mm512_ternarylogic_epi64(a, mask, b, 0xEA);
+}
+
+LOAM_AVX512_INLINE __m256i LowerHalf(__m512i vector)
+{
+    auto const eighths = reinterpret_cast<__v8di>(vector);
+    return reinterpret_cast<__m256i>(__builtin_shufflevector(eighths, eighths, 0, 1, 2, 3));
+}
+
+LOAM_AVX512_INLINE __m256i UpperHalf(__m512i vector)
+{
+    auto const eighths = reinterpret_cast<__v8di>(vector);
+    return reinterpret_cast<__m256i>(__builtin_shufflevector(eighths, eighths, 4, 5, 6, 7));
+}
+
+/// The eighths of both halves by turns, as the unpacking instructions want them, and back.
+LOAM_AVX512_INLINE __m512i DealEighths(__m512i vector)
+{
+    auto const eighths = reinterpret_cast<__v8di>(vector);
+    return reinterpret_cast<__m512i>(
+        __builtin_shufflevector(eighths, eighths, 0, 4, 1, 5, 2, 6, 3, 7));
+}
+
+LOAM_AVX512_INLINE __m512i GatherEighths(__m512i vector)
+{
+    auto const eighths = reinterpret_cast<__v8di>(vector);
+    return reinterpret_cast<__m512i>(
+        __builtin_shufflevector(eighths, eighths, 0, 2, 4, 6, 1, 3, 5, 7));
+}

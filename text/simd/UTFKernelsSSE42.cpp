@@ -1,0 +1,19 @@
+#if defined(__x86_64__)
+
+#include "text/simd/SSE42.h"
+
+#include "text/simd/UTFVectors.h"
+
+LOAM_VECTOR void
+RunToUTF16SSE42(UTF8 const*& source, UTF8 const* sourceEnd, AnyUTF16*& target, AnyUTF16* targetEnd)
+{
+    ConvertToUTF16(source, sourceEnd, target, targetEnd);
+}
+
+LOAM_VECTOR void
+RunToUTF8SSE42(AnyUTF16 const*& source, AnyUTF16 const* sourceEnd, UTF8*& target, UTF8* targetEnd)
+{
+    ConvertToUTF8(source, sourceEnd, target, targetEnd);
+}
+
+#endif

@@ -1,0 +1,484 @@
+// The loops of UTF conversion for processors with a shuffle of bytes, over vectors of 16 or 32
+// bytes. Included by one source for each level, behind the header with its instructions
+// (SSE42.h, AVX2.h, NEON.h); those say too for which target all this is compiled.
+//
+// All places of a block are computed at once, and the places where no character ends are shuffled
+// out by eight, as in the loops for AVX-512. Shuffles looked up by what the bytes of a character
+// are come from Daniel Lemire and Wojciech Muła, "Transcoding billions of Unicode characters per
+// second with SIMD instructions" (Software: Practice and Experience 52/2, 2022); the way of finding
+// malformed sequences from John Keiser and Daniel Lemire, "Validating UTF-8 In Less Than One
+// Instruction Per Byte" (Software: Practice and Experience 51/5, 2021).
+#pragma once
+
+#include "text/simd/UTFKernels.h"
+#include "text/simd/UTFShuffles.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+namespace {
+
+constexpr ptrdiff_t kBytes = sizeof(Bytes);
+constexpr ptrdiff_t kUnits = kBytes / 2;
+// Of eight units, or of four lanes of 32 bits.
+constexpr int kEights = static_cast<int>(kBytes) / 8;
+
+template <class Vector>
+LOAM_VECTOR_INLINE Vector Load(void const* from)
+{
+    Vector vector;
+    std::memcpy(&vector, from, sizeof vector);
+    return vector;
+}
+
+template <class Vector>
+LOAM_VECTOR_INLINE void Store(Vector vector, void* to)
+{
+    std::memcpy(to, &vector, sizeof vector);
+}
+
+// `mask` has all bits of a lane or none.
+template <class Vector>
+LOAM_VECTOR_INLINE Vector Choose(Vector mask, Vector ifSet, Vector otherwise)
+{
+    return (mask & ifSet) | (~mask & otherwise);
+}
+
+LOAM_VECTOR_INLINE Bytes LessOrNone(Bytes bytes, std::uint8_t less)
+{
+    return Max(bytes, Bytes{} + less) - less;
+}
+
+LOAM_VECTOR_INLINE Bytes IsAtLeast(Bytes bytes, std::uint8_t limit)
+{
+    return reinterpret_cast<Bytes>(Max(bytes, Bytes{} + limit) == bytes);
+}
+
+LOAM_VECTOR_INLINE Bytes IsBelow(Bytes bytes, std::uint8_t limit)
+{
+    return reinterpret_cast<Bytes>(Min(bytes, Bytes{} + static_cast<std::uint8_t>(limit - 1)) ==
+                                   bytes);
+}
+
+// Bits that cross from one byte of two to the other are for the caller to drop.
+LOAM_VECTOR_INLINE Bytes ShiftUp(Bytes bytes, int count)
+{
+    return reinterpret_cast<Bytes>(reinterpret_cast<Units>(bytes) << count);
+}
+
+LOAM_VECTOR_INLINE Bytes ShiftDown(Bytes bytes, int count)
+{
+    return reinterpret_cast<Bytes>(reinterpret_cast<Units>(bytes) >> count);
+}
+
+// Keeps what the row says, and moves the target by `count`. A whole vector is stored.
+template <class Unit>
+LOAM_VECTOR_INLINE void
+StoreShuffled(Eight bytes, ShuffleRow const& row, ptrdiff_t count, Unit*& target)
+{
+    Store(Shuffle(bytes, Load<Eight>(row.data())), target);
+    target += count;
+}
+
+// ------------------------------------------------------------------------------------------------
+// From UTF-8. Each place of a block is looked at together with the three bytes before it, which may
+// belong to the block before. So blocks need no state from one to the next: a character belongs to
+// the block that it ends in.
+
+// `mBefore[i]` is `mHere` moved up by `i + 1` places.
+struct Window
+{
+    Bytes mHere;
+    Bytes mBefore[3];
+};
+
+LOAM_VECTOR_INLINE Window LoadWithin(UTF8 const* first)
+{
+    return {Load<Bytes>(first),
+            {Load<Bytes>(first - 1), Load<Bytes>(first - 2), Load<Bytes>(first - 3)}};
+}
+
+// With nothing before it.
+LOAM_VECTOR_INLINE Window LoadFirst(UTF8 const* first)
+{
+    UTF8 copy[3 + kBytes] = {};
+    std::memcpy(copy + 3, first, kBytes);
+    return LoadWithin(copy + 3);
+}
+
+// All of the block and the three bytes before it.
+LOAM_VECTOR_INLINE bool IsASCII(Window const& window)
+{
+    return HighBits(window.mHere | window.mBefore[2]) == 0;
+}
+
+LOAM_VECTOR_INLINE bool HasFourBytes(Window const& window)
+{
+    return HighBits(IsAtLeast(Max(window.mHere, window.mBefore[2]), 0xF0)) != 0;
+}
+
+// What a block's places come to. Those that aren't `mWritten` hold anything.
+struct Places
+{
+    Bytes mLow;
+    Bytes mHigh;
+    std::uint32_t mWritten;
+    bool mIsBad;
+};
+
+// The surrogates of what has four bytes, and what is wrong with them.
+LOAM_VECTOR_INLINE Bytes DecodePairs(Window const& window, Bytes& low, Bytes& high)
+{
+    Bytes const before = window.mBefore[0];
+    Bytes const second = window.mBefore[1];
+    Bytes const isHighPlace = IsAtLeast(second, 0xF0);
+    Bytes const isLowPlace = IsAtLeast(window.mBefore[2], 0xF0);
+
+    // Of 11110aaa 10aabbbb 10bbccdd, at the third byte, 110110aa aabbbbcc less 0x40.
+    Bytes const top = (ShiftUp(before, 2) & 0xFC) | (ShiftDown(window.mHere, 4) & 0x03);
+    Bytes const borrows = IsBelow(top, 0x40);
+    Bytes const upper = (second & 0x0F) + 0xD8 + borrows;
+    low = Choose(isHighPlace, Bytes(top - 0x40), low);
+    high = Choose(isHighPlace, upper, high);
+    // Behind a 10ccdddd and a 10dddddd, at the fourth.
+    high = Choose(isLowPlace, Bytes((ShiftDown(before, 2) & 0x03) | 0xDC), high);
+    return isHighPlace & reinterpret_cast<Bytes>((upper & 0xFC) != 0xD8);
+}
+
+// Where sequences are of up to three bytes each, or of up to four.
+template <bool kHasFour>
+LOAM_VECTOR_INLINE Places Decode(Window const& window)
+{
+    Bytes const here = window.mHere;
+    Bytes const before = window.mBefore[0];
+    Bytes const second = window.mBefore[1];
+
+    // A lead byte calls for continuation bytes one, two and three places on.
+    Bytes called = Max(before, LessOrNone(second, 0x20));
+    if (kHasFour) called = Max(called, LessOrNone(window.mBefore[2], 0x30));
+    auto const isContinuation =
+        reinterpret_cast<Bytes>(reinterpret_cast<SignedBytes>(here) < -0x40);
+    Bytes bad = IsAtLeast(called, 0xC0) ^ isContinuation;
+
+    // The last byte of a character is no lead, and none that has two more to come goes before it.
+    // That is true of the third of four as well, where the high surrogate is written.
+    Places places;
+    places.mWritten = ~HighBits(IsAtLeast(Max(here, LessOrNone(before, 0x20)), 0xC0));
+
+    // The lower byte: six bits, and two of the byte before. The upper one: the rest of that, and
+    // the lead of three bytes.
+    Bytes isLastOfThree = IsAtLeast(second, 0xE0);
+    auto const isOther = reinterpret_cast<Bytes>(reinterpret_cast<SignedBytes>(here) < 0);
+    places.mLow = Choose(isOther, Bytes((here & 0x3F) | (ShiftUp(before, 6) & 0xC0)), here);
+    Bytes high = (ShiftDown(before, 2) & 0x0F) | (ShiftUp(second, 4) & 0xF0 & isLastOfThree);
+
+    // Three bytes for a value below 0x800 or for a surrogate: below 8 either way. Lead bytes C0 and
+    // C1: the lowest of their kind.
+    Bytes const surrogate = high ^ 0xD8;
+    Bytes const distance = Min(high, surrogate);
+    if (kHasFour) {
+        isLastOfThree &= IsBelow(Max(second, window.mBefore[2]), 0xF0);
+        bad |= DecodePairs(window, places.mLow, high);
+    }
+    bad |= isLastOfThree & IsBelow(distance, 8);
+    bad |= reinterpret_cast<Bytes>((here & 0xFE) == 0xC0);
+    places.mHigh = high & isOther;
+    places.mIsBad = HighBits(bad) != 0;
+    return places;
+}
+
+// By hand for each eight: compilers leave such a loop, and its array in memory.
+template <int kIndex>
+LOAM_VECTOR_INLINE void
+StoreEight(Eight const (&units)[kEights], std::uint32_t written, AnyUTF16*& target)
+{
+    std::uint32_t const row = written >> 8 * kIndex & 0xFF;
+    StoreShuffled(units[kIndex], kUnitShuffles[row], __builtin_popcount(row), target);
+}
+
+LOAM_VECTOR_INLINE void StorePlaces(Places const& places, AnyUTF16*& target)
+{
+    Eight units[kEights];
+    Join(places.mLow, places.mHigh, units);
+    StoreEight<0>(units, places.mWritten, target);
+    StoreEight<1>(units, places.mWritten, target);
+    if constexpr (kEights == 4) {
+        StoreEight<2>(units, places.mWritten, target);
+        StoreEight<3>(units, places.mWritten, target);
+    }
+}
+
+LOAM_VECTOR_INLINE void Widen(Bytes bytes, AnyUTF16* target)
+{
+    Eight units[kEights];
+    Join(bytes, Bytes{}, units);
+    for (int i = 0; i < kEights; ++i)
+        Store(units[i], target + 8 * i);
+}
+
+// What has been decoded up to `source` goes back to where its last character begins, if that isn't
+// all there: none of it is written but the high surrogate of three bytes of four.
+LOAM_VECTOR_INLINE void LeaveCutCharacter(UTF8 const* begin, UTF8 const*& source, AnyUTF16*& target)
+{
+    ptrdiff_t const size = source - begin;
+    if (size >= 1 && source[-1] >= 0xC0) {
+        source -= 1;
+    } else if (size >= 2 && source[-2] >= 0xE0) {
+        source -= 2;
+    } else if (size >= 3 && source[-3] >= 0xF0) {
+        source -= 3;
+        target -= 1;
+    }
+}
+
+// False where something calls for a decision.
+LOAM_VECTOR_INLINE bool ConvertWindow(Window const& window, AnyUTF16*& target)
+{
+    Places const places = HasFourBytes(window) ? Decode<true>(window) : Decode<false>(window);
+    if (places.mIsBad) return false;
+    StorePlaces(places, target);
+    return true;
+}
+
+LOAM_VECTOR_INLINE void ConvertASCII(UTF8 const*& source, ptrdiff_t blocks, AnyUTF16*& target)
+{
+    for (; blocks > 0; --blocks) {
+        auto const bytes = Load<Bytes>(source);
+        if (HighBits(bytes) != 0) return;
+        Widen(bytes, target);
+        source += kBytes;
+        target += kBytes;
+    }
+}
+
+// What is left of less than a block, together with ASCII before it, once more.
+LOAM_VECTOR_INLINE void FinishASCII(UTF8 const* begin,
+                                    UTF8 const*& source,
+                                    UTF8 const* sourceEnd,
+                                    AnyUTF16*& target,
+                                    AnyUTF16* targetEnd)
+{
+    ptrdiff_t const rest = sourceEnd - source;
+    if (rest == 0 || rest >= kBytes || rest > targetEnd - target || sourceEnd - begin < kBytes)
+        return;
+    auto const bytes = Load<Bytes>(sourceEnd - kBytes);
+    if (HighBits(bytes) != 0) return;
+    source = sourceEnd;
+    target += rest;
+    Widen(bytes, target - kBytes);
+}
+
+LOAM_VECTOR void ConvertToUTF16(UTF8 const*& sourceStart,
+                                UTF8 const* sourceEnd,
+                                AnyUTF16*& targetStart,
+                                AnyUTF16* targetEnd)
+{
+    UTF8 const* const begin = sourceStart;
+    UTF8 const* source = begin;
+    AnyUTF16* target = targetStart;
+    bool mayBeASCII = true;
+    bool wasASCII = false;
+    for (;;) {
+        // No character has more units than bytes.
+        ptrdiff_t const blocks = std::min(sourceEnd - source, targetEnd - target) / kBytes;
+        if (blocks == 0) break;
+        if (mayBeASCII) {
+            ConvertASCII(source, blocks, target);
+            mayBeASCII = false;
+            continue;
+        }
+        Window const window = source == begin ? LoadFirst(source) : LoadWithin(source);
+        if (!ConvertWindow(window, target)) break;
+        source += kBytes;
+        // A block of ASCII among others isn't worth a branch that can't be foreseen.
+        bool const isASCII = IsASCII(window);
+        mayBeASCII = isASCII && wasASCII;
+        wasASCII = isASCII;
+    }
+    LeaveCutCharacter(begin, source, target);
+    FinishASCII(begin, source, sourceEnd, target, targetEnd);
+    sourceStart = source;
+    targetStart = target;
+    if (source < sourceEnd) RunToUTF16Plain(sourceStart, sourceEnd, targetStart, targetEnd);
+}
+
+// ------------------------------------------------------------------------------------------------
+// From UTF-16. Each unit gets a lane with room for all of its bytes, and the places that it has no
+// bytes for are shuffled out.
+
+LOAM_VECTOR_INLINE Units IsAbove(Units units, std::uint16_t bits)
+{
+    return reinterpret_cast<Units>((units & bits) != 0);
+}
+
+LOAM_VECTOR_INLINE bool IsAny(Units mask)
+{
+    return HighBits(reinterpret_cast<Bytes>(mask)) != 0;
+}
+
+LOAM_VECTOR_INLINE Units IsOther(Units units)
+{
+    return IsAbove(units, 0xFF80);
+}
+
+LOAM_VECTOR_INLINE Units IsLong(Units units)
+{
+    return IsAbove(units, 0xF800);
+}
+
+LOAM_VECTOR_INLINE Units IsSurrogate(Units units)
+{
+    return reinterpret_cast<Units>((units & 0xF800) == 0xD800);
+}
+
+template <int kIndex>
+LOAM_VECTOR_INLINE void
+StoreEightShort(Eight const (&units)[kEights / 2], std::uint32_t others, UTF8*& target)
+{
+    std::uint32_t const row = others >> 16 * kIndex & 0xFF;
+    StoreShuffled(units[kIndex], kShortShuffles[row], 8 + __builtin_popcount(row), target);
+}
+
+// Units below 0x800.
+LOAM_VECTOR_INLINE void StoreShort(Units units, Units isOther, UTF8*& target)
+{
+    Units const one = units << 8;
+    Units const two = (one & 0x3F00) | units >> 6 | 0x80C0;
+    Eight eights[kEights / 2];
+    Split(Choose(isOther, two, one), eights);
+    std::uint32_t const others = BitsOf(isOther);
+    StoreEightShort<0>(eights, others, target);
+    if constexpr (kEights == 4) StoreEightShort<1>(eights, others, target);
+}
+
+template <int kIndex>
+LOAM_VECTOR_INLINE void
+StoreFour(Eight const (&lanes)[kEights], std::uint32_t others, std::uint32_t longs, UTF8*& target)
+{
+    constexpr int kShift = 16 * (kIndex / 2) + 4 * (kIndex % 2);
+    std::uint32_t const row = (others >> kShift & 0xF) | (longs >> kShift & 0xF) << 4;
+    StoreShuffled(lanes[kIndex], kLongShuffles[row], 4 + __builtin_popcount(row), target);
+}
+
+// Units that are no surrogates.
+LOAM_VECTOR_INLINE void StorePlain(Units units, UTF8*& target)
+{
+    Units const isOther = IsOther(units);
+    Units const isLong = IsLong(units);
+    Units const middle = (units << 2 & 0x3F00) | (~isLong & 0x4000);
+    Units const last = Choose(isOther, Units((units & 0x3F) | 0x80), units);
+    Eight lanes[kEights];
+    Join(Units(units >> 12 | middle | 0x80E0), last, lanes);
+    std::uint32_t const others = BitsOf(isOther);
+    std::uint32_t const longs = BitsOf(isLong);
+    StoreFour<0>(lanes, others, longs, target);
+    StoreFour<1>(lanes, others, longs, target);
+    if constexpr (kEights == 4) {
+        StoreFour<2>(lanes, others, longs, target);
+        StoreFour<3>(lanes, others, longs, target);
+    }
+}
+
+// A block of units, and room for three bytes each and a vector that is stored for the last of them.
+LOAM_VECTOR_INLINE bool
+HasRoom(AnyUTF16 const* source, AnyUTF16 const* sourceEnd, UTF8* target, UTF8* targetEnd)
+{
+    return sourceEnd - source >= kUnits && targetEnd - target >= 3 * kUnits + 4;
+}
+
+// The loops over whole blocks. Each goes on through blocks of a simpler kind too, unless two of
+// them follow each other: text that is mixed has no branch that the processor can't foresee.
+
+LOAM_VECTOR_INLINE void
+ConvertASCII(AnyUTF16 const*& source, AnyUTF16 const* sourceEnd, UTF8*& target, UTF8* targetEnd)
+{
+    while (sourceEnd - source >= kBytes && targetEnd - target >= kBytes) {
+        auto const first = Load<Units>(source);
+        auto const second = Load<Units>(source + kUnits);
+        if (IsAny(IsOther(first | second))) return;
+        Store(Narrow(first, second), target);
+        source += kBytes;
+        target += kBytes;
+    }
+}
+
+LOAM_VECTOR_INLINE void
+ConvertShort(AnyUTF16 const*& source, AnyUTF16 const* sourceEnd, UTF8*& target, UTF8* targetEnd)
+{
+    Units former = ~Units{};
+    while (HasRoom(source, sourceEnd, target, targetEnd)) {
+        auto const units = Load<Units>(source);
+        if (IsAny(IsLong(units))) return;
+        StoreShort(units, IsOther(units), target);
+        source += kUnits;
+        if (!IsAny(IsOther(units | former))) return;
+        former = units;
+    }
+}
+
+LOAM_VECTOR_INLINE void
+ConvertPlain(AnyUTF16 const*& source, AnyUTF16 const* sourceEnd, UTF8*& target, UTF8* targetEnd)
+{
+    Units former = ~Units{};
+    while (HasRoom(source, sourceEnd, target, targetEnd)) {
+        auto const units = Load<Units>(source);
+        if (IsAny(IsSurrogate(units))) return;
+        StorePlain(units, target);
+        source += kUnits;
+        if (!IsAny(IsLong(units | former))) return;
+        former = units;
+    }
+}
+
+// What is left of less than two vectors, together with ASCII before it, once more.
+LOAM_VECTOR_INLINE void FinishASCII(AnyUTF16 const* begin,
+                                    AnyUTF16 const*& source,
+                                    AnyUTF16 const* sourceEnd,
+                                    UTF8*& target,
+                                    UTF8* targetEnd)
+{
+    ptrdiff_t const rest = sourceEnd - source;
+    if (rest == 0 || rest >= kBytes || rest > targetEnd - target || sourceEnd - begin < kBytes)
+        return;
+    auto const first = Load<Units>(sourceEnd - kBytes);
+    auto const second = Load<Units>(sourceEnd - kUnits);
+    if (IsAny(IsOther(first | second))) return;
+    source = sourceEnd;
+    target += rest;
+    Store(Narrow(first, second), target - kBytes);
+}
+
+LOAM_VECTOR void ConvertToUTF8(AnyUTF16 const*& sourceStart,
+                               AnyUTF16 const* sourceEnd,
+                               UTF8*& targetStart,
+                               UTF8* targetEnd)
+{
+    // As many units at a time are for the plain loops where there are surrogates.
+    constexpr ptrdiff_t kWithPairs = 128;
+    AnyUTF16 const* const begin = sourceStart;
+    AnyUTF16 const* source = begin;
+    UTF8* target = targetStart;
+    ConvertASCII(source, sourceEnd, target, targetEnd);
+    while (sourceEnd - source >= kBytes && HasRoom(source, sourceEnd, target, targetEnd)) {
+        auto const units = Load<Units>(source);
+        if (IsAny(IsSurrogate(units))) {
+            AnyUTF16 const* const former = source;
+            // They leave a pair that they see half of.
+            RunToUTF8Plain(source, source + std::min(sourceEnd - source, kWithPairs), target,
+                           targetEnd);
+            if (source == former) break;
+        } else if (IsAny(IsLong(units))) {
+            ConvertPlain(source, sourceEnd, target, targetEnd);
+        } else {
+            ConvertShort(source, sourceEnd, target, targetEnd);
+            ConvertASCII(source, sourceEnd, target, targetEnd);
+        }
+    }
+    FinishASCII(begin, source, sourceEnd, target, targetEnd);
+    sourceStart = source;
+    targetStart = target;
+    if (source < sourceEnd) RunToUTF8Plain(sourceStart, sourceEnd, targetStart, targetEnd);
+}
+
+}  // namespace
