@@ -36,6 +36,7 @@
 #include "loamctl/Log.h"
 #include "loamctl/Pack.h"
 #include "loamctl/Password.h"
+#include "loamctl/PsLoad.h"
 #include "loamctl/Resolve.h"
 #include "loamctl/Scan.h"
 #include "loamctl/Search.h"
@@ -67,9 +68,9 @@ constexpr char const* kExamples = R"(Examples:
 
 // In the order of the help.
 constexpr Command (*kCommands[])(CArguments) = {
-    AddSearch,   AddScan, AddWords,   AddIndex,     AddPack,   AddUnpack, AddTrain,
-    AddCharset,  AddConv, AddLang,    AddLangTrain, AddBase64, AddHash,   AddCrypt,
-    AddPassword, AddLog,  AddResolve, AddAnnounce,  AddBrowse, AddServe,  AddFetch,
+    AddSearch,  AddScan,     AddWords,     AddIndex,  AddPack,  AddUnpack, AddTrain,    AddCharset,
+    AddConv,    AddLang,     AddLangTrain, AddBase64, AddHash,  AddCrypt,  AddPassword, AddLog,
+    AddResolve, AddAnnounce, AddBrowse,    AddServe,  AddFetch, AddPsLoad,
 };
 
 void AddOutputOptions(CArguments program, OutputOptions& options)
