@@ -3,14 +3,26 @@
 #include "system/platform/CBasicLoadPlatform.h"
 #include "system/platform/CBasicProcessPlatform.h"
 
+#include <utility>
+
 namespace {
 
-// Gives a snapshot back. Kept on purpose: 8 bytes for each number of 4. Up to 100 processors or so
-// both are the same few pages.
+// Gives a snapshot back. Kept on purpose: 8 bytes for each number of 4. Up to 128 processors, both
+// are one page.
 void Release(ProcessorTicks* ticks, unsigned int infoCount)
 {
-    LoadPlatform().ReleaseSnapshot(ticks, infoCount * 8UL);
+    if (ticks) LoadPlatform().ReleaseSnapshot(ticks, infoCount * 8UL);
 }
+
+// A snapshot that is given back at the end of the scope.
+struct StSnapshot : ProcessorSnapshot
+{
+    StSnapshot() = default;
+    StSnapshot(StSnapshot const&) = delete;
+    StSnapshot& operator=(StSnapshot const&) = delete;
+
+    ~StSnapshot() { Release(mTicks, mInfoCount); }
+};
 
 // The busy part of what passed between two samples. Counters may have wrapped, their differences
 // are right all the same.
@@ -26,7 +38,7 @@ float LoadBetween(ProcessorTicks const& before, ProcessorTicks const& now)
 
 CProcessServicesImp::~CProcessServicesImp()
 {
-    if (mSnapshot) Release(mSnapshot, mSnapshotInfoCount);
+    Release(mSnapshot, mSnapshotInfoCount);
 }
 
 void CProcessServicesImp::GetCPUInfo(int& physical, int& logical) const
@@ -45,13 +57,10 @@ bool CProcessServicesImp::GetCPUActivity(float& totalLoad,
     perProcessorLoad.clear();
     if (!mSnapshot) mHostPort = platform.GetHostPort();
 
-    ProcessorSnapshot snapshot;
+    StSnapshot snapshot;
     if (!platform.TakeSnapshot(mHostPort, snapshot)) return false;
     long long processTime = 0;
-    if (!platform.GetProcessTime(processTime)) {
-        Release(snapshot.mTicks, snapshot.mInfoCount);
-        return false;
-    }
+    if (!platform.GetProcessTime(processTime)) return false;
     long long const now = ProcessPlatform().GetMonotonicMicroSeconds();
 
     bool const isArmed = mSnapshot != nullptr;
@@ -66,12 +75,12 @@ bool CProcessServicesImp::GetCPUActivity(float& totalLoad,
             perProcessorLoad.push_back(load);
             totalLoad += load;
         }
-        Release(mSnapshot, mSnapshotInfoCount);
         processLoad = static_cast<float>(static_cast<double>(processTime - mProcessTime) /
                                          static_cast<double>(now - mSampleTime));
     }
-    mSnapshot = snapshot.mTicks;
-    mSnapshotInfoCount = snapshot.mInfoCount;
+    // The new snapshot stays, and the former one goes with the scope.
+    std::swap(mSnapshot, snapshot.mTicks);
+    std::swap(mSnapshotInfoCount, snapshot.mInfoCount);
     mProcessTime = processTime;
     mSampleTime = now;
     return isArmed;
