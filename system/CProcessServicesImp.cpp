@@ -3,7 +3,6 @@
 #include "files/CFileSpec.h"
 #include "system/platform/CBasicBundlePlatform.h"
 #include "system/platform/CBasicProcessPlatform.h"
-#include "text/CUTFConverter.h"
 
 #include <iterator>
 #include <string_view>
@@ -18,32 +17,22 @@ constexpr int kNiceOfPriority[] = {20, 10, 0, -10, -20};
 constexpr double kSecondsBetweenLooks = 0.025;
 constexpr long long kGraceMicroSeconds = 3000000;
 
-std::string InUTF8(std::u16string const& text)
-{
-    std::string converted;
-    CUTFConverter::ConvertUTF16toUTF8(text, converted, CUTFConverter::kLenientMode);
-    return converted;
-}
-
-bool IsNamedAsApplication(std::u16string const& path)
+bool IsNamedAsApplication(std::string_view path)
 {
     constexpr std::string_view kSuffix = ".app";
-    std::string const name = InUTF8(path.substr(path.rfind(u'/') + 1));
-    return name.size() >= kSuffix.size() &&
-           name.compare(name.size() - kSuffix.size(), kSuffix.size(), kSuffix) == 0;
+    std::string_view const name = path.substr(path.rfind('/') + 1);
+    return name.size() >= kSuffix.size() && name.substr(name.size() - kSuffix.size()) == kSuffix;
 }
 
 // A program's path, or that of the program inside an application.
 std::string PathOfExecutable(CFileSpec const& program)
 {
-    std::u16string path;
-    program.GetFullPath(&path);
-    std::string executable = InUTF8(path);
-    if (IsNamedAsApplication(path)) {
-        std::string const bundle = executable;
-        BundlePlatform().GetExecutable(bundle.c_str(), executable);
-    }
-    return executable;
+    std::string path;
+    program.GetFullPath8bit(&path);
+    std::string executable;
+    if (IsNamedAsApplication(path) && BundlePlatform().GetExecutable(path.c_str(), executable))
+        return executable;
+    return path;
 }
 
 }  // namespace
