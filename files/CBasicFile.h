@@ -103,7 +103,8 @@ public:
     /// Gives the file another name in its folder; the object then names it there. An illegal `name`
     /// is made legal. `unique`: a name that is taken gets a number. `overwrite`: what has the name
     /// is deleted first, unless it is this file itself. With neither, a file of that name is
-    /// replaced in one step, as `rename` does.
+    /// replaced in one step, as `rename` does. A bare name, "a" in place of a path, is in no
+    /// folder, and its new name is then one in the root folder, "/".
     virtual void Rename(std::u16string const& name, bool unique, bool overwrite) = 0;
     virtual void Rename(std::string const& name, bool unique, bool overwrite) = 0;
     /// Copies the file's content to `name` in `folder`, without `skipStart` bytes at its start and
@@ -146,7 +147,8 @@ public:
     /// Where it can't (it refuses, or `target` isn't there), it is done by moves: the target aside
     /// to its name with ".old", this file to its place, then the rest; a failure in between is not
     /// rolled back. After moves, and always on Linux, the object names the target; after the one
-    /// step on macOS it names the old place.
+    /// step on macOS it names the old place. What the moves put beside a file with a bare name goes
+    /// to the root folder, as with `Rename`.
     virtual void ReplaceFile(CFileSpec const& target, bool keepReplaced) = 0;
 
     /// Keeps the file out of backups, or takes that back. No effect on Linux.

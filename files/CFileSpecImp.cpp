@@ -183,6 +183,7 @@ long CFileSpecImp::GetFileCreationDateUTC() const
     return GetFileModifDateUTC();
 }
 
+// Kept on purpose: the kinds are answered from what was last read, until the object is set up anew.
 bool CFileSpecImp::IsFolder(bool followLinks) const
 {
     return HasFileType(followLinks, S_IFDIR);

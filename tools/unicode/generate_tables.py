@@ -154,6 +154,7 @@ class Mappings:
 
     def _search_form(self, unit):
         """Decomposed, without nonspacing marks, case-folded."""
+        # Kept on purpose: a nonspacing mark that isn't dropped.
         if unit == YPOGEGRAMMENI:
             return self.folding[unit]
         units = self.all.get(unit, (unit,))
