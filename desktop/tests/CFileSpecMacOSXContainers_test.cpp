@@ -83,7 +83,7 @@ bool StandsForAllVolumes(CFileSpec const& spec)
     return imp && imp->IsVolumesEnumerator();
 }
 
-class StandardFolders : public testing::Test
+class StandardFoldersTest : public testing::Test
 {
 protected:
     StEnvironment const mHome{"HOME", "/home/someone"};
@@ -139,7 +139,7 @@ std::string NameIn(Container container, bool unique = false)
 
 }  // namespace
 
-TEST_F(StandardFolders, AreTheDesktops)
+TEST_F(StandardFoldersTest, AreTheDesktops)
 {
     KnowAllFolders(mDesktop);
     for (ContainerCase const& c : kContainers) {
@@ -154,7 +154,7 @@ TEST_F(StandardFolders, AreTheDesktops)
     }
 }
 
-TEST_F(StandardFolders, ArePortableWhereTheDesktopKnowsNone)
+TEST_F(StandardFoldersTest, ArePortableWhereTheDesktopKnowsNone)
 {
     for (ContainerCase const& c : kContainers) {
         SCOPED_TRACE(c.mContainer);
@@ -164,7 +164,7 @@ TEST_F(StandardFolders, ArePortableWhereTheDesktopKnowsNone)
     }
 }
 
-TEST_F(StandardFolders, ArePortableWhereNoPathLeadsToTheDesktops)
+TEST_F(StandardFoldersTest, ArePortableWhereNoPathLeadsToTheDesktops)
 {
     KnowAllFolders(mDesktop);
     for (auto& [key, path] : mDesktop.mFolders)
@@ -177,7 +177,7 @@ TEST_F(StandardFolders, ArePortableWhereNoPathLeadsToTheDesktops)
     }
 }
 
-TEST_F(StandardFolders, NamesInThemAreMadeUnique)
+TEST_F(StandardFoldersTest, NamesInThemAreMadeUnique)
 {
     StTempDir const folder;
     folder.Write("a_b.txt", "");
@@ -190,7 +190,7 @@ TEST_F(StandardFolders, NamesInThemAreMadeUnique)
     EXPECT_EQ(NameIn(CFileSpec::cContainerPreferences, false), folder.Path("a_b.txt"));
 }
 
-TEST_F(StandardFolders, ThrowWhereUniquenessCannotBeTold)
+TEST_F(StandardFoldersTest, ThrowWhereUniquenessCannotBeTold)
 {
     StTempDir const folder;
     folder.Write("file", "");
@@ -199,7 +199,7 @@ TEST_F(StandardFolders, ThrowWhereUniquenessCannotBeTold)
               FileFailure(kFileNotAFolder, kFileStat, ENOTDIR));
 }
 
-TEST_F(StandardFolders, LogsFallBackOnTheLibrary)
+TEST_F(StandardFoldersTest, LogsFallBackOnTheLibrary)
 {
     mDesktop.mFolders[{kDesktopUserDomain, "dlib"}] = u"/Users/ann/Library";
     EXPECT_EQ(NameIn(CFileSpec::cContainerLogs), "/Users/ann/Library/Logs/a_b.txt");
@@ -211,7 +211,7 @@ TEST_F(StandardFolders, LogsFallBackOnTheLibrary)
     EXPECT_EQ(NameIn(CFileSpec::cContainerLogs), "/home/someone/a_b.txt");
 }
 
-TEST_F(StandardFolders, TheBootVolumeNeedsItsNumberAndItsRoot)
+TEST_F(StandardFoldersTest, TheBootVolumeNeedsItsNumberAndItsRoot)
 {
     mDesktop.mVolumes[{kDesktopSystemDisk, "root"}] = -7;
     EXPECT_EQ(NameIn(CFileSpec::cContainerBootVolume), "/a_b.txt");
@@ -222,7 +222,7 @@ TEST_F(StandardFolders, TheBootVolumeNeedsItsNumberAndItsRoot)
     EXPECT_EQ(mDesktop.TakeCalls(), "GetVolumeOfFolder(-32768, root)");
 }
 
-TEST_F(StandardFolders, TheSharedTemporaryFolderIsMadeForAll)
+TEST_F(StandardFoldersTest, TheSharedTemporaryFolderIsMadeForAll)
 {
     StTempDir const caches;
     mDesktop.mFolders[{kDesktopLocalDomain, "cach"}] = caches.Path16();
@@ -237,7 +237,7 @@ TEST_F(StandardFolders, TheSharedTemporaryFolderIsMadeForAll)
     EXPECT_EQ(ModeOf(shared), mode_t{0777}) << "also if it is there already";
 }
 
-TEST_F(StandardFolders, ASharedTemporaryFolderThatCannotBeMadeIsNamedAllTheSame)
+TEST_F(StandardFoldersTest, ASharedTemporaryFolderThatCannotBeMadeIsNamedAllTheSame)
 {
     StTempDir const caches;
     mDesktop.mFolders[{kDesktopLocalDomain, "cach"}] = caches.Path16("missing");
@@ -246,7 +246,7 @@ TEST_F(StandardFolders, ASharedTemporaryFolderThatCannotBeMadeIsNamedAllTheSame)
     EXPECT_FALSE(caches.Has("missing"));
 }
 
-TEST_F(StandardFolders, OtherFoldersAreNotMade)
+TEST_F(StandardFoldersTest, OtherFoldersAreNotMade)
 {
     StTempDir const library;
     mDesktop.mFolders[{kDesktopUserDomain, "dlib"}] = library.Path16();
@@ -262,7 +262,7 @@ TEST(StandardFolderConstants, AreTheAddedPaths)
 
 // ---- All volumes
 
-TEST_F(StandardFolders, AllVolumesAreMarked)
+TEST_F(StandardFoldersTest, AllVolumesAreMarked)
 {
     CFileSpec const all(CFileSpec::cContainerAllVolumes);
     EXPECT_EQ(PathOf(all), "/");
@@ -285,7 +285,7 @@ TEST_F(StandardFolders, AllVolumesAreMarked)
     EXPECT_FALSE(StandsForAllVolumes(moved));
 }
 
-TEST_F(StandardFolders, NothingElseIsMarkedAsAllVolumes)
+TEST_F(StandardFoldersTest, NothingElseIsMarkedAsAllVolumes)
 {
     CFileSpec const all(CFileSpec::cContainerAllVolumes);
     CFileSpec container(u"/a/b", false);
@@ -308,7 +308,7 @@ TEST_F(StandardFolders, NothingElseIsMarkedAsAllVolumes)
 
 // ---- Mounted volumes
 
-class MountedVolumes : public StandardFolders
+class MountedVolumesTest : public StandardFoldersTest
 {
 protected:
     static std::string Find(std::u16string const& name, bool unique = false)
@@ -321,7 +321,7 @@ protected:
     StTempDir const mVolumes;
 };
 
-TEST_F(MountedVolumes, AreFoundByFolderOrByShownName)
+TEST_F(MountedVolumesTest, AreFoundByFolderOrByShownName)
 {
     std::string const first = mVolumes.MakeFolder("first");
     std::string const second = mVolumes.MakeFolder("second");
@@ -367,7 +367,7 @@ TEST_F(MountedVolumes, AreFoundByFolderOrByShownName)
     }
 }
 
-TEST_F(MountedVolumes, OrderIsTheSystems)
+TEST_F(MountedVolumesTest, OrderIsTheSystems)
 {
     std::string const first = mVolumes.MakeFolder("first");
     std::string const second = mVolumes.MakeFolder("second");
@@ -378,13 +378,13 @@ TEST_F(MountedVolumes, OrderIsTheSystems)
     EXPECT_EQ(Find(u"first"), first);
 }
 
-TEST_F(MountedVolumes, OfAnEmptyListThereAreNone)
+TEST_F(MountedVolumesTest, OfAnEmptyListThereAreNone)
 {
     EXPECT_EQ(Find(u"x"), "/Volumes/x");
     EXPECT_EQ(mDesktop.TakeCalls(), "GetMountPoints()");
 }
 
-TEST_F(MountedVolumes, KeepsNumberingTheNameOfAMissingVolumeThoughNobodyAsked)
+TEST_F(MountedVolumesTest, KeepsNumberingTheNameOfAMissingVolumeThoughNobodyAsked)
 {
     StTakenPath const taken("/Volumes/x.dmg");
     EXPECT_EQ(Find(u"x.dmg", false), "/Volumes/x 2.dmg");
@@ -392,7 +392,7 @@ TEST_F(MountedVolumes, KeepsNumberingTheNameOfAMissingVolumeThoughNobodyAsked)
     EXPECT_EQ(Find(u"y", false), "/Volumes/y");
 }
 
-TEST_F(MountedVolumes, HaveNoFurtherQuestionsAfterTheFirstThatFits)
+TEST_F(MountedVolumesTest, HaveNoFurtherQuestionsAfterTheFirstThatFits)
 {
     std::string const first = mVolumes.MakeFolder("first");
     std::string const second = mVolumes.MakeFolder("second");
@@ -416,7 +416,7 @@ TEST(DesktopPlatform, FindsAMountedVolume)
 
 // ---- Network volumes
 
-class NetworkVolumes : public StandardFolders
+class NetworkVolumesTest : public StandardFoldersTest
 {
 protected:
     static constexpr short kVolume = -120;
@@ -427,7 +427,7 @@ protected:
     }
 };
 
-TEST_F(NetworkVolumes, AreMountedByTheirURL)
+TEST_F(NetworkVolumesTest, AreMountedByTheirURL)
 {
     mDesktop.mServers["smb://h/\xC3\xA9"] = kVolume;
     mDesktop.mFolders[{kVolume, "root"}] = u"/Volumes/\u00E9";
@@ -438,7 +438,7 @@ TEST_F(NetworkVolumes, AreMountedByTheirURL)
     EXPECT_EQ(mDesktop.TakeCalls(), "MountServerVolume(smb://h/\xC3\xA9) FindFolder(-120, root)");
 }
 
-TEST_F(NetworkVolumes, KeepsNumberingTheRootWhereAUniqueNameIsAskedFor)
+TEST_F(NetworkVolumesTest, KeepsNumberingTheRootWhereAUniqueNameIsAskedFor)
 {
     StTempDir const root;
     mDesktop.mServers["smb://h/\xC3\xA9"] = kVolume;
@@ -446,7 +446,7 @@ TEST_F(NetworkVolumes, KeepsNumberingTheRootWhereAUniqueNameIsAskedFor)
     EXPECT_EQ(PathOf(Mount(true)), root.Path(" 2"));
 }
 
-TEST_F(NetworkVolumes, ThatCannotBeMountedAreNamedAmongTheMountedOnes)
+TEST_F(NetworkVolumesTest, ThatCannotBeMountedAreNamedAmongTheMountedOnes)
 {
     EXPECT_EQ(PathOf(Mount()), "/Volumes/smb:__h_\xC3\xA9");
     EXPECT_TRUE(Mount().Changed());
@@ -457,7 +457,7 @@ TEST_F(NetworkVolumes, ThatCannotBeMountedAreNamedAmongTheMountedOnes)
     EXPECT_EQ(PathOf(Mount(false)), "/Volumes/smb:__h_\xC3\xA9 2") << "numbered in any case";
 }
 
-TEST_F(NetworkVolumes, KeepsTheSpecifierEmptyWhereNoPathLeadsToTheVolume)
+TEST_F(NetworkVolumesTest, KeepsTheSpecifierEmptyWhereNoPathLeadsToTheVolume)
 {
     mDesktop.mServers["smb://h/\xC3\xA9"] = kVolume;
     mDesktop.mFolders[{kVolume, "root"}];
