@@ -110,7 +110,7 @@ private:
     void FillAttributes() const;
 
     bool mIsVolumesEnumerator = false;
-    bool mReserved = false;  // always false
+    bool mReserved = false;  // always false; nothing reads it
     // Filled by const operations, empty until then.
     mutable std::optional<DesktopAttributes> mAttributes;
     mutable std::optional<DesktopResourceValues> mResourceValues;

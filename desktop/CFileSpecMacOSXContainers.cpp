@@ -2,43 +2,39 @@
 // folder, the portable one otherwise.
 #include "desktop/CFileSpecMacOSX.h"
 #include "desktop/StandardFolderConstants.h"
-#include "files/FileSpecConstants.h"
 #include "foundation/FourCharacterCode.h"
 #include "text/CUTFConverter.h"
+
+#include <string>
 
 #include <sys/stat.h>
 
 namespace {
 
 constexpr unsigned int kRootFolder = FourCharacterCode("root");
-constexpr char16_t const* kNoSuffix = u"";
+
+using Spec = CBasicFileSpec;
 
 /// Where a container is looked for. Of several rows the first that leads anywhere counts.
 struct FolderRow
 {
-    CBasicFileSpec::StdContainerEnum mContainer;
+    Spec::StdContainerEnum mContainer;
     short mDomain;
-    unsigned int mType;
+    char mType[5];
     char16_t const* mSuffix;  // added to the path that was found
 };
 
 constexpr FolderRow kFolderRows[] = {
-    {CBasicFileSpec::cContainerTemporary, kDesktopUserDomain, FourCharacterCode("flnt"), kNoSuffix},
-    {CBasicFileSpec::cContainerDesktop, kDesktopUserDomain, FourCharacterCode("dtop"), kNoSuffix},
-    {CBasicFileSpec::cContainerLogs, kDesktopUserDomain, FourCharacterCode("logs"), kNoSuffix},
-    {CBasicFileSpec::cContainerLogs, kDesktopUserDomain, FourCharacterCode("dlib"), logs},
-    {CBasicFileSpec::cContainerUserAppSupport, kDesktopUserDomain, FourCharacterCode("asup"),
-     kNoSuffix},
-    {CBasicFileSpec::cContainerUserLibrary, kDesktopUserDomain, FourCharacterCode("dlib"),
-     kNoSuffix},
-    {CBasicFileSpec::cContainerPreferences, kDesktopUserDomain, FourCharacterCode("pref"),
-     kNoSuffix},
-    {CBasicFileSpec::cContainerMachineLibrary, kDesktopLocalDomain, FourCharacterCode("dlib"),
-     kNoSuffix},
-    {CBasicFileSpec::cContainerSharedTemporary, kDesktopLocalDomain, FourCharacterCode("cach"),
-     temporaryPublicItems},
-    {CBasicFileSpec::cContainerMachineAppSupport, kDesktopLocalDomain, FourCharacterCode("asup"),
-     kNoSuffix},
+    {Spec::cContainerTemporary, kDesktopUserDomain, "flnt", u""},
+    {Spec::cContainerDesktop, kDesktopUserDomain, "dtop", u""},
+    {Spec::cContainerLogs, kDesktopUserDomain, "logs", u""},
+    {Spec::cContainerLogs, kDesktopUserDomain, "dlib", logs},
+    {Spec::cContainerUserAppSupport, kDesktopUserDomain, "asup", u""},
+    {Spec::cContainerUserLibrary, kDesktopUserDomain, "dlib", u""},
+    {Spec::cContainerPreferences, kDesktopUserDomain, "pref", u""},
+    {Spec::cContainerMachineLibrary, kDesktopLocalDomain, "dlib", u""},
+    {Spec::cContainerSharedTemporary, kDesktopLocalDomain, "cach", temporaryPublicItems},
+    {Spec::cContainerMachineAppSupport, kDesktopLocalDomain, "asup", u""},
 };
 
 std::string ToUTF8(std::u16string const& text)
@@ -72,14 +68,14 @@ FolderLookup FindBootVolume(std::u16string& path)
     return DesktopPlatform().FindFolder(volume, kRootFolder, path);
 }
 
-FolderLookup FindFolder(CBasicFileSpec::StdContainerEnum container, std::u16string& path)
+FolderLookup FindFolder(Spec::StdContainerEnum container, std::u16string& path)
 {
-    if (container == CBasicFileSpec::cContainerBootVolume) return FindBootVolume(path);
-    if (container > CBasicFileSpec::cContainerMachineAppSupport)
-        container = CBasicFileSpec::cContainerDesktop;
+    if (container == Spec::cContainerBootVolume) return FindBootVolume(path);
+    if (container > Spec::cContainerMachineAppSupport) container = Spec::cContainerDesktop;
     for (FolderRow const& row : kFolderRows) {
         if (row.mContainer != container) continue;
-        FolderLookup const result = DesktopPlatform().FindFolder(row.mDomain, row.mType, path);
+        FolderLookup const result =
+            DesktopPlatform().FindFolder(row.mDomain, FourCharacterCode(row.mType), path);
         if (result == kFolderFound) path += row.mSuffix;
         // The next row isn't for a folder that is there and has no path.
         if (result != kFolderUnknown) return result;
@@ -105,16 +101,16 @@ bool FindMountedVolume(std::u16string const& name, std::u16string& path)
 
 }  // namespace
 
-CFileSpecMacOSX::CFileSpecMacOSX(CBasicFileSpec::StdContainerEnum container,
+CFileSpecMacOSX::CFileSpecMacOSX(Spec::StdContainerEnum container,
                                  std::u16string const& name,
                                  bool unique)
-    : mIsVolumesEnumerator(container == CBasicFileSpec::cContainerAllVolumes)
+    : mIsVolumesEnumerator(container == Spec::cContainerAllVolumes)
 {
     switch (container) {
-    case CBasicFileSpec::cContainerMountedVolume:
+    case Spec::cContainerMountedVolume:
         TakeMountedVolume(name);
         break;
-    case CBasicFileSpec::cContainerNetworkVolume:
+    case Spec::cContainerNetworkVolume:
         TakeNetworkVolume(name, unique);
         break;
     default:
@@ -124,7 +120,7 @@ CFileSpecMacOSX::CFileSpecMacOSX(CBasicFileSpec::StdContainerEnum container,
     mReserved = false;
 }
 
-void CFileSpecMacOSX::TakeStandardFolder(CBasicFileSpec::StdContainerEnum container,
+void CFileSpecMacOSX::TakeStandardFolder(Spec::StdContainerEnum container,
                                          std::u16string const& name,
                                          bool unique)
 {
@@ -133,7 +129,7 @@ void CFileSpecMacOSX::TakeStandardFolder(CBasicFileSpec::StdContainerEnum contai
         TakePortableFolder(container, name, unique);
         return;
     }
-    if (container == CBasicFileSpec::cContainerSharedTemporary) MakePublicFolder(folder);
+    if (container == Spec::cContainerSharedTemporary) MakePublicFolder(folder);
     MakeInFolder(folder, name, unique);
 }
 
@@ -143,7 +139,7 @@ void CFileSpecMacOSX::TakeMountedVolume(std::u16string const& name)
     if (FindMountedVolume(name, path)) {
         CFileSpecImp::Assign(path);
     } else {
-        TakePortableFolder(CBasicFileSpec::cContainerMountedVolume, name, true);
+        TakePortableFolder(Spec::cContainerMountedVolume, name, true);
     }
 }
 
@@ -155,7 +151,7 @@ void CFileSpecMacOSX::TakeNetworkVolume(std::u16string const& url, bool unique)
                                     ? DesktopPlatform().FindFolder(volume, kRootFolder, root)
                                     : kFolderUnknown;
     if (result == kFolderUnknown) {
-        TakePortableFolder(CBasicFileSpec::cContainerMountedVolume, url, true);
+        TakePortableFolder(Spec::cContainerMountedVolume, url, true);
     } else if (result == kFolderFound) {
         MakeInFolder(root, std::u16string(), unique);
     }
@@ -163,7 +159,7 @@ void CFileSpecMacOSX::TakeNetworkVolume(std::u16string const& url, bool unique)
     // specifier.
 }
 
-void CFileSpecMacOSX::TakePortableFolder(CBasicFileSpec::StdContainerEnum container,
+void CFileSpecMacOSX::TakePortableFolder(Spec::StdContainerEnum container,
                                          std::u16string const& name,
                                          bool unique)
 {
