@@ -26,9 +26,10 @@ class LOAM_EXPORT CBasicFileSpec
 public:
     /// Well-known folders. The values are fixed; any other acts as `cContainerDesktop`.
     ///
-    /// Without a desktop's own folders, both temporary ones are "/tmp", the boot volume and all
-    /// volumes are "/", a mounted volume is in "/Volumes/", and all others are the folder that the
-    /// environment variable `HOME` names, or "~", not expanded, if it is not set or not UTF-8.
+    /// The desktop's own folders are taken where it knows them. Otherwise both temporary ones are
+    /// "/tmp", the boot volume and all volumes are "/", and all others are the folder that the
+    /// environment variable `HOME` names, or "~", not expanded, if it is not set or not UTF-8; a
+    /// volume that isn't mounted and can't be is named in "/Volumes/", with a name made unique.
     enum StdContainerEnum
     {
         cContainerTemporary = 0,
@@ -38,11 +39,15 @@ public:
         cContainerUserLibrary = 4,
         cContainerPreferences = 5,
         cContainerBootVolume = 6,
-        cContainerMountedVolume = 7,  ///< the volume that the name argument names
-        cContainerNetworkVolume = 8,  ///< the volume whose URL is the name argument
-        cContainerAllVolumes = 9,     ///< the folder of all volumes, which is no real one
+        /// The root of the mounted volume that the name argument names, by the folder that it is
+        /// mounted on or by the name that the desktop shows.
+        cContainerMountedVolume = 7,
+        /// The root of the volume whose URL is the name argument. The desktop mounts it, which
+        /// blocks for as long as the server takes.
+        cContainerNetworkVolume = 8,
+        cContainerAllVolumes = 9,  ///< the folder of all volumes, which is no real one
         cContainerMachineLibrary = 10,
-        cContainerSharedTemporary = 11,
+        cContainerSharedTemporary = 11,  ///< one that every user may write in
         cContainerMachineAppSupport = 12,
     };
 
@@ -61,10 +66,12 @@ public:
     /// Forgets all that was read from the file system, so that the next question asks it again.
     virtual void SetupFromFile() = 0;
     /// Sets the desktop's type and creator codes, four characters each; does nothing where there
-    /// are none.
+    /// are none, or on failure. An object that has read the codes keeps answering with the old ones
+    /// until `SetupFromFile`; so it is with the label.
     virtual void SetFileTypeCreator(unsigned int type, unsigned int creator) = 0;
     /// The colour label, 0 for none.
     virtual unsigned int GetFileLabel() const = 0;
+    /// More than 7 is set as 7.
     virtual void SetFileLabel(unsigned int label) = 0;
 
     /// True if both paths are equal unit by unit. Nothing is resolved: two ways to one file are not
@@ -135,8 +142,8 @@ public:
     virtual bool IsRealFile() const = 0;
     virtual bool IsRealFile(bool followLinks) const = 0;
     /// A symbolic link, an alias of the desktop's, or a location file, which names a server and is
-    /// told by the end of its path, ".afploc" or ".inetloc" in small letters, or by its type, "ilaf"
-    /// or "ilge".
+    /// told by the end of its path, ".afploc" or ".inetloc" in small letters, or by its type,
+    /// "ilaf" or "ilge".
     virtual bool IsAlias() const = 0;
     /// By the extension, ".dmg", ".iso" and such in any case, or by the file's type; nobody looks
     /// inside. A folder of such a name counts too.
