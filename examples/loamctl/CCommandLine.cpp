@@ -167,7 +167,7 @@ CArguments CArguments::AddChoice(char const* heading)
 
 void CArguments::TakeRest(std::vector<std::string>& rest)
 {
-    mApp->prefix_command();
+    mApp->prefix_command()->fallthrough(false);
     mApp->parse_complete_callback([app = mApp, &rest] {
         rest = app->remaining();
         if (!rest.empty() && rest.front() == "--") rest.erase(rest.begin());

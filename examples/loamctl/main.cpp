@@ -38,6 +38,7 @@
 #include "loamctl/Password.h"
 #include "loamctl/PsLoad.h"
 #include "loamctl/Resolve.h"
+#include "loamctl/Run.h"
 #include "loamctl/Scan.h"
 #include "loamctl/Search.h"
 #include "loamctl/Serve.h"
@@ -70,7 +71,7 @@ constexpr char const* kExamples = R"(Examples:
 constexpr Command (*kCommands[])(CArguments) = {
     AddSearch,  AddScan,     AddWords,     AddIndex,  AddPack,  AddUnpack, AddTrain,    AddCharset,
     AddConv,    AddLang,     AddLangTrain, AddBase64, AddHash,  AddCrypt,  AddPassword, AddLog,
-    AddResolve, AddAnnounce, AddBrowse,    AddServe,  AddFetch, AddPsLoad,
+    AddResolve, AddAnnounce, AddBrowse,    AddServe,  AddFetch, AddPsLoad, AddRun,
 };
 
 void AddOutputOptions(CArguments program, OutputOptions& options)
