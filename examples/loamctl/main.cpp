@@ -42,6 +42,7 @@
 #include "loamctl/Scan.h"
 #include "loamctl/Search.h"
 #include "loamctl/Serve.h"
+#include "loamctl/Spec.h"
 #include "loamctl/Train.h"
 #include "loamctl/Words.h"
 
@@ -69,9 +70,9 @@ constexpr char const* kExamples = R"(Examples:
 
 // In the order of the help.
 constexpr Command (*kCommands[])(CArguments) = {
-    AddSearch,  AddScan,     AddWords,     AddIndex,  AddPack,  AddUnpack, AddTrain,    AddCharset,
-    AddConv,    AddLang,     AddLangTrain, AddBase64, AddHash,  AddCrypt,  AddPassword, AddLog,
-    AddResolve, AddAnnounce, AddBrowse,    AddServe,  AddFetch, AddPsLoad, AddRun,
+    AddSearch, AddScan,    AddWords,     AddIndex,  AddPack,  AddUnpack, AddTrain,    AddCharset,
+    AddConv,   AddLang,    AddLangTrain, AddBase64, AddHash,  AddCrypt,  AddPassword, AddLog,
+    AddSpec,   AddResolve, AddAnnounce,  AddBrowse, AddServe, AddFetch,  AddPsLoad,   AddRun,
 };
 
 void AddOutputOptions(CArguments program, OutputOptions& options)
