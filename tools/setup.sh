@@ -17,7 +17,7 @@ loam_packages() {
                          "libicu-dev libplist-dev libsecret-1-dev libssl-dev libzstd-dev" ;;
         examples)   echo "libcli11-dev libfmt-dev nlohmann-json3-dev" ;;
         tests)      echo "avahi-daemon avahi-utils iproute2 libgtest-dev libgmock-dev python3 perl locales util-linux bzip2 zstd openssl" \
-                         "dbus-daemon gnome-keyring libgcr-3-dev netcat-openbsd socat" ;;
+                         "dbus-daemon e2fsprogs gnome-keyring libgcr-3-dev mount netcat-openbsd socat squashfs-tools" ;;
         checks)     echo "clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev binutils git" ;;
         macos)      echo "clang-14 lld-14 llvm-14 libc++1-14 python3" ;;
         languages)  echo "python3 libcld2-dev" ;;
