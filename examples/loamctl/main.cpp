@@ -44,6 +44,7 @@
 #include "loamctl/Serve.h"
 #include "loamctl/Spec.h"
 #include "loamctl/Train.h"
+#include "loamctl/Vol.h"
 #include "loamctl/Words.h"
 
 namespace {
@@ -70,9 +71,10 @@ constexpr char const* kExamples = R"(Examples:
 
 // In the order of the help.
 constexpr Command (*kCommands[])(CArguments) = {
-    AddSearch, AddScan,    AddWords,     AddIndex,  AddPack,  AddUnpack, AddTrain,    AddCharset,
-    AddConv,   AddLang,    AddLangTrain, AddBase64, AddHash,  AddCrypt,  AddPassword, AddLog,
-    AddSpec,   AddResolve, AddAnnounce,  AddBrowse, AddServe, AddFetch,  AddPsLoad,   AddRun,
+    AddSearch,   AddScan,  AddWords,  AddIndex,     AddPack,   AddUnpack,   AddTrain,
+    AddCharset,  AddConv,  AddLang,   AddLangTrain, AddBase64, AddHash,     AddCrypt,
+    AddPassword, AddLog,   AddSpec,   AddResolve,   AddVol,    AddAnnounce, AddBrowse,
+    AddServe,    AddFetch, AddPsLoad, AddRun,
 };
 
 void AddOutputOptions(CArguments program, OutputOptions& options)

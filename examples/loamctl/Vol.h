@@ -1,0 +1,6 @@
+// `loamctl vol`: the volumes, what they are and what room there is.
+#pragma once
+
+#include "loamctl/Command.h"
+
+Command AddVol(CArguments program);
