@@ -262,7 +262,8 @@ TEST(CProcessServicesRuns, ChildrenLeaveNothingBehindIfTheyAreNotToBeCollected)
 TEST(CProcessServicesRuns, PriorityIsThatOfEveryThread)
 {
     constexpr int kThreads = 4;
-    if (NiceOf(0) > 10) GTEST_SKIP() << "this process has a low priority already";
+    int const before = NiceOf(0);
+    if (before > 10) GTEST_SKIP() << "this process has a low priority already";
     std::promise<void> end;
     std::shared_future<void> const ended(end.get_future());
     std::atomic<int> ids[kThreads] = {};
@@ -292,6 +293,8 @@ TEST(CProcessServicesRuns, PriorityIsThatOfEveryThread)
     end.set_value();
     for (std::thread& thread : threads)
         thread.join();
+    // Granted to root alone.
+    ProcessPlatform().SetNice(before);
 }
 
 TEST(CProcessServicesRuns, AHigherPriorityIsRefusedToAnOrdinaryUser)
