@@ -14,6 +14,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "loamctl/Agent.h"
 #include "loamctl/Announce.h"
 #include "loamctl/Base64.h"
 #include "loamctl/Browse.h"
@@ -74,7 +75,7 @@ constexpr Command (*kCommands[])(CArguments) = {
     AddSearch,   AddScan,  AddWords,  AddIndex,     AddPack,   AddUnpack,   AddTrain,
     AddCharset,  AddConv,  AddLang,   AddLangTrain, AddBase64, AddHash,     AddCrypt,
     AddPassword, AddLog,   AddSpec,   AddResolve,   AddVol,    AddAnnounce, AddBrowse,
-    AddServe,    AddFetch, AddPsLoad, AddRun,
+    AddServe,    AddFetch, AddPsLoad, AddRun,       AddAgent,
 };
 
 void AddOutputOptions(CArguments program, OutputOptions& options)
