@@ -188,6 +188,15 @@ private:
         return at <= mTable && count <= (mTable - at) / size;
     }
 
+    // Text with a zero in it, which ends the process when libplist takes it for a key.
+    bool HasZero(std::uint64_t at, std::uint64_t count, unsigned unit) const
+    {
+        for (std::uint64_t i = 0; i < count; ++i) {
+            if (Number(at + i * unit, unit) == 0) return true;
+        }
+        return false;
+    }
+
     // What the bytes of an object tell of it; nothing where they reach into the table.
     std::optional<Extent> Look(std::uint64_t at) const
     {
@@ -213,8 +222,8 @@ private:
             return Extent{kValueWeight, count * each, at};
         }
         // Two bytes of UTF-16 become up to three of UTF-8.
-        std::uint64_t const unit = kind == 6 ? 2 : 1;
-        if (!Holds(at, count, unit)) return std::nullopt;
+        unsigned const unit = kind == 6 ? 2 : 1;
+        if (!Holds(at, count, unit) || (kind != 4 && HasZero(at, count, unit))) return std::nullopt;
         return Extent{kValueWeight + count * (kind == 6 ? 3 : 1), 0, at};
     }
 
