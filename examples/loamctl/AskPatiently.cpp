@@ -20,7 +20,7 @@ struct Round
     std::function<void(std::size_t)> mAsk;
     std::atomic<std::size_t> mNext{0};
     std::atomic<std::size_t> mAnswered{0};
-    CSemaphore mNews;
+    CSemaphore mDone;
 };
 
 class CAsker final : public CThread
@@ -39,8 +39,7 @@ public:
             std::size_t const next = round.mNext.fetch_add(1);
             if (next >= round.mCount) return nullptr;
             round.mAsk(next);
-            round.mAnswered.fetch_add(1);
-            round.mNews.Post();
+            if (round.mAnswered.fetch_add(1) + 1 == round.mCount) round.mDone.Post();
         }
     }
 
@@ -56,13 +55,14 @@ void AskPatiently(std::size_t count, std::function<void(std::size_t)> ask)
     round->mCount = count;
     round->mAsk = std::move(ask);
     if (count > 0) StartThread(std::make_unique<CAsker>(round));
-    int quietSteps = 0;
-    while (round->mAnswered.load() < count && quietSteps < kMostQuietSteps) {
-        if (round->mNews.TimedWait(kStep)) {
-            quietSteps = 0;
-            continue;
-        }
-        quietSteps += 1;
-        if (round->mNext.load() < count) StartThread(std::make_unique<CAsker>(round));
+    // Not woken for each answer: that would cost more than most of them.
+    std::size_t lastAnswered = 0;
+    for (int quietSteps = 0; lastAnswered < count && quietSteps < kMostQuietSteps;) {
+        round->mDone.TimedWait(kStep);
+        std::size_t const answered = round->mAnswered.load();
+        quietSteps = answered == lastAnswered ? quietSteps + 1 : 0;
+        lastAnswered = answered;
+        bool const isStuck = quietSteps > 0 && round->mNext.load() < count;
+        if (isStuck) StartThread(std::make_unique<CAsker>(round));
     }
 }
