@@ -140,10 +140,11 @@ COption CArguments::Add(char const* names, unsigned long& value, char const* pur
     return AddTo(*mApp, names, value, purpose);
 }
 
-COption
-CArguments::Add(char const* names, std::function<void(std::string const&)> set, char const* purpose)
+COption CArguments::Add(char const* names,
+                        std::function<void(std::string const&)> const& set,
+                        char const* purpose)
 {
-    CLI::Option& option = *mApp->add_option_function<std::string>(names, std::move(set), purpose);
+    CLI::Option& option = *mApp->add_option_function<std::string>(names, set, purpose);
     option.transform(Unguarded);
     return COption(option);
 }

@@ -71,7 +71,7 @@ public:
     COption Add(char const* names, unsigned short& value, char const* purpose);
     COption Add(char const* names, unsigned long& value, char const* purpose);
     COption
-    Add(char const* names, std::function<void(std::string const&)> set, char const* purpose);
+    Add(char const* names, std::function<void(std::string const&)> const& set, char const* purpose);
 
     /// Of a value that is given by its name.
     template <class Value>
