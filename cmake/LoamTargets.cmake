@@ -101,9 +101,11 @@ function(loam_test name)
     endif()
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE loam_testing loam_inner ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
+    # The library under test stays optimised. Optimising the macros of tests takes longer than running them.
     if(LOAM_SANITIZE)
-        # The library under test stays optimised. Optimising the instrumented macros takes longer than running them.
         target_compile_options(${name} PRIVATE -O0)
+    else()
+        target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
     endif()
     foreach(symbol IN LISTS arg_WRAP)
         target_link_options(${name} PRIVATE -Wl,--wrap=${symbol})

@@ -47,7 +47,7 @@ make -s -C "$work" STATIC=$static
 check "$work/find-word"
 
 echo "--- loamctl by itself"
-cmake -S "$here/.." -B "$work/examples" -DCMAKE_PREFIX_PATH="$work/moved" -DCMAKE_BUILD_TYPE=Release $launcher \
+cmake -S "$here/.." -B "$work/examples" -DCMAKE_PREFIX_PATH="$work/moved" $launcher \
       >"$work/examples.log"
 cmake --build "$work/examples" -j 2 >>"$work/examples.log"
 "$work/examples/loamctl/loamctl" search -l cafe "$here/../documents" | grep fr-mirabeau.txt >/dev/null
