@@ -2,8 +2,9 @@
 // processors and their load.
 //
 //     auto const& processes = *CProcessServices::GetProcessServices()->mImp;
-//     int const child = processes.LaunchProcess(CFileSpec("/usr/bin/indexer", false), {"-q"},
-//     false); if (child != 0 && processes.IsProcessRunning(child)) processes.KillProcess(child);
+//     CFileSpec const indexer("/usr/bin/indexer", false);
+//     int const child = processes.LaunchProcess(indexer, {"-q"}, false);
+//     if (child != 0 && processes.IsProcessRunning(child)) processes.KillProcess(child);
 //
 // `CBasicProcessServicesImp` tells what each operation does and how it reports a failure.
 #pragma once
