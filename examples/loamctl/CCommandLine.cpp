@@ -166,14 +166,10 @@ CArguments CArguments::AddChoice(char const* heading)
     return CArguments(*choice);
 }
 
-void CArguments::TakeRest(std::vector<std::string>& rest)
+COption CArguments::AddRest(char const* name, std::vector<std::string>& values, char const* purpose)
 {
-    mApp->prefix_command()->fallthrough(false);
-    mApp->parse_complete_callback([app = mApp, &rest] {
-        rest = app->remaining();
-        if (!rest.empty() && rest.front() == "--") rest.erase(rest.begin());
-        std::transform(rest.begin(), rest.end(), rest.begin(), Unguarded);
-    });
+    mApp->positionals_at_end();
+    return Add(name, values, purpose);
 }
 
 void CArguments::SetNotes(char const* notes)

@@ -93,9 +93,8 @@ public:
     /// Flags of which exactly one has to be given, with a heading in the help.
     CArguments AddChoice(char const* heading);
 
-    /// Gives all that follows the last argument to `rest` as it stands, options too. Those of the
-    /// program then stand ahead of the command.
-    void TakeRest(std::vector<std::string>& rest);
+    /// Adds an argument that takes all that follows its first value, options and "--" too.
+    COption AddRest(char const* name, std::vector<std::string>& values, char const* purpose);
 
     /// What stands at the end of the help.
     void SetNotes(char const* notes);

@@ -81,7 +81,6 @@ std::string FindProgram(std::string const& name)
 
 int RunProgram(RunOptions const& options, Session& session)
 {
-    if (options.mCommand.empty()) throw CUsageError("run needs a program; see run --help");
     std::string const program = FindProgram(options.mCommand.front());
     std::vector<std::string> const arguments(options.mCommand.begin() + 1, options.mCommand.end());
     std::string text;
@@ -127,10 +126,9 @@ Command AddRun(CArguments program)
             "Seconds it may take, such as 0.5; as long as it likes by default")
         .Checked(CheckSeconds)
         .Shown("SECONDS");
-    run.TakeRest(options->mCommand);
+    run.AddRest("CMD", options->mCommand, "The program and its arguments").Required();
     run.SetNotes(
-        R"(The program and its arguments follow: loamctl run -t 5 make -n. Options such as --json stand
-ahead of run. After SECONDS the program is interrupted (SIGINT), and a second later terminated
+        R"(Options of loamctl stand ahead of CMD: loamctl run -t 5 make -n. After SECONDS the program is interrupted (SIGINT), and a second later terminated
 (SIGTERM); what it printed until then is shown. Its standard error comes last, behind a line
 "stderr:". Text that isn't UTF-8 isn't shown, and more than a pipe holds (1 MB as a rule) stops
 the program. Exit code 0 however it ended, 2 if it can't be run.)");

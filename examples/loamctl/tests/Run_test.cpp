@@ -27,6 +27,7 @@ TEST(Run, ShowsBothOutputsOfAProgram)
         {"neither", {"run", "false"}, ""},
         {"options of the program", {"run", "echo", "--json", "-v", "-t", "5"}, "--json -v -t 5\n"},
         {"dashes of its own", {"run", "echo", "--", "a"}, "-- a\n"},
+        {"dashes ahead of it", {"run", "--", "echo", "-t"}, "-t\n"},
         {"a bracket", {"run", "echo", "[a,b]"}, "[a,b]\n"},
         {"a timeout it keeps", {"run", "-t", "3600", "echo", "out"}, "out\n"},
         {"none", {"run", "--timeout", "0", "echo", "out"}, "out\n"},
@@ -56,7 +57,7 @@ TEST(Run, RefusesWhatItCannotRun)
         std::vector<std::string> mArguments;
         std::string mError;
     } const cases[] = {
-        {"nothing", {"run"}, "run needs a program"},
+        {"nothing", {"run"}, "CMD is required"},
         {"no such name", {"run", "no-such-program"}, "cannot run no-such-program: No such file"},
         {"no such path", {"run", "/no/such"}, "cannot run /no/such: No such file"},
         {"a folder", {"run", folder.Path()}, "Permission denied"},
