@@ -132,6 +132,52 @@ void WriteUTF8(UTF32 value, int count, UTF8*& target)
     target += count;
 }
 
+// From where a run of characters without decisions has stopped: takes the next one by the full
+// rules and runs again. Most texts never come here, so their calls are spared its registers.
+
+[[gnu::noinline]] ConversionResult GoOnToUTF16(RunToUTF16& run,
+                                               UTF8 const*& source,
+                                               UTF8 const* sourceEnd,
+                                               AnyUTF16*& target,
+                                               AnyUTF16* targetEnd,
+                                               ConversionFlags flags)
+{
+    while (source < sourceEnd) {
+        Character const read = ReadUTF8(source, sourceEnd);
+        if (read.mResult != conversionOK) return read.mResult;
+        UTF32 value = read.mValue;
+        if (targetEnd - target < UnitsUTF16(value)) return targetExhausted;
+        if (IsSurrogate(value)) {
+            Character const lone = LoneSurrogate(value, flags);
+            if (lone.mResult != conversionOK) return lone.mResult;
+            value = lone.mValue;
+        }
+        WriteUTF16(value, target);
+        source += read.mLength;
+        run(source, sourceEnd, target, targetEnd);
+    }
+    return conversionOK;
+}
+
+[[gnu::noinline]] ConversionResult GoOnToUTF8(RunToUTF8& run,
+                                              AnyUTF16 const*& source,
+                                              AnyUTF16 const* sourceEnd,
+                                              UTF8*& target,
+                                              UTF8* targetEnd,
+                                              ConversionFlags flags)
+{
+    while (source < sourceEnd) {
+        Character const read = ReadUTF16(source, sourceEnd, flags);
+        if (read.mResult != conversionOK) return read.mResult;
+        int const count = BytesUTF8(read.mValue);
+        if (targetEnd - target < count) return targetExhausted;
+        WriteUTF8(read.mValue, count, target);
+        source += read.mLength;
+        run(source, sourceEnd, target, targetEnd);
+    }
+    return conversionOK;
+}
+
 }  // namespace
 
 ConversionResult ConvertUTF8toUTF16(UTF8 const** sourceStart,
@@ -140,30 +186,13 @@ ConversionResult ConvertUTF8toUTF16(UTF8 const** sourceStart,
                                     UTF16* targetEnd,
                                     ConversionFlags flags)
 {
-    ConversionResult result = conversionOK;
     UTF8 const* source = *sourceStart;
     AnyUTF16* target = *targetStart;
-    UTFKernels const& kernels = GetUTFKernels();
-    for (;;) {
-        kernels.mToUTF16(source, sourceEnd, target, targetEnd);
-        if (source >= sourceEnd) break;
-        Character const read = ReadUTF8(source, sourceEnd);
-        result = read.mResult;
-        if (result != conversionOK) break;
-        UTF32 value = read.mValue;
-        if (targetEnd - target < UnitsUTF16(value)) {
-            result = targetExhausted;
-            break;
-        }
-        if (IsSurrogate(value)) {
-            Character const lone = LoneSurrogate(value, flags);
-            result = lone.mResult;
-            if (result != conversionOK) break;
-            value = lone.mValue;
-        }
-        WriteUTF16(value, target);
-        source += read.mLength;
-    }
+    RunToUTF16& run = *GetUTFKernels().mToUTF16;
+    run(source, sourceEnd, target, targetEnd);
+    ConversionResult const result =
+        source < sourceEnd ? GoOnToUTF16(run, source, sourceEnd, target, targetEnd, flags)
+                           : conversionOK;
     *sourceStart = source;
     *targetStart = target;
     return result;
@@ -199,24 +228,13 @@ ConversionResult ConvertUTF16toUTF8(UTF16 const** sourceStart,
                                     UTF8* targetEnd,
                                     ConversionFlags flags)
 {
-    ConversionResult result = conversionOK;
     AnyUTF16 const* source = *sourceStart;
     UTF8* target = *targetStart;
-    UTFKernels const& kernels = GetUTFKernels();
-    for (;;) {
-        kernels.mToUTF8(source, sourceEnd, target, targetEnd);
-        if (source >= sourceEnd) break;
-        Character const read = ReadUTF16(source, sourceEnd, flags);
-        result = read.mResult;
-        if (result != conversionOK) break;
-        int const count = BytesUTF8(read.mValue);
-        if (targetEnd - target < count) {
-            result = targetExhausted;
-            break;
-        }
-        WriteUTF8(read.mValue, count, target);
-        source += read.mLength;
-    }
+    RunToUTF8& run = *GetUTFKernels().mToUTF8;
+    run(source, sourceEnd, target, targetEnd);
+    ConversionResult const result =
+        source < sourceEnd ? GoOnToUTF8(run, source, sourceEnd, target, targetEnd, flags)
+                           : conversionOK;
     *sourceStart = source;
     *targetStart = target;
     return result;

@@ -20,19 +20,33 @@ LOAM_AVX512_INLINE std::uint64_t LowBits(std::ptrdiff_t count)
     return _bzhi_u64(~std::uint64_t{0}, static_cast<unsigned int>(count));
 }
 
-LOAM_AVX512_INLINE __m512i EachByte(int value)
+/// A constant in each lane of 32 bits. It comes from memory: gcc would rather make it anew in every
+/// round of a loop, by way of another register and the port that all shuffles wait for.
+template <std::uint32_t kValue>
+inline constexpr std::uint32_t kConstant = kValue;
+
+template <std::uint32_t kValue>
+LOAM_AVX512_INLINE __m512i EachLane()
 {
-    return _mm512_set1_epi8(static_cast<char>(value));
+#if defined(__clang__)
+    return _mm512_set1_epi32(static_cast<int>(kValue));
+#else
+    __m512i lanes;
+    __asm__("vpbroadcastd %1, %0" : "=v"(lanes) : "m"(kConstant<kValue>));
+    return lanes;
+#endif
 }
 
-LOAM_AVX512_INLINE __m512i EachUnit(int value)
+template <std::uint32_t kValue>
+LOAM_AVX512_INLINE __m512i EachUnit()
 {
-    return _mm512_set1_epi16(static_cast<short>(value));
+    return EachLane<kValue * 0x00010001>();
 }
 
-LOAM_AVX512_INLINE __m512i EachLane(unsigned int value)
+template <std::uint32_t kValue>
+LOAM_AVX512_INLINE __m512i EachByte()
 {
-    return _mm512_set1_epi32(static_cast<int>(value));
+    return EachLane<kValue * 0x01010101>();
 }
 
 /// The bits of `a` where `mask` is set, those of `b` elsewhere.

@@ -69,7 +69,7 @@ LOAM_AVX512_INLINE bool IsASCII(Window const& window)
 LOAM_AVX512_INLINE bool HasFourBytes(Window const& window)
 {
     __m512i const highest = _mm512_max_epu8(window.mHere, window.mBefore[2]);
-    return _mm512_cmpge_epu8_mask(highest, EachByte(0xF0)) != 0;
+    return _mm512_cmpge_epu8_mask(highest, EachByte<0xF0>()) != 0;
 }
 
 // Where sequences are of up to three bytes each, or of up to four.
@@ -82,55 +82,57 @@ LOAM_AVX512_INLINE Units Decode(Window const& window)
     __m512i const third = window.mBefore[2];
 
     // A lead byte calls for continuation bytes one, two and three places on.
-    __m512i called = _mm512_max_epu8(before, _mm512_subs_epu8(second, EachByte(0x20)));
-    if (kHasFour) called = _mm512_max_epu8(called, _mm512_subs_epu8(third, EachByte(0x30)));
-    __mmask64 const isCalledFor = _mm512_cmpge_epu8_mask(called, EachByte(0xC0));
-    __mmask64 const isContinuation = _mm512_cmplt_epi8_mask(here, EachByte(0xC0));
+    __m512i called = _mm512_max_epu8(before, _mm512_subs_epu8(second, EachByte<0x20>()));
+    if (kHasFour) called = _mm512_max_epu8(called, _mm512_subs_epu8(third, EachByte<0x30>()));
+    __mmask64 const isCalledFor = _mm512_cmpge_epu8_mask(called, EachByte<0xC0>());
+    __mmask64 const isContinuation = _mm512_cmplt_epi8_mask(here, EachByte<0xC0>());
     __mmask64 const isOther = _mm512_movepi8_mask(here);
 
     // The last byte of a character is no lead, and none that has two more to come goes before it.
     // That is true of the third of four as well, where the high surrogate is written.
-    __m512i const notLast = _mm512_max_epu8(here, _mm512_subs_epu8(before, EachByte(0x20)));
+    __m512i const notLast = _mm512_max_epu8(here, _mm512_subs_epu8(before, EachByte<0x20>()));
     Units units;
-    units.mWritten = _mm512_cmplt_epu8_mask(notLast, EachByte(0xC0));
+    units.mWritten = _mm512_cmplt_epu8_mask(notLast, EachByte<0xC0>());
 
     // The lower byte: six bits, and two of the byte before. The upper one: the rest of that, and
     // the lead of three bytes.
-    __mmask64 const isThird = _mm512_cmpge_epu8_mask(second, EachByte(0xE0));
-    __m512i const low = Select(EachByte(0x3F), here, _mm512_slli_epi16(before, 6));
+    __mmask64 const isThird = _mm512_cmpge_epu8_mask(second, EachByte<0xE0>());
+    __m512i const low = Select(EachByte<0x3F>(), here, _mm512_slli_epi16(before, 6));
     units.mLow = _mm512_mask_blend_epi8(isOther, here, low);
     __m512i const lead = _mm512_maskz_mov_epi8(isThird, _mm512_slli_epi16(second, 4));
-    __m512i high = Select(EachByte(0x0F), _mm512_srli_epi16(before, 2), lead);
+    __m512i high = Select(EachByte<0x0F>(), _mm512_srli_epi16(before, 2), lead);
 
     // Three bytes for a value below 0x800 or for a surrogate: below 8 either way. Lead bytes C0 and
     // C1: below 2.
-    __m512i const surrogate = _mm512_xor_si512(high, EachByte(0xD8));
-    __m512i const overlong = _mm512_adds_epu8(_mm512_xor_si512(here, EachByte(0xC0)), EachByte(6));
+    __m512i const surrogate = _mm512_xor_si512(high, EachByte<0xD8>());
+    __m512i const overlong =
+        _mm512_adds_epu8(_mm512_xor_si512(here, EachByte<0xC0>()), EachByte<6>());
     __mmask64 isLastOfThree = isThird;
     __mmask64 isBad = isContinuation ^ isCalledFor;
     if (kHasFour) {
         // The four bytes are 11110aaa 10aabbbb 10bbccdd 10dddddd; the surrogates 110110aa aabbbbcc
         // less 0x40, and 110111cc dddddddd by the bits' own names above.
-        __mmask64 const isHighPlace = _mm512_cmpge_epu8_mask(second, EachByte(0xF0));
-        __mmask64 const isLowPlace = _mm512_cmpge_epu8_mask(third, EachByte(0xF0));
+        __mmask64 const isHighPlace = _mm512_cmpge_epu8_mask(second, EachByte<0xF0>());
+        __mmask64 const isLowPlace = _mm512_cmpge_epu8_mask(third, EachByte<0xF0>());
         isLastOfThree &= ~isHighPlace & ~isLowPlace;
 
-        __m512i const two = _mm512_and_si512(_mm512_srli_epi16(here, 4), EachByte(0x03));
-        __m512i const top = Select(EachByte(0xFC), _mm512_slli_epi16(before, 2), two);
-        units.mLow = _mm512_mask_sub_epi8(units.mLow, isHighPlace, top, EachByte(0x40));
+        __m512i const two = _mm512_and_si512(_mm512_srli_epi16(here, 4), EachByte<0x03>());
+        __m512i const top = Select(EachByte<0xFC>(), _mm512_slli_epi16(before, 2), two);
+        units.mLow = _mm512_mask_sub_epi8(units.mLow, isHighPlace, top, EachByte<0x40>());
         __m512i const upper =
-            _mm512_add_epi8(_mm512_and_si512(second, EachByte(0x0F)), EachByte(0xD8));
+            _mm512_add_epi8(_mm512_and_si512(second, EachByte<0x0F>()), EachByte<0xD8>());
         high = _mm512_mask_mov_epi8(high, isHighPlace, upper);
-        __mmask64 const borrows = _mm512_mask_cmplt_epu8_mask(isHighPlace, top, EachByte(0x40));
-        high = _mm512_mask_sub_epi8(high, borrows, high, EachByte(1));
-        isBad |= _mm512_mask_cmpneq_epu8_mask(isHighPlace, _mm512_and_si512(high, EachByte(0xFC)),
-                                              EachByte(0xD8));
-        __m512i const lower = Select(EachByte(0x03), _mm512_srli_epi16(before, 2), EachByte(0xDC));
+        __mmask64 const borrows = _mm512_mask_cmplt_epu8_mask(isHighPlace, top, EachByte<0x40>());
+        high = _mm512_mask_sub_epi8(high, borrows, high, EachByte<1>());
+        isBad |= _mm512_mask_cmpneq_epu8_mask(isHighPlace, _mm512_and_si512(high, EachByte<0xFC>()),
+                                              EachByte<0xD8>());
+        __m512i const lower =
+            Select(EachByte<0x03>(), _mm512_srli_epi16(before, 2), EachByte<0xDC>());
         high = _mm512_mask_mov_epi8(high, isLowPlace, lower);
     }
     __m512i const distance =
         _mm512_mask_min_epu8(overlong, isLastOfThree, overlong, _mm512_min_epu8(high, surrogate));
-    isBad |= _mm512_cmplt_epu8_mask(distance, EachByte(8));
+    isBad |= _mm512_cmplt_epu8_mask(distance, EachByte<8>());
     units.mHigh = _mm512_maskz_mov_epi8(isOther, high);
     units.mBad = isBad;
     return units;
@@ -270,23 +272,31 @@ ConvertBlocks(UTF8 const*& source, UTF8 const* sourceEnd, AnyUTF16*& target, Any
 }
 
 // A text that is short, as far as it is ASCII. True if that is all of it.
-LOAM_AVX512_INLINE bool ConvertShortASCII(UTF8 const*& source,
+LOAM_AVX512_INLINE bool ConvertShortASCII(UTF8 const*& sourceStart,
                                           UTF8 const* sourceEnd,
-                                          AnyUTF16*& target,
+                                          AnyUTF16*& targetStart,
                                           AnyUTF16* targetEnd)
 {
-    ptrdiff_t const size = sourceEnd - source;
-    if (size == 0 || size > kShort || targetEnd - target < size) return false;
+    // Copied, so that they may stay in registers: bytes could be anything in memory.
+    UTF8 const* source = sourceStart;
+    AnyUTF16* target = targetStart;
+    ptrdiff_t left = sourceEnd - source;
+    if (left == 0 || left > kShort || targetEnd - target < left) return false;
+    bool isASCII = true;
     do {
-        ptrdiff_t const count = std::min(sourceEnd - source, kBytes);
+        ptrdiff_t const count = std::min(left, kBytes);
         uint64_t const mask = LowBits(count);
         __m512i const bytes = _mm512_maskz_loadu_epi8(mask, source);
-        if (_mm512_movepi8_mask(bytes) != 0) return false;
+        isASCII = _mm512_movepi8_mask(bytes) == 0;
+        if (!isASCII) break;
         StoreSome(Widen(bytes), mask, target);
         source += count;
         target += count;
-    } while (source < sourceEnd);
-    return true;
+        left -= count;
+    } while (left > 0);
+    sourceStart = source;
+    targetStart = target;
+    return isASCII;
 }
 
 [[gnu::noinline]] LOAM_AVX512 void ConvertAny(UTF8 const*& sourceStart,

@@ -39,10 +39,9 @@ LOAM_AVX512_INLINE Encoded Squeeze(__m512i bytes, __m512i places)
 LOAM_AVX512_INLINE Encoded EncodeShort(__m512i units, __mmask32 isOther, __mmask32 lanes)
 {
     __m512i const one = _mm512_slli_epi16(units, 8);
-    __m512i const bits = AndOr(one, EachUnit(0x3F00), _mm512_srli_epi16(units, 6));
-    __m512i const two = _mm512_or_si512(bits, EachUnit(0x80C0));
-    __m512i const places =
-        _mm512_mask_blend_epi16(isOther, EachUnit(0xFF00), _mm512_set1_epi16(-1));
+    __m512i const bits = AndOr(one, EachUnit<0x3F00>(), _mm512_srli_epi16(units, 6));
+    __m512i const two = _mm512_or_si512(bits, EachUnit<0x80C0>());
+    __m512i const places = _mm512_mask_blend_epi16(isOther, EachUnit<0xFF00>(), EachUnit<0xFFFF>());
     return Squeeze(_mm512_mask_blend_epi16(isOther, one, two),
                    _mm512_maskz_mov_epi16(lanes, places));
 }
@@ -51,24 +50,24 @@ LOAM_AVX512_INLINE Encoded EncodeShort(__m512i units, __mmask32 isOther, __mmask
 template <bool kHasPairs>
 LOAM_AVX512_INLINE Encoded EncodeLong(__m512i values, __mmask16 lanes, __mmask16 isPair = 0)
 {
-    __mmask16 const isOther = _mm512_cmpge_epu32_mask(values, EachLane(0x80));
-    __mmask16 const isLong = _mm512_cmpge_epu32_mask(values, EachLane(0x800));
+    __mmask16 const isOther = _mm512_cmpge_epu32_mask(values, EachLane<0x80>());
+    __mmask16 const isLong = _mm512_cmpge_epu32_mask(values, EachLane<0x800>());
 
     // Six bits to each place. Above the highest there is none left in the leads of two and three.
     __m512i const sixes = _mm512_maskz_multishift_epi64_epi8(
         ~__mmask64{0}, _mm512_set1_epi64(0x20262C32'00060C12), values);
-    __m512i marks = EachLane(0x80C0E0F0);
-    marks = _mm512_mask_mov_epi32(marks, isLong, EachLane(0x8080E0F0));
+    __m512i marks = EachLane<0x80C0E0F0>();
+    marks = _mm512_mask_mov_epi32(marks, isLong, EachLane<0x8080E0F0>());
     if (kHasPairs) {
-        marks = _mm512_mask_mov_epi32(marks, isPair, EachLane(0x808080F0));
+        marks = _mm512_mask_mov_epi32(marks, isPair, EachLane<0x808080F0>());
     }
-    __m512i bytes = AndOr(sixes, EachLane(0x3F3F3F07), marks);
+    __m512i bytes = AndOr(sixes, EachLane<0x3F3F3F07>(), marks);
     bytes = _mm512_mask_slli_epi32(bytes, static_cast<__mmask16>(~isOther), values, 24);
 
-    __m512i places = EachLane(0xFF000000);
-    places = _mm512_mask_mov_epi32(places, isOther, EachLane(0xFFFF0000));
-    places = _mm512_mask_mov_epi32(places, isLong, EachLane(0xFFFFFF00));
-    if (kHasPairs) places = _mm512_mask_mov_epi32(places, isPair, _mm512_set1_epi32(-1));
+    __m512i places = EachLane<0xFF000000>();
+    places = _mm512_mask_mov_epi32(places, isOther, EachLane<0xFFFF0000>());
+    places = _mm512_mask_mov_epi32(places, isLong, EachLane<0xFFFFFF00>());
+    if (kHasPairs) places = _mm512_mask_mov_epi32(places, isPair, EachLane<0xFFFFFFFF>());
     return Squeeze(bytes, _mm512_maskz_mov_epi32(lanes, places));
 }
 
@@ -109,7 +108,7 @@ LOAM_AVX512_INLINE EncodedBlock EncodePairs(__m512i units,
         // 0x10000 + (first - 0xD800) * 0x400 + (next - 0xDC00)
         __m512i const joined =
             _mm512_add_epi32(_mm512_maskz_slli_epi32(isPair, firsts, 10), WidenHalf(next, half));
-        __m512i const values = _mm512_mask_sub_epi32(firsts, isPair, joined, EachLane(0x35FDC00));
+        __m512i const values = _mm512_mask_sub_epi32(firsts, isPair, joined, EachLane<0x35FDC00>());
         block.mParts[half] = EncodeLong<true>(values, MaskOfHalf(lanes, half), isPair);
     }
     return block;
@@ -119,27 +118,27 @@ LOAM_AVX512_INLINE EncodedBlock EncodePairs(__m512i units,
 
 LOAM_AVX512_INLINE __mmask32 IsOther(__m512i units)
 {
-    return _mm512_test_epi16_mask(units, EachUnit(0xFF80));
+    return _mm512_test_epi16_mask(units, EachUnit<0xFF80>());
 }
 
 LOAM_AVX512_INLINE __mmask32 IsLong(__m512i units)
 {
-    return _mm512_test_epi16_mask(units, EachUnit(0xF800));
+    return _mm512_test_epi16_mask(units, EachUnit<0xF800>());
 }
 
 LOAM_AVX512_INLINE __mmask32 IsSurrogate(__m512i units)
 {
-    return _mm512_cmpeq_epi16_mask(_mm512_and_si512(units, EachUnit(0xF800)), EachUnit(0xD800));
+    return _mm512_cmpeq_epi16_mask(_mm512_and_si512(units, EachUnit<0xF800>()), EachUnit<0xD800>());
 }
 
 LOAM_AVX512_INLINE __mmask32 IsHigh(__m512i units)
 {
-    return _mm512_cmpeq_epi16_mask(_mm512_and_si512(units, EachUnit(0xFC00)), EachUnit(0xD800));
+    return _mm512_cmpeq_epi16_mask(_mm512_and_si512(units, EachUnit<0xFC00>()), EachUnit<0xD800>());
 }
 
 LOAM_AVX512_INLINE __mmask32 IsLow(__m512i units)
 {
-    return _mm512_cmpeq_epi16_mask(_mm512_and_si512(units, EachUnit(0xFC00)), EachUnit(0xDC00));
+    return _mm512_cmpeq_epi16_mask(_mm512_and_si512(units, EachUnit<0xFC00>()), EachUnit<0xDC00>());
 }
 
 // The loops over whole blocks. Each goes on through blocks of a simpler kind too, unless two of
@@ -284,25 +283,33 @@ ConvertSome(AnyUTF16 const*& source, AnyUTF16 const* sourceEnd, UTF8*& target, U
 }
 
 // A text that is short, as far as it is ASCII. True if that is all of it.
-LOAM_AVX512_INLINE bool ConvertShortASCII(AnyUTF16 const*& source,
+LOAM_AVX512_INLINE bool ConvertShortASCII(AnyUTF16 const*& sourceStart,
                                           AnyUTF16 const* sourceEnd,
-                                          UTF8*& target,
+                                          UTF8*& targetStart,
                                           UTF8* targetEnd)
 {
-    ptrdiff_t const size = sourceEnd - source;
-    if (size == 0 || size > kShort || targetEnd - target < size) return false;
+    // Copied, so that they may stay in registers: what is written could be anything in memory.
+    AnyUTF16 const* source = sourceStart;
+    UTF8* target = targetStart;
+    ptrdiff_t left = sourceEnd - source;
+    if (left == 0 || left > kShort || targetEnd - target < left) return false;
+    bool isASCII = true;
     do {
-        ptrdiff_t const count = std::min(sourceEnd - source, kBytes);
+        ptrdiff_t const count = std::min(left, kBytes);
         uint64_t const lanes = LowBits(count);
         __m512i const first = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes), source);
         __m512i const second =
             _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes >> kUnits), source + kUnits);
-        if (IsOther(_mm512_or_si512(first, second)) != 0) return false;
+        isASCII = IsOther(_mm512_or_si512(first, second)) == 0;
+        if (!isASCII) break;
         _mm512_mask_storeu_epi8(target, lanes, Narrow(first, second));
         source += count;
         target += count;
-    } while (source < sourceEnd);
-    return true;
+        left -= count;
+    } while (left > 0);
+    sourceStart = source;
+    targetStart = target;
+    return isASCII;
 }
 
 [[gnu::noinline]] LOAM_AVX512 void ConvertAny(AnyUTF16 const*& sourceStart,
