@@ -81,12 +81,13 @@ public:
     /// 0 of a launch that failed.
     virtual void KillProcess(int process) const = 0;
 
-    // Startup processes: programs that the desktop's `launchd` starts by itself. `label` is the name
-    // of one, and its file is the label with ".plist" behind it: with `system` false that of an
-    // agent, in the folder "LaunchAgents" of `cContainerUserLibrary`, started when this user logs
-    // in; with `system` true that of a daemon, in "LaunchDaemons" of `cContainerMachineLibrary`,
-    // started with the machine under the name of the user who installed it. Files are made the same
-    // way on Linux, in the containers as they are there, for a `launchd` that isn't.
+    // Startup processes: programs that the desktop's `launchd` starts by itself. `label` is the
+    // name of one, and its file is the label with ".plist" behind it: with `system` false that of
+    // an agent, in the folder "LaunchAgents" of `cContainerUserLibrary`, started when this user
+    // logs in; with `system` true that of a daemon, in "LaunchDaemons" of
+    // `cContainerMachineLibrary`, started with the machine under the name of the user who installed
+    // it. Files are made the same way on Linux, in the containers as they are there, for a
+    // `launchd` that isn't.
     //
     // A label's illegal characters are made legal in the file's name and a long one is cut, as
     // `CFileSpec` tells, so that two labels can come to share a file. A label that isn't UTF-8 or
@@ -101,8 +102,8 @@ public:
     ///
     /// True if the file stands. Mind that a file that is there and can't be changed counts as
     /// installed, whatever it says: ask `CheckStartupProcess`. False if the file can't be made,
-    /// which can leave none where an old one was, and for an argument that isn't UTF-8 or holds a
-    /// NUL. Sets the process's `umask` as `CFile::Create` does.
+    /// which can leave none where an old one was, and for a path or an argument that isn't UTF-8 or
+    /// holds a NUL. Sets the process's `umask` as `CFile::Create` does.
     virtual bool InstallStartupProcess(CFileSpec const& program,
                                        std::string const& label,
                                        bool system,
@@ -136,7 +137,9 @@ public:
     /// Has `/bin/launchctl` enable, load and start this user's agent; "stop" ends its process. Both
     /// answer what the commands said, a line for each that said anything, with its name ahead of
     /// it: nothing is a good sign, and all that Linux has to say. Labels end at their first NUL.
-    /// Each of up to three commands blocks for up to 11 seconds.
+    /// The commands look for the file under the label as it is: one whose characters had to be made
+    /// legal, or that was cut, isn't found. Each of up to three commands blocks for up to 11
+    /// seconds.
     virtual std::string StartStartupProcess(std::string const& label) const = 0;
     virtual std::string StopStartupProcess(std::string const& label) const = 0;
 

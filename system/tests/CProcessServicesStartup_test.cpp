@@ -5,12 +5,14 @@
 #include "testing/ScriptedBundlePlatform.h"
 #include "testing/ScriptedStartupPlatform.h"
 #include "testing/ScriptedSubprocessPlatform.h"
+#include "testing/StChildProcess.h"
 #include "testing/StEnvironment.h"
 #include "testing/StTempDir.h"
 
 #include <csignal>
 #include <cstdio>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -334,10 +336,23 @@ TEST_F(CProcessServicesStartup, AnswersNoWithoutAHome)
     EXPECT_EQ(PathOf(file), "former");
 }
 
-// Permissions, which count for everybody but root.
+TEST_F(CProcessServicesStartup, KeepsCallingInstalledWhatCantBeChanged)
+{
+    mHome.MakeFolder("LaunchAgents");
+    std::string const path = mHome.Path(Name());
+    EXPECT_EQ(symlink(path.c_str(), path.c_str()), 0);
+    EXPECT_EQ(Check(), (Flags{true, false, false}));
+    EXPECT_TRUE(Install());
+    Uninstall();
+    struct stat what = {};
+    EXPECT_EQ(lstat(path.c_str(), &what), 0);
+    EXPECT_TRUE(S_ISLNK(what.st_mode));
+}
+
+// Permissions, which count for everybody but root: a child asks, and gives up being root.
 TEST_F(CProcessServicesStartup, LeavesAloneWhatItMayNotChange)
 {
-    if (getuid() == 0) GTEST_SKIP() << "root may change everything";
+    constexpr uid_t kNobody = 65534;
 
     struct
     {
@@ -349,6 +364,7 @@ TEST_F(CProcessServicesStartup, LeavesAloneWhatItMayNotChange)
     } const cases[] = {
         {"a file that can't be read", 0700, 0200, {true, false, false}, true},
         {"a file that can't be written", 0700, 0400, {true, false, false}, true},
+        {"a current file that can't be written", 0700, 0400, {true, false, true}, true},
         {"a folder that can't be changed", 0500, 0600, {true, false, false}, true},
         {"a folder that can't be listed", 0300, 0600, {true, false, false}, true},
         {"a folder that can't be searched", 0600, 0600, {true, false, false}, true},
@@ -360,15 +376,34 @@ TEST_F(CProcessServicesStartup, LeavesAloneWhatItMayNotChange)
         StTempDir const home;
         StEnvironment const variable("HOME", home.Path());
         std::string const folder = home.MakeFolder("LaunchAgents");
+        std::string const content = c.mFlags.mIsUpToDate ? kAgent : "old";
+        std::vector<std::string> paths{home.Path(), folder};
         if (c.mFileMode) {
-            EXPECT_EQ(chmod(home.Write(Name(), "old").c_str(), c.mFileMode), 0);
+            paths.push_back(home.Write(Name(), content));
+            EXPECT_EQ(chmod(paths.back().c_str(), c.mFileMode), 0);
+        }
+        for (std::string const& path : paths) {
+            EXPECT_TRUE(getuid() != 0 || chown(path.c_str(), kNobody, kNobody) == 0);
         }
         EXPECT_EQ(chmod(folder.c_str(), c.mFolderMode), 0);
-        EXPECT_EQ(Check(), c.mFlags);
-        EXPECT_EQ(Install(), c.mIsInstalled);
-        Uninstall();
+
+        StChildProcess const child([this](CTestLink& parent) {
+            if (getuid() == 0 && setuid(kNobody) != 0) return parent.Say("still root");
+            std::ostringstream answers;
+            answers << Check() << ", installed: " << Install();
+            Uninstall();
+            parent.Say(answers.str());
+        });
+        std::ostringstream answers;
+        answers << c.mFlags << ", installed: " << c.mIsInstalled;
+        EXPECT_EQ(child.Hear(), answers.str());
+
         EXPECT_EQ(chmod(folder.c_str(), 0700), 0);
         EXPECT_EQ(home.Has(Name()), c.mFileMode != 0);
+        if (c.mFileMode) {
+            EXPECT_EQ(chmod(paths.back().c_str(), 0600), 0);
+            EXPECT_EQ(home.Read(Name()), content);
+        }
     }
 }
 
@@ -703,6 +738,20 @@ TEST_F(CProcessServicesLaunchctl, Stops)
 {
     EXPECT_EQ(mServices.StopStartupProcess(kLabel), "");
     EXPECT_THAT(mLines, ElementsAre("/bin/launchctl|kill|TERM|" + mService));
+}
+
+TEST_F(CProcessServicesLaunchctl, KeepsWritingLargeIdentifiersAsNegative)
+{
+    if (getuid() != 0) GTEST_SKIP() << "only root can become another user";
+    EXPECT_EQ(chmod(mHome.Path().c_str(), 0755), 0);
+    StChildProcess const child([this](CTestLink& parent) {
+        if (setuid(3000000000) != 0) return parent.Say("refused");
+        mServices.StopStartupProcess(kLabel);
+        parent.Say(mLines.empty() ? "" : mLines.front());
+    });
+    std::string const answer = child.Hear();
+    if (answer == "refused") GTEST_SKIP() << "there is no such user here";
+    EXPECT_EQ(answer, "/bin/launchctl|kill|TERM|gui/-1294967296/com.example.helper");
 }
 
 TEST_F(CProcessServicesLaunchctl, UnloadsByTheVersionOfTheSystem)
