@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
 bool IsBefore(CPropertyList::Member const& one, CPropertyList::Member const& other)
 {
     return one.mKey < other.mKey;

@@ -3,9 +3,9 @@
 //     auto const list = CPropertyList::Read(bytes);
 //     auto const* const url = list ? list->FindAs<std::string>("URL") : nullptr;
 //
-// Lists come from outside, so reading takes nothing on trust: `kMaxBytes`, `kMaxDepth` and
-// `kMaxWeight` bound the time, the memory and the stack that any input can cost, and what is beyond
-// them is not a list. Text is UTF-8. A value; any thread may use its own.
+// Lists come from outside, so reading takes nothing on trust: `kMaxBytes`, `kMaxDepth`,
+// `kMaxMembers` and `kMaxWeight` bound the time, the memory and the stack that any input can cost,
+// and what is beyond them is not a list. Text is UTF-8. A value; any thread may use its own.
 #pragma once
 
 #include <cstddef>
@@ -42,6 +42,9 @@ public:
     static constexpr std::size_t kMaxBytes = 1 << 20;
     /// Levels of the deepest list that is read, the outermost one counted.
     static constexpr int kMaxDepth = 100;
+    /// Members of the largest dictionary that is read, each as often as it is named. Readers look
+    /// for a key among those before it, and keys can be made that they have to look at one by one.
+    static constexpr std::size_t kMaxMembers = 2048;
     /// A binary list can refer to a value many times over. This is about how many bytes it may come
     /// to once each value stands in every place where it belongs.
     static constexpr std::uint64_t kMaxWeight = 16 << 20;

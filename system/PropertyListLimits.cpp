@@ -86,20 +86,28 @@ private:
         if (mDepth > 0 || mRest.starts_with('>')) return false;
         auto const tag = TakeTag("?>");
         if (!tag) return false;
-        auto const at = tag->find("encoding");
+        constexpr std::string_view kEncoding = "encoding";
+        auto const at = tag->find(kEncoding);
         if (at == tag->npos) return true;
-        std::string name(tag->substr(at + std::string_view("encoding").size()));
-        std::erase_if(name, [](char c) { return kBlanks.find(c) != kBlanks.npos; });
-        std::transform(name.begin(), name.end(), name.begin(),
+        std::string rest(tag->substr(at + kEncoding.size()));
+        std::erase_if(rest, [](char c) { return kBlanks.find(c) != kBlanks.npos; });
+        std::transform(rest.begin(), rest.end(), rest.begin(),
                        [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-        return name == "=\"utf-8\"" || name == "='utf-8'" || name == "=\"us-ascii\"";
+        // More may stand behind it, as `standalone` does.
+        return rest.find(kEncoding) == rest.npos &&
+               (rest.starts_with("=\"utf-8\"") || rest.starts_with("='utf-8'") ||
+                rest.starts_with("=\"us-ascii\""));
     }
 
     bool PassStart(std::string_view tag)
     {
-        if (tag.ends_with('/')) return mDepth < kMaxElements;
         if (mDepth == kMaxElements) return false;
-        mOpen[mDepth++] = tag.substr(0, tag.find_first_of(kBlanks));
+        auto const name = tag.substr(0, tag.find_first_of(kBlanks));
+        if (name.starts_with("key") && ++mMembers[mDepth] > CPropertyList::kMaxMembers)
+            return false;
+        if (tag.ends_with('/')) return true;
+        mOpen[mDepth++] = name;
+        if (mDepth < kMaxElements) mMembers[mDepth] = 0;
         return true;
     }
 
@@ -114,6 +122,7 @@ private:
 
     std::string_view mRest;
     std::array<std::string_view, kMaxElements> mOpen;
+    std::array<std::size_t, kMaxElements> mMembers{};  // by level, in the element open now
     std::size_t mDepth = 0;
     bool mHasElements = false;
 };
@@ -218,6 +227,7 @@ private:
         if (isCollection) {
             // A dictionary names its keys and then its values.
             std::uint64_t const each = kind == 0xD ? 2 : 1;
+            if (kind == 0xD && count > CPropertyList::kMaxMembers) return std::nullopt;
             if (!Holds(at, count, each * mReferenceSize)) return std::nullopt;
             return Extent{kValueWeight, count * each, at};
         }
@@ -269,6 +279,8 @@ bool IsWithinPropertyListLimits(std::string_view bytes)
         return bytes.starts_with(CBinaryWalk::kSignature) && CBinaryWalk(bytes).IsLight();
     }
     if (!CPropertyList::IsText(bytes)) return false;
+    // A reader may take no notice of it, and find XML where none was looked for here.
+    if (bytes.starts_with(kByteOrderMark)) return false;
     auto const first = bytes.find_first_not_of(kBlanks);
     if (first == bytes.npos) return false;
     if (bytes[first] == '<') return CMarkupWalk(bytes).IsShallow();

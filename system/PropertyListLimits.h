@@ -7,6 +7,9 @@
 
 #include <string_view>
 
+/// May stand once ahead of XML.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 /// True if `bytes` keep to the limits told in `CPropertyList` and are in a form of which that can
 /// be said. They need not be a list. Linear in the size.
 bool IsWithinPropertyListLimits(std::string_view bytes);

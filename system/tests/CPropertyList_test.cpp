@@ -230,6 +230,9 @@ TEST(CPropertyList, ReadsXML)
         {"blanks", " \r\n\t<plist version='1.0' >\r\n<true />\t</plist >\n", CPropertyList(true)},
         {"another way to write the encoding", "<?xml encoding = 'utf-8' ?><plist><true/></plist>",
          CPropertyList(true)},
+        {"more behind the encoding",
+         "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\"?><plist><true/></plist>",
+         CPropertyList(true)},
         {"comments", "<!-- <a> ' --><plist><array><!-- </array> --><true/></array></plist>",
          CPropertyList(Array{CPropertyList(true)})},
         {"characters of text", "<plist><string>a&lt;&#65;&#x1F600;&amp;</string></plist>",
@@ -250,6 +253,26 @@ TEST(CPropertyList, ReadsXML)
         SCOPED_TRACE(c.mWhat);
         EXPECT_EQ(CPropertyList::Read(c.mBytes), c.mList);
     }
+}
+
+// The parser goes another way with those: nothing that isn't text may be taken for it.
+TEST(CPropertyList, ReadsTextsFullOfReferences)
+{
+    std::string const many(CPropertyList::kMaxBytes / 6, '&');
+    std::string const some = Repeat("<&;>", 700);
+    CPropertyList const list(Dictionary{{some, Text(some + ";;" + many)},
+                                        {"a", CPropertyList(Array{Text("&"), Text(some)})}});
+    std::string const xml = list.ToXML();
+    EXPECT_EQ(CPropertyList::Read(xml), list);
+
+    std::string const ends = Repeat("&;", 2000);
+    EXPECT_EQ(CPropertyList::Read("<?x '>" + ends + "' ?><!-- > < " + ends + " --><plist><string>" +
+                                  "a<![CDATA[> < " + ends + "]]>b<!-- > " + ends + " -->" +
+                                  Repeat("&gt;", 100) + "c</string></plist>"),
+              Text("a> < " + ends + "b" + std::string(100, '>') + "c"));
+    EXPECT_EQ(
+        CPropertyList::Read("<plist><string>" + Repeat("&amp;", 2000) + "&amp</string></plist>"),
+        std::nullopt);
 }
 
 TEST(CPropertyList, ReadsBinary)
@@ -302,6 +325,8 @@ TEST(CPropertyList, TakesGarbageForNoList)
         {"crossed elements", "<plist><array></plist></array>"},
         {"a close too many", "<plist><true/></plist></plist>"},
         {"another encoding", "<?xml version=\"1.0\" encoding=\"UTF-7\"?><plist><true/></plist>"},
+        {"another encoding behind the first",
+         "<?xml encoding=\"UTF-8\" encoding=\"UTF-7\"?><plist><true/></plist>"},
         {"entities of its own",
          "<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><string>&a;</string></plist>"},
         {"an instruction within", "<plist><?xml version=\"1.0\"?><true/></plist>"},
@@ -365,7 +390,14 @@ TEST(CPropertyList, RefusesWhatCostsTooMuch)
     std::size_t const depth = CPropertyList::kMaxDepth;
     std::string const large(CPropertyList::kMaxBytes - 32, 'a');
     std::string const shared = "\x5F\x12" + BigEndian(300000, 4) + std::string(300000, 'a');
-    std::string wide = "\xAF\x10\xFF" + std::string(255, '\1');
+    std::string const member = "<key>a</key><true/>";
+    auto const wideBinary = [](std::size_t members) {
+        return Binary({"\xDF\x11" + BigEndian(members, 2) + std::string(members, '\1') +
+                           std::string(members, '\2'),
+                       "\x51"
+                       "a",
+                       "\x09"});
+    };
 
     struct
     {
@@ -385,6 +417,16 @@ TEST(CPropertyList, RefusesWhatCostsTooMuch)
          "<plist>" + Repeat("<array><!--</array>-->", depth + 1) + Repeat("</array>", depth + 1) +
              "</plist>",
          false},
+        {"the most members",
+         "<plist><dict>" + Repeat(member, CPropertyList::kMaxMembers) + "</dict></plist>", true},
+        {"a member more",
+         "<plist><dict>" + Repeat(member, CPropertyList::kMaxMembers + 1) + "</dict></plist>",
+         false},
+        {"more in two dictionaries of one",
+         "<plist><dict>" + Repeat(member, CPropertyList::kMaxMembers - 1) + "<key>b</key><array>" +
+             Repeat("<dict>" + Repeat(member, CPropertyList::kMaxMembers) + "</dict>", 2) +
+             "</array></dict></plist>",
+         true},
         {"the deepest binary", BinaryTower(static_cast<unsigned>(depth), 1), true},
         {"one level more", BinaryTower(static_cast<unsigned>(depth) + 1, 1), false},
         {"depth by another way", Binary([&] {
@@ -396,6 +438,8 @@ TEST(CPropertyList, RefusesWhatCostsTooMuch)
              return objects;
          }()),
          false},
+        {"the most members of a binary", wideBinary(CPropertyList::kMaxMembers), true},
+        {"a member more", wideBinary(CPropertyList::kMaxMembers + 1), false},
         {"two of two of two", BinaryTower(17, 2), true},
         {"once more and again", BinaryTower(19, 2), false},
         {"and again and again", BinaryTower(60, 2), false},
@@ -408,6 +452,14 @@ TEST(CPropertyList, RefusesWhatCostsTooMuch)
         SCOPED_TRACE(c.mWhat);
         EXPECT_EQ(CPropertyList::Read(c.mBytes).has_value(), c.mIsRead);
     }
+}
+
+// Behind a second one the desktop's reader might find XML that nobody has looked through.
+TEST(CPropertyList, LooksBehindNoSecondByteOrderMark)
+{
+    std::string const mark = "\xEF\xBB\xBF";
+    EXPECT_EQ(CPropertyList::Read(mark + mark + Nested(1)), std::nullopt);
+    EXPECT_FALSE(IsWithinPropertyListLimits(mark + Nested(70000)));
 }
 
 // Each of the objects has the bytes of the same long array: a look at all is the square of them.

@@ -2,8 +2,10 @@
 
 #include <plist/plist.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace {
@@ -20,6 +22,46 @@ struct ListFreer
 
 // From 1970 to 2001, where the dates of property lists begin.
 constexpr std::int64_t kSecondsTo2001 = 978307200;
+
+// libplist moves the rest of a text for each reference in it, which takes many seconds where a
+// megabyte is full of them. It does so piece by piece, and a comment begins a new piece.
+constexpr std::ptrdiff_t kManyReferences = 1000;
+constexpr std::string_view kComment = "<!---->";
+
+bool HasManyReferences(std::string_view xml)
+{
+    return std::count(xml.begin(), xml.end(), '&') > kManyReferences;
+}
+
+// The size of the markup that `xml` begins with. Its form is that which the limits let through.
+std::size_t SizeOfMarkup(std::string_view xml)
+{
+    std::string_view const end = xml.starts_with("<!--")        ? "-->"
+                                 : xml.starts_with("<![CDATA[") ? "]]>"
+                                                                : ">";
+    return std::min(xml.find(end, end.size()), xml.size() - end.size()) + end.size();
+}
+
+// The same list, with a comment behind every few references of a text.
+std::string SplitTexts(std::string_view xml)
+{
+    constexpr int kEach = 64;
+    std::string split;
+    int references = 0;
+    while (!xml.empty()) {
+        std::size_t size = 1;
+        if (xml.front() == '<') {
+            size = SizeOfMarkup(xml);
+        } else {
+            size = std::min(xml.find_first_of("<;"), xml.size());
+            if (size < xml.size() && xml[size] == ';') ++size;
+        }
+        split.append(xml.substr(0, size));
+        if (xml[size - 1] == ';' && ++references % kEach == 0) split += kComment;
+        xml.remove_prefix(size);
+    }
+    return split;
+}
 
 std::optional<CPropertyList> ValueOf(plist_t node);
 
@@ -113,7 +155,10 @@ std::optional<CPropertyList> ParsePropertyList(std::string_view bytes)
 {
     plist_t made = nullptr;
     // By name, since the reader for either form takes more forms from one version to the next.
-    auto const read = bytes.starts_with("bplist") ? plist_from_bin : plist_from_xml;
+    bool const isBinary = bytes.starts_with("bplist");
+    std::string split;
+    if (!isBinary && HasManyReferences(bytes)) bytes = split = SplitTexts(bytes);
+    auto const read = isBinary ? plist_from_bin : plist_from_xml;
     read(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &made);
     std::unique_ptr<void, ListFreer> const list(made);
     return made ? ValueOf(made) : std::nullopt;
