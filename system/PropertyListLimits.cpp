@@ -155,7 +155,7 @@ public:
         }
         mKnown.resize(count);
         auto const whole = Weigh(top, 1);
-        return whole && whole->mWeight <= CPropertyList::kMaxWeight;
+        return whole && whole->mWeight <= CPropertyList::kMaxWeight && AreTextsWhole();
     }
 
     static constexpr std::string_view kSignature = "bplist00";
@@ -260,6 +260,37 @@ private:
             if (load.mWeight > CPropertyList::kMaxWeight) return std::nullopt;
         }
         return mKnown[object] = load;
+    }
+
+    // Looks at the texts of the list, whose weight is known to be small. A reader may end a key at
+    // a zero byte, and leave out half a pair.
+    bool AreTextsWhole() const
+    {
+        for (std::size_t object = 0; object < mKnown.size(); ++object) {
+            if (mKnown[object].mLevels == 0) continue;
+            std::uint64_t const at = Number(mTable + object * mOffsetSize, mOffsetSize);
+            unsigned const kind = static_cast<unsigned char>(mBytes[at]) >> 4;
+            if (kind != 5 && kind != 6) continue;
+            auto const extent = Look(at);
+            std::uint64_t const size = extent->mWeight - kValueWeight;
+            if (kind == 5 ? mBytes.substr(extent->mAt, size).find('\0') != mBytes.npos
+                          : !IsWholeUTF16(extent->mAt, size / 3)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    bool IsWholeUTF16(std::uint64_t at, std::uint64_t units) const
+    {
+        bool isInPair = false;
+        for (std::uint64_t const end = at + units * 2; at < end; at += 2) {
+            std::uint64_t const unit = Number(at, 2);
+            bool const isSecond = unit >= 0xDC00 && unit <= 0xDFFF;
+            if (unit == 0 || isSecond != isInPair) return false;
+            isInPair = unit >= 0xD800 && unit <= 0xDBFF;
+        }
+        return !isInPair;
     }
 
     std::string_view mBytes;

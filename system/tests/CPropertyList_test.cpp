@@ -302,6 +302,12 @@ TEST(CPropertyList, ReadsBinary)
                              {"e", CPropertyList(Date{978307200 + 0x18000000})}}));
 }
 
+TEST(CPropertyList, ReadsPairsOfBinary)
+{
+    EXPECT_EQ(CPropertyList::Read(Binary({"\x64\x00\x41\xD8\x3D\xDE\x00\xFF\xFD"s})),
+              Text("A\xF0\x9F\x98\x80\xEF\xBF\xBD"));
+}
+
 TEST(CPropertyList, TakesGarbageForNoList)
 {
     struct
@@ -354,6 +360,17 @@ TEST(CPropertyList, TakesGarbageForNoList)
         {"a zero in a key of UTF-16", Binary({"\xD1\1\2", "\x62\0a\0\0"s, "\x09"})},
         {"a zero in text", Binary({"\x52\0a"s})},
         {"text that isn't ASCII", Binary({"\x51\xFF"})},
+        {"half a pair", Binary({"\x62\x00\x41\xD8\x3D"s})},
+        {"half a pair amid text", Binary({"\x62\xD8\x3D\x00\x41"s})},
+        {"the other half", Binary({"\x62\x00\x41\xDE\x00"s})},
+        {"two first halves", Binary({"\x63\xD8\x3D\xD8\x3D\xDE\x00"s})},
+        {"a zero in text", Binary({"\x53"
+                                   "a\0b"s})},
+        {"a zero in two-byte text", Binary({"\x62\x00\x41\x00\x00"s})},
+        {"a zero in a key", Binary({"\xD1\x01\x02",
+                                    "\x53"
+                                    "a\0b"s,
+                                    "\x09"})},
         {"a null", Binary({"\0"s})},
         {"an archive's reference", Binary({"\x80\x01"})},
     };
