@@ -24,6 +24,7 @@ struct
     bool mAreProcessDescriptorsRefused = false;
     int mPipesUntilFailure = -1;  // -1 for never
     int mLargestPipe = 0;         // 0 for whatever the system allows
+    bool mAreNoPipeSizesKnown = false;
 } sFaults;
 
 class StFaults
@@ -69,6 +70,10 @@ int __wrap_fcntl(int descriptor, int command, ...)
     va_start(list, command);
     long const argument = va_arg(list, long);
     va_end(list);
+    if (sFaults.mAreNoPipeSizesKnown && (command == F_GETPIPE_SZ || command == F_SETPIPE_SZ)) {
+        errno = EINVAL;
+        return -1;
+    }
     bool const isTooLarge = sFaults.mLargestPipe != 0 && argument > sFaults.mLargestPipe;
     if (command != F_SETPIPE_SZ || !isTooLarge) return __real_fcntl(descriptor, command, argument);
     errno = EPERM;
@@ -181,4 +186,13 @@ TEST(CSubprocessPlatformCalls, TakeThePipeTheyGet)
             text, nullptr));
         EXPECT_EQ(text.size(), c.mSize);
     }
+}
+
+TEST(CSubprocessPlatformCalls, DoWithoutASystemThatKnowsSizesOfPipes)
+{
+    StFaults const faults;
+    sFaults.mAreNoPipeSizesKnown = true;
+    std::string text;
+    EXPECT_TRUE(RunSubprocess(kShell, {"-c", "echo out"}, 0, text, nullptr));
+    EXPECT_EQ(text, "out\n");
 }

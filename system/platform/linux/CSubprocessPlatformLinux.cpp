@@ -92,7 +92,7 @@ bool Make(Pipe& made, int size)
         if (!made.mWriting.IsOpen()) return false;
     }
     // The pipes of a user share a limit: half is better than what there is.
-    int const present = fcntl(made.mReading.Get(), F_GETPIPE_SZ);
+    int const present = std::max(fcntl(made.mReading.Get(), F_GETPIPE_SZ), 0);
     while (size > present && fcntl(made.mReading.Get(), F_SETPIPE_SZ, size) == -1)
         size /= 2;
     return true;
