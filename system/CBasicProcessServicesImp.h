@@ -174,7 +174,8 @@ public:
     // Processors.
 
     /// How many cores and how many processors (threads of a core) the machine has, those that
-    /// are switched off among them. 0 for what the system doesn't tell.
+    /// are switched off among them; but Linux tells nothing of a core that is switched off, and it
+    /// isn't counted. 0 for what the system doesn't tell.
     virtual void GetCPUInfo(int& physical, int& logical) const = 0;
     /// The load since the call before. The first one only takes a sample and answers false, as does
     /// one for which the system has no answer: `perProcessorLoad` is then empty and the other two
@@ -182,7 +183,8 @@ public:
     ///
     /// Each load is a fraction: 1.0 is one processor's whole time. `totalLoad` is the sum over all
     /// of them, and `processLoad` what this process used. A processor with no tick (10 ms) of the
-    /// system's clock between two calls has a load of 0: call a few times a second at most.
+    /// system's clock between two calls has a load of 0: call a few times a second at most. Two
+    /// calls within one microsecond leave `processLoad` infinite or no number.
     virtual bool GetCPUActivity(float& totalLoad,
                                 std::vector<float>& perProcessorLoad,
                                 float& processLoad) const = 0;

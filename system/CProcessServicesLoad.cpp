@@ -75,6 +75,7 @@ bool CProcessServicesImp::GetCPUActivity(float& totalLoad,
             perProcessorLoad.push_back(load);
             totalLoad += load;
         }
+        // Kept on purpose: no question whether any time has passed.
         processLoad = static_cast<float>(static_cast<double>(processTime - mProcessTime) /
                                          static_cast<double>(now - mSampleTime));
     }

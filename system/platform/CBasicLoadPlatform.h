@@ -44,7 +44,8 @@ public:
     /// False, and `microSeconds` as it was, if the system doesn't tell.
     virtual bool GetProcessTime(long long& microSeconds) const;
 
-    /// How many cores the machine can have. False, and `count` as it was, if it doesn't tell.
+    /// How many cores the machine has, as far as the system knows those that are switched off.
+    /// False, and `count` as it was, if it doesn't tell.
     virtual bool CountCores(int& count) const = 0;
 
     /// The same of processors, of which a core may have several.

@@ -401,6 +401,16 @@ TEST_F(CProcessServicesTest, EachSampleIsMeasuredFromTheOneBefore)
     EXPECT_EQ(mLoad.mHeldSnapshots, 1);
 }
 
+TEST_F(CProcessServicesTest, KeepsDividingByNoTime)
+{
+    EXPECT_FALSE(Sample({{0, 0, 0, 0}}, 10, 0));
+    EXPECT_TRUE(Sample({{0, 0, 0, 0}}, 10, 5));
+    EXPECT_THAT(mLoads, ElementsAre(0));
+    EXPECT_TRUE(std::isinf(mOwn));
+    EXPECT_TRUE(Sample({{0, 0, 0, 0}}, 10, 5));
+    EXPECT_TRUE(std::isnan(mOwn));
+}
+
 TEST_F(CProcessServicesTest, KeepsGivingBackEightBytesForEachNumber)
 {
     {
