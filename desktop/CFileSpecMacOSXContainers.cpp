@@ -139,6 +139,7 @@ void CFileSpecMacOSX::TakeMountedVolume(std::u16string const& name)
     if (FindMountedVolume(name, path)) {
         CFileSpecImp::Assign(path);
     } else {
+        // Kept on purpose: the name of a volume that is missing is numbered, asked for or not.
         TakePortableFolder(Spec::cContainerMountedVolume, name, true);
     }
 }
@@ -153,6 +154,7 @@ void CFileSpecMacOSX::TakeNetworkVolume(std::u16string const& url, bool unique)
     if (result == kFolderUnknown) {
         TakePortableFolder(Spec::cContainerMountedVolume, url, true);
     } else if (result == kFolderFound) {
+        // Kept on purpose: where a unique name is asked for, the root's missing name is numbered.
         MakeInFolder(root, std::u16string(), unique);
     }
     // Kept on purpose: a volume that is mounted, but where no path leads, leaves an empty

@@ -71,6 +71,7 @@ void CFileSpecMacOSX::GetUTIForAttributes(std::u16string const& extension,
     if (isExtensionFirst) UTIForExtension(extension, isFolder, *uti);
     if (uti->empty()) UTIForFileType(fileType, *uti);
     if (uti->empty() && !isExtensionFirst) UTIForExtension(extension, isFolder, *uti);
+    // Kept on purpose: that there is no answer is remembered too, for good.
     TypesByKey().emplace(FileTypeAndExtension{fileType, extension}, *uti);
 }
 

@@ -93,6 +93,23 @@ TEST(CFileSpecMacOSXTypes, NoHitRaisesTheLock)
     sBeforeRaise = nullptr;
 }
 
+// Nobody is asked about these, so only the lock tells that they have been looked up before.
+TEST(CFileSpecMacOSXTypes, KeepsTheEmptyAnswerForNoTypeAndNoExtension)
+{
+    ScriptedTypePlatform platform;
+    StTypePlatform const inUse(platform);
+    constexpr unsigned int kNoTypes[] = {0, 0x20202020, 0x3F3F3F3F};
+    for (unsigned int const fileType : kNoTypes) {
+        int raises = 0;
+        EXPECT_EQ(TypeOf(u"", fileType), "");
+        sBeforeRaise = [&] { ++raises; };
+        EXPECT_EQ(TypeOf(u"", fileType), "");
+        sBeforeRaise = nullptr;
+        EXPECT_EQ(raises, 0) << fileType;
+    }
+    EXPECT_THAT(platform.GetQuestions(), testing::IsEmpty());
+}
+
 TEST(CFileSpecMacOSXTypes, ThreadsAskOneAfterTheOtherAndOnceForEachKey)
 {
     constexpr int kThreads = 8;

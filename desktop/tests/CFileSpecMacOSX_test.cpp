@@ -353,7 +353,7 @@ TEST_F(CFileSpecMacOSXTest, TakesTheFolderThatTheDesktopMadeForIt)
     EXPECT_EQ(mDesktop.TakeCalls(), "MakeReplacementFolder(/Volumes/X/file)");
 }
 
-TEST_F(CFileSpecMacOSXTest, MakesATemporaryFolderOfTheUsersOtherwise)
+TEST_F(CFileSpecMacOSXTest, KeepsMakingTheUsersTemporaryFolderWhereTheVolumeHasNone)
 {
     StTempDir const temporary;
     mDesktop.mFolders[{kDesktopUserDomain, "flnt"}] = temporary.Path16();
