@@ -82,7 +82,7 @@ void CFileSpecMacOSX::GetFileTypeCreator(unsigned int* type, unsigned int* creat
 {
     DesktopAttributes none;
     DesktopAttributes const* codes = &none;
-    if (!IsFolder(true)) {
+    if (DesktopPlatform().HasFileTypes() && !IsFolder(true)) {
         FillAttributes();
         if (mAttributes) codes = &*mAttributes;
     }

@@ -49,11 +49,10 @@ constexpr unsigned int kImageTypes[] = {
 
 constexpr double kAttachSeconds = 60.0;
 
-// 0 without a look at the file where no file has a type.
 unsigned int TypeOf(CFileSpecMacOSX const& spec)
 {
     unsigned int type = 0;
-    if (AliasPlatform().HasFileTypes()) spec.GetFileTypeCreator(&type, nullptr);
+    spec.GetFileTypeCreator(&type, nullptr);
     return type;
 }
 

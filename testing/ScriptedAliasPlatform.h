@@ -17,8 +17,6 @@ class ScriptedAliasPlatform final : public CBasicAliasPlatform
 public:
     AliasWay GetAliasWay() const override { return mWay; }
 
-    bool HasFileTypes() const override { return mHasFileTypes; }
-
     bool IsAliasFile(std::u16string const& path) const override
     {
         mAsked.push_back(path);
@@ -60,7 +58,6 @@ public:
     }
 
     AliasWay mWay = kAliasesByURL;
-    bool mHasFileTypes = true;
     std::set<std::u16string> mAliasFiles;
     /// By path; where there is none the system has no answer.
     std::map<std::u16string, FollowedURL> mURLs;

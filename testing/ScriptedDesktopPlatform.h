@@ -20,6 +20,9 @@ public:
     bool GetVolumeOfFolder(short domain, unsigned int type, short& volume) override;
     bool MountServerVolume(std::string const& url, short& volume) override;
     std::vector<std::string> GetMountPoints() override;
+
+    bool HasFileTypes() const override { return mHasFileTypes; }
+
     bool GetAttributes(std::u16string const& path, DesktopAttributes& attributes) override;
     void
     SetTypeCreator(std::u16string const& path, unsigned int type, unsigned int creator) override;
@@ -39,6 +42,7 @@ public:
     /// By URL: the volumes that come of mounting it.
     std::map<std::string, short> mServers;
     std::vector<std::string> mMountPoints;
+    bool mHasFileTypes = true;
     /// By path. What `SetTypeCreator` and `SetLabel` set is found here too.
     std::map<std::u16string, DesktopAttributes> mAttributes;
     std::map<std::u16string, DesktopResourceValues> mResourceValues;

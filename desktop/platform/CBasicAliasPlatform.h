@@ -34,8 +34,6 @@ public:
 
     /// The same in every call.
     virtual AliasWay GetAliasWay() const = 0;
-    /// False if no file has a type: then nobody needs to look for one. The same in every call.
-    virtual bool HasFileTypes() const = 0;
 
     /// Whether the desktop calls the file an alias. What it says of symbolic links isn't used.
     virtual bool IsAliasFile(std::u16string const& path) const = 0;

@@ -57,6 +57,9 @@ public:
     /// themselves; empty on failure.
     virtual std::vector<std::string> GetMountPoints() = 0;
 
+    /// False if no file has a type or a creator: then nobody needs to look for one. The same in
+    /// every call.
+    virtual bool HasFileTypes() const = 0;
     virtual bool GetAttributes(std::u16string const& path, DesktopAttributes& attributes) = 0;
     /// Sets both codes, if it can.
     virtual void

@@ -457,7 +457,7 @@ TEST_F(CFileSpecMacOSXAliases, AFolderIsADiskImageByItsNameAlone)
 
 TEST_F(CFileSpecMacOSXAliases, WithoutTypesNoFileIsLookedAtForOne)
 {
-    mAliases.mHasFileTypes = false;
+    mFinder.mHasFileTypes = false;
     SetTypes({{u"/file", FourCharacterCode("ilaf")}, {u"/disk", FourCharacterCode("devi")}});
     EXPECT_FALSE(CFileSpec(u"/file", false).IsAlias());
     EXPECT_FALSE(CFileSpec(u"/disk", false).IsDiskImage());

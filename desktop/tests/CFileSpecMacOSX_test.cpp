@@ -132,6 +132,21 @@ TEST_F(CFileSpecMacOSXTest, AFolderHasNoTypeAndIsNotAskedForOne)
     EXPECT_EQ(mDesktop.TakeCalls(), "");
 }
 
+TEST_F(CFileSpecMacOSXTest, WithoutTypesAFileIsNotLookedAtForOne)
+{
+    StTempDir const folder;
+    std::string const path = folder.MakeFolder("folder");
+    mDesktop.mHasFileTypes = false;
+    mDesktop.mAttributes[u"/a"] = {kText, kEditor, std::nullopt};
+    EXPECT_EQ(CodesOf(CFileSpec(u"/a", false)), (Codes{0, 0}));
+    EXPECT_EQ(mDesktop.TakeCalls(), "");
+
+    CFileSpec const spec = Spec(path);
+    EXPECT_EQ(CodesOf(spec), (Codes{0, 0}));
+    fs::remove(path);
+    EXPECT_FALSE(spec.IsFolder()) << "nothing was read before";
+}
+
 TEST_F(CFileSpecMacOSXTest, SetsTypeAndCreator)
 {
     CFileSpec spec(u"/a", false);

@@ -9,8 +9,6 @@ class CAliasPlatformLinux final : public CBasicAliasPlatform
 public:
     AliasWay GetAliasWay() const override { return kAliasesAreLinks; }
 
-    bool HasFileTypes() const override { return false; }
-
     bool IsAliasFile(std::u16string const&) const override { return false; }
 
     bool FollowURL(std::u16string const&, FollowedURL&) const override { return false; }

@@ -31,6 +31,8 @@ public:
 
     std::vector<std::string> GetMountPoints() override { return CMountTable::Read().VolumePaths(); }
 
+    bool HasFileTypes() const override { return false; }
+
     bool GetAttributes(std::u16string const& path, DesktopAttributes& attributes) override
     {
         std::string path8bit;

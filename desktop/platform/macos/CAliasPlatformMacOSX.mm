@@ -60,8 +60,6 @@ public:
         return hasURLs ? kAliasesByURL : kAliasesByReference;
     }
 
-    bool HasFileTypes() const override { return true; }
-
     bool IsAliasFile(std::u16string const& path) const override
     {
         StAutoreleasePool const pool;

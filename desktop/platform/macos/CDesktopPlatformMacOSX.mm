@@ -73,6 +73,8 @@ public:
         return points;
     }
 
+    bool HasFileTypes() const override { return true; }
+
     bool GetAttributes(std::u16string const& path, DesktopAttributes& attributes) override
     {
         StAutoreleasePool const pool;
