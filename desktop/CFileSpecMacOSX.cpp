@@ -1,5 +1,6 @@
 #include "desktop/CFileSpecMacOSX.h"
 
+#include "desktop/platform/CBasicAliasPlatform.h"
 #include "files/CFileSpec.h"
 
 #include <algorithm>
@@ -113,6 +114,9 @@ bool CFileSpecMacOSX::IsRealFile(bool followLinks) const
     if (!CFileSpecImp::IsRealFile(followLinks)) return false;
     if (!IsAlias()) return true;
     if (!followLinks) return false;
+    // Where links are all there is, the system has followed this one already, and further than we
+    // can: a relative path, or a target that isn't UTF-8.
+    if (AliasPlatform().GetAliasWay() == kAliasesAreLinks && CFileSpecImp::IsAlias()) return true;
     CFileSpec target(*this);
     target.ResolveAlias();
     return target.IsRealFile(false);

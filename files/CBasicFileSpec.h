@@ -138,7 +138,7 @@ public:
     virtual bool IsFolder(bool followLinks) const = 0;
     /// True for the path that `GetVolume` would give.
     virtual bool IsVolume() const = 0;
-    /// A regular file, or a link to one.
+    /// A regular file, or a link to one. A location file (`IsAlias`) is what it leads to, or none.
     virtual bool IsRealFile() const = 0;
     virtual bool IsRealFile(bool followLinks) const = 0;
     /// A symbolic link, an alias of the desktop's, or a location file, which names a server and is

@@ -426,6 +426,31 @@ TEST_F(CFileSpecMacOSXTest, TellsRealFilesFromAliases)
     }
 }
 
+TEST_F(CFileSpecMacOSXTest, ALinkThatOnlyTheSystemCanFollowLeadsToARealFile)
+{
+    StTempDir const folder;
+    folder.Write("file", "");
+    folder.Write("\xFF", "");
+    fs::create_symlink("\xFF", folder.Path("link"));
+    EXPECT_TRUE(Spec(folder.Path("link")).IsRealFile(true)) << "its target isn't UTF-8";
+
+    fs::create_symlink("file", folder.Path("other"));
+    fs::path const link = folder.Path("other");
+    std::string const relative = link.lexically_relative(fs::current_path()).string();
+    EXPECT_TRUE(Spec(relative).IsRealFile(true)) << "the path is relative";
+    EXPECT_FALSE(Spec(relative).IsRealFile(false));
+    fs::remove(folder.Path("file"));
+    EXPECT_FALSE(Spec(relative).IsRealFile(true));
+}
+
+TEST_F(CFileSpecMacOSXTest, ALocationFileIsNoRealFile)
+{
+    StTempDir const folder;
+    CFileSpec const spec = Spec(folder.Write("site.inetloc", ""));
+    EXPECT_FALSE(spec.IsRealFile(false));
+    EXPECT_FALSE(spec.IsRealFile(true));
+}
+
 TEST_F(CFileSpecMacOSXTest, AnAliasFileIsNoRealFileItself)
 {
     StTempDir const folder;
