@@ -67,12 +67,12 @@ OSStatus FindSystemEvents(ProcessSerialNumber& process)
 {
     process = {0, kNoProcess};
     for (;;) {
-        OSStatus err = GetNextProcess(&process);
-        if (err == procNotFound) return StartSystemEvents(process);
-        if (err != noErr) return err;
         ProcessInfoRec info = {};
         info.processInfoLength = sizeof info;
-        err = GetProcessInformation(&process, &info);
+        OSStatus err = GetNextProcess(&process);
+        // A process that ends meanwhile ends the walk too. To start what runs already does no harm.
+        if (err == noErr) err = GetProcessInformation(&process, &info);
+        if (err == procNotFound) return StartSystemEvents(process);
         if (err != noErr) return err;
         if (info.processSignature == kSystemEvents) return noErr;
     }

@@ -5,6 +5,10 @@
 
 #include <CoreServices/CoreServices.h>
 
+// Wrong arguments end the process in every build.
+#undef NDEBUG
+#include <cassert>
+
 namespace {
 
 std::optional<std::u16string> ToText(CFStringRef string)
@@ -83,6 +87,8 @@ LoginItemResult SSTryAddDeleteUserLoginItem(CFStringRef path,
                                             Boolean add,
                                             OSStatus* status)
 {
+    assert(path);
+
     CLoginItemsPlatformMacOSX list;
     OSStatus unread = noErr;
     return SetLoginItem(list, *ToText(path), add, status ? *status : unread);
