@@ -29,6 +29,7 @@ CFileSpecIteratorMacOSX::CFileSpecIteratorMacOSX(CFileSpec const& folder)
 
 bool CFileSpecIteratorMacOSX::Next(CFileSpec* result)
 {
+    // Kept on purpose: all volumes, where there is none, are a folder like any other.
     if (mVolumePaths.empty()) return CFileSpecIteratorImp::Next(result);
 
     std::lock_guard const lock(mIndexMutex);

@@ -12,8 +12,8 @@ struct Match
     bool mIsSameLocation = false;
 };
 
-// The last item of the same file name. One whose path can't be told is taken to be where the match
-// before it is.
+// Kept on purpose: of several items the last one counts, and one whose path can't be told is taken
+// to be where the match before it is.
 Match FindItem(std::vector<LoginItem> const& items,
                std::u16string const& name,
                std::u16string const& path)

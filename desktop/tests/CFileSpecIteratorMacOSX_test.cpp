@@ -81,7 +81,7 @@ TEST_F(CFileSpecIteratorMacOSXTest, TakesTheListOnce)
     EXPECT_EQ(mPlatform.mListed, 1);
 }
 
-TEST_F(CFileSpecIteratorMacOSXTest, WithoutVolumesWalksTheFolder)
+TEST_F(CFileSpecIteratorMacOSXTest, KeepsWalkingTheFolderWithoutVolumes)
 {
     CFileSpec const volumes(CFileSpec::cContainerAllVolumes);
     Paths const entries = All(CFileSpec(PathOf(volumes), false));

