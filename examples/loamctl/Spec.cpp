@@ -165,11 +165,13 @@ void AddKind(CFileSpec const& spec, CFacts& facts)
     facts.AddText("leads_to", PathOf(target));
 }
 
+// Nothing of a time that no calendar reaches, as file systems may hold it.
 std::string DateText(long time)
 {
     std::tm fields{};
     CDateTimeServices::GetDateTimeServices()->ConvertToTMUTC(time, fields);
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", fields.tm_year + 1900,
+    if (fields.tm_mday == 0) return {};
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", fields.tm_year + 1900L,
                        fields.tm_mon + 1, fields.tm_mday, fields.tm_hour, fields.tm_min,
                        fields.tm_sec);
 }
@@ -177,7 +179,8 @@ std::string DateText(long time)
 void AddSizeAndDates(CFileSpec const& spec, CFacts& facts)
 {
     if (spec.IsRealFile()) facts.Try([&] { facts.AddBytes("bytes", spec.GetFileSize()); });
-    // All of them are there, or none.
+    // A link to nothing was made at some time, where the file system keeps that, and has no other
+    // date. Of anything else all are there, or none.
     facts.Try([&] {
         facts.AddText("created", DateText(spec.GetFileCreationDateUTC()));
         facts.AddText("modified", DateText(spec.GetFileModifDateUTC()));

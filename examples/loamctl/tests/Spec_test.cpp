@@ -9,6 +9,9 @@
 #include "loamctl/tests/RunLoamctl.h"
 #include "testing/StTempDir.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 namespace {
 
 using testing::HasSubstr;
@@ -110,6 +113,29 @@ TEST_F(Spec, LeavesOutWhatIsNotKnown)
     for (auto const* const key :
          {"bytes", "created", "modified", "leads_to", "file_type", "creator", "disk_bytes"}) {
         EXPECT_FALSE(facts.contains(key)) << key;
+    }
+}
+
+TEST_F(Spec, LeavesOutTheDatesOfALinkToNothing)
+{
+    std::filesystem::create_symlink("nowhere", mFolder.Path("dangling"));
+    nlohmann::json const facts = FactsOf("dangling");
+    EXPECT_EQ(facts.value("kind", ""), "alias");
+    for (auto const* const key : {"bytes", "modified", "attributes_modified", "accessed"})
+        EXPECT_FALSE(facts.contains(key)) << key;
+}
+
+// Not every file system keeps such times, so it may be another time that is told.
+TEST_F(Spec, TellsNoDateThatNoCalendarReaches)
+{
+    constexpr long kTimes[] = {1L << 60, -(1L << 60), 67768036191676799};
+    for (long const seconds : kTimes) {
+        std::string const path = mFolder.Write("file", "");
+        timespec const times[] = {{seconds, 0}, {seconds, 0}};
+        ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+        nlohmann::json const facts = FactsOf("file");
+        EXPECT_THAT(facts.value("modified", "-none-"), Not(HasSubstr("-00"))) << seconds;
+        EXPECT_THAT(facts.value("created", "-none-"), Not(HasSubstr("-00"))) << seconds;
     }
 }
 
