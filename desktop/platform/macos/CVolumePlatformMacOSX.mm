@@ -65,13 +65,22 @@ private:
 
 RegistryEntries TakeAll(io_iterator_t iterator);
 
+// Empty for nil, and for what has no UTF-8, such as half a surrogate pair.
+std::string TextOf(NSString* string)
+{
+    char const* const text = string.UTF8String;
+    return text ? text : std::string();
+}
+
+// A device chooses what it calls itself: a text that has no UTF-8 is left out.
 void AddValue(NSString* key, id value, RegistryLevel& level)
 {
     if ([value isKindOfClass:[NSString class]]) {
-        level.mTexts[key.UTF8String] = ((NSString*)value).UTF8String;
+        if (char const* const text = ((NSString*)value).UTF8String)
+            level.mTexts[TextOf(key)] = text;
     } else if ([value isKindOfClass:[NSData class]]) {
         auto* const data = (NSData*)value;
-        level.mData[key.UTF8String].assign(static_cast<char const*>(data.bytes), data.length);
+        level.mData[TextOf(key)].assign(static_cast<char const*>(data.bytes), data.length);
     }
 }
 
@@ -106,7 +115,7 @@ public:
             id const value = [dictionary objectForKey:key];
             AddValue(key, value, properties);
             if (![value isKindOfClass:[NSDictionary class]]) continue;
-            RegistryLevel& level = properties.mDictionaries[key.UTF8String];
+            RegistryLevel& level = properties.mDictionaries[TextOf(key)];
             auto* const inner = (NSDictionary*)value;
             for (NSString* innerKey in inner)
                 AddValue(innerKey, [inner objectForKey:innerKey], level);
@@ -123,7 +132,7 @@ public:
     {
         StAutoreleasePool const pool;
         StReference<CFStringRef> const name(IOObjectCopyClass(mEntry.Get()));
-        return name.Get() ? ((NSString*)name.Get()).UTF8String : std::string();
+        return TextOf((NSString*)name.Get());
     }
 
 private:

@@ -16,8 +16,8 @@ NSString* const NSWorkspace_VPserverURL = @"NSWorkspace_VPserverURL";
 
 NSMutableDictionary* propertiesForPath(NSString* path)
 {
-    // An empty string has no such form, and asking for it would throw.
-    if (path.length == 0) return nil;
+    // An empty string and half a surrogate pair have no such form, and asking for it would throw.
+    if (path.length == 0 || !path.UTF8String) return nil;
     VolumeProperties const properties = PropertiesForPath(path.fileSystemRepresentation);
     if (properties.empty()) return nil;
     NSMutableDictionary* const dictionary =
