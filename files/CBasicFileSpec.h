@@ -169,7 +169,7 @@ public:
     virtual void MountDiskImage() = 0;
     /// Where the volume is mounted, the disk image and the server it comes from, its file system's
     /// name (UTF-8), if it is on the network and what medium it stands on. What isn't known comes
-    /// as empty strings, false and `cVolumeUnknown`.
+    /// as empty strings, false and `cVolumeUnknown`. A server that doesn't answer can block it.
     virtual void GetVolumeInfo(std::string& mountPoint,
                                std::string& imagePath,
                                std::string& serverURL,
