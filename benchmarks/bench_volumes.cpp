@@ -17,7 +17,7 @@ constexpr int kVolumes = 500;
 // with the process.
 std::string MountVolumes()
 {
-    std::string const folder = "/tmp";
+    std::string folder = "/tmp";
     if (unshare(CLONE_NEWNS) != 0 ||
         mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
         mount("bench", folder.c_str(), "tmpfs", 0, nullptr) != 0) {

@@ -81,6 +81,7 @@ public:
                 char const* purpose)
     {
         std::vector<std::string> known;
+        known.reserve(values.size());
         for (auto const& [name, unused] : values)
             known.push_back(name);
         auto const set = [&value, values](std::string const& name) { value = values.at(name); };

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr std::size_t kSampleSize = 256 * 1024;
+constexpr std::size_t kSampleSize = std::size_t{256} * 1024;
 constexpr char16_t kProbe[] = u"All human beings are born free and equal.";
 
 // Systems without such a link have recognisers of their own and need no profiles.

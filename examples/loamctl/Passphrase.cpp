@@ -83,7 +83,7 @@ std::string ReadPassphrase(std::string const& what, int descriptor, bool twice, 
     StSilentTerminal const terminal;
     if (!terminal.IsThere())
         throw CUsageError(fmt::format("there is no terminal to ask for the {} on", what));
-    std::string const answer = terminal.Ask(what, what);
+    std::string answer = terminal.Ask(what, what);
     if (twice && terminal.Ask(what + " again", what) != answer)
         throw CUsageError(fmt::format("the {} was not the same twice", what));
     return answer;

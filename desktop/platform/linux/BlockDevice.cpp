@@ -65,9 +65,10 @@ public:
         bool const isPartition = access((folder + "/partition").c_str(), F_OK) == 0;
         std::string const disk = isPartition ? folder + "/.." : folder;
         // A partition can't be mapped, but a disk of partitions can.
-        std::vector<std::string> const parts = NamesIn(disk + "/slaves");
+        std::string const slaves = disk + "/slaves/";
+        std::vector<std::string> const parts = NamesIn(slaves);
         for (std::string const& part : parts)
-            Visit(disk + "/slaves/" + part, levels - 1);
+            Visit(std::string(slaves).append(part), levels - 1);
         if (!parts.empty() && mIsMediumKnown) return;
         AddDisk(disk);
     }

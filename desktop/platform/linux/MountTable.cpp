@@ -71,7 +71,7 @@ constexpr std::string_view kPseudoFileSystems[] = {
 // The kernel hands out a page at a time, whatever the room.
 std::vector<char> ReadAll(int descriptor)
 {
-    constexpr std::size_t kFirstRoom = 64 * 1024;
+    constexpr std::size_t kFirstRoom = std::size_t{64} * 1024;
     std::vector<char> text(kFirstRoom);
     std::size_t size = 0;
     for (;;) {
