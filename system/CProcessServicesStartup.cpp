@@ -190,17 +190,22 @@ std::string GetDomain()
     return "gui/" + std::to_string(static_cast<int>(getuid()));
 }
 
-// Labels end at their first NUL, here and below.
+// As texts in C end.
+std::string UpToNUL(std::string const& label)
+{
+    return label.substr(0, label.find('\0'));
+}
+
 std::string GetService(std::string const& label)
 {
-    return GetDomain() + "/" + label.c_str();
+    return GetDomain() + "/" + UpToNUL(label);
 }
 
 // Without the user's folder the relative path stands alone.
 std::string GetAgentPath(std::string const& label)
 {
     std::string const folder = StartupPlatform().GetUserLibrary();
-    std::string const path = std::string(kAgentsFolder) + "/" + label.c_str() + kSuffix;
+    std::string const path = std::string(kAgentsFolder) + "/" + UpToNUL(label) + kSuffix;
     return folder.empty() ? path : folder + "/" + path;
 }
 

@@ -38,16 +38,16 @@ std::string DateText(CPropertyList::Date date)
     using namespace std::chrono;
     sys_seconds const time{seconds(date.mSeconds)};
     auto const day = floor<days>(time);
-    year_month_day const date_(day);
+    year_month_day const calendar(day);
     hh_mm_ss const hour(time - day);
     std::ostringstream text;
     text.imbue(std::locale::classic());
     auto const two = [&text](auto number) -> std::ostream& {
         return text << std::setw(2) << number;
     };
-    text << std::setfill('0') << std::setw(4) << static_cast<int>(date_.year()) << '-';
-    two(static_cast<unsigned>(date_.month())) << '-';
-    two(static_cast<unsigned>(date_.day())) << 'T';
+    text << std::setfill('0') << std::setw(4) << static_cast<int>(calendar.year()) << '-';
+    two(static_cast<unsigned>(calendar.month())) << '-';
+    two(static_cast<unsigned>(calendar.day())) << 'T';
     two(hour.hours().count()) << ':';
     two(hour.minutes().count()) << ':';
     two(hour.seconds().count()) << 'Z';

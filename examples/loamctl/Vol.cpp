@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -49,7 +50,7 @@ std::string BarOf(long long capacity, long long available)
     constexpr int kSteps = 10;
     double const share = 1 - static_cast<double>(available) / static_cast<double>(capacity);
     double const used = std::clamp(share, 0.0, 1.0);
-    auto const filled = static_cast<std::size_t>(used * kSteps + 0.5);
+    auto const filled = static_cast<std::size_t>(std::lround(used * kSteps));
     std::string const bar = std::string(filled, '#') + std::string(kSteps - filled, '.');
     return fmt::format("[{}] {:3.0f}%", bar, used * 100);
 }
@@ -117,6 +118,7 @@ std::string LineOf(Cells const& cells, std::array<std::size_t, kColumns> const& 
 void ShowTable(std::vector<VolumeRow> const& rows, COutput& output)
 {
     std::vector<Cells> table;
+    table.reserve(rows.size());
     for (VolumeRow const& row : rows)
         table.push_back(CellsOf(row));
     auto const widths = WidthsOf(table);

@@ -19,10 +19,10 @@
 
 namespace {
 
-constexpr ptrdiff_t kBytes = sizeof(Bytes);
-constexpr ptrdiff_t kUnits = kBytes / 2;
+inline constexpr ptrdiff_t kBytes = sizeof(Bytes);
+inline constexpr ptrdiff_t kUnits = kBytes / 2;
 // Of eight units, or of four lanes of 32 bits.
-constexpr int kEights = static_cast<int>(kBytes) / 8;
+inline constexpr int kEights = static_cast<int>(kBytes) / 8;
 
 template <class Vector>
 LOAM_VECTOR_INLINE Vector Load(void const* from)
@@ -214,7 +214,7 @@ LOAM_VECTOR_INLINE void Widen(Bytes bytes, AnyUTF16* target)
     Eight units[kEights];
     Join(bytes, Bytes{}, units);
     for (int i = 0; i < kEights; ++i)
-        Store(units[i], target + 8 * i);
+        Store(units[i], target + ptrdiff_t{8} * i);
 }
 
 // What has been decoded up to `source` goes back to where its last character begins, if that isn't
@@ -269,10 +269,10 @@ LOAM_VECTOR_INLINE void FinishASCII(UTF8 const* begin,
     Widen(bytes, target - kBytes);
 }
 
-LOAM_VECTOR void ConvertToUTF16(UTF8 const*& sourceStart,
-                                UTF8 const* sourceEnd,
-                                AnyUTF16*& targetStart,
-                                AnyUTF16* targetEnd)
+LOAM_VECTOR inline void ConvertToUTF16(UTF8 const*& sourceStart,
+                                       UTF8 const* sourceEnd,
+                                       AnyUTF16*& targetStart,
+                                       AnyUTF16* targetEnd)
 {
     UTF8 const* const begin = sourceStart;
     UTF8 const* source = begin;
@@ -449,10 +449,10 @@ LOAM_VECTOR_INLINE void FinishASCII(AnyUTF16 const* begin,
     Store(Narrow(first, second), target - kBytes);
 }
 
-LOAM_VECTOR void ConvertToUTF8(AnyUTF16 const*& sourceStart,
-                               AnyUTF16 const* sourceEnd,
-                               UTF8*& targetStart,
-                               UTF8* targetEnd)
+LOAM_VECTOR inline void ConvertToUTF8(AnyUTF16 const*& sourceStart,
+                                      AnyUTF16 const* sourceEnd,
+                                      UTF8*& targetStart,
+                                      UTF8* targetEnd)
 {
     // As many units at a time are for the plain loops where there are surrogates.
     constexpr ptrdiff_t kWithPairs = 128;
