@@ -23,6 +23,11 @@ std::string Shown(std::uint32_t interfaceIndex)
 
 ScriptedNetServicePlatform::~ScriptedNetServicePlatform()
 {
+    {
+        // An action lets its test go on before the thread of events has left `Process`.
+        std::unique_lock lock(mMutex);
+        mProcessed.wait(lock, [this] { return mProcessing == 0; });
+    }
     while (DNSServiceRef const ref = Newest())
         Release(ref);
 }
@@ -94,9 +99,12 @@ DNSServiceErrorType ScriptedNetServicePlatform::Process(DNSServiceRef ref)
         if (read(found->mSocket[0], &byte, 1) != 1) ++mMisuses;
         action = std::move(found->mActions.front());
         found->mActions.pop_front();
+        ++mProcessing;
     }
     action();
     std::lock_guard const lock(mMutex);
+    --mProcessing;
+    mProcessed.notify_all();
     return std::exchange(mProcessError, kNetServiceNoError);
 }
 

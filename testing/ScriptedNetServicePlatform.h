@@ -6,6 +6,7 @@
 
 #include "net/platform/CBasicNetServicePlatform.h"
 
+#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -102,4 +103,6 @@ private:
     bool mRefuses = false;
     DNSServiceErrorType mRefusal = 0;
     DNSServiceErrorType mProcessError = 0;
+    int mProcessing = 0;
+    std::condition_variable mProcessed;
 };
