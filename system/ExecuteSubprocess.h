@@ -1,23 +1,8 @@
-// Short-lived helper programs, run to their end with what they print collected: the calls beneath
-// `CBasicProcessServicesImp::ExecuteSubprocess`, which tells what is collected and how a program is
-// ended that takes too long.
+// The clock by which the time of helper programs is measured
+// (`CBasicProcessServicesImp::ExecuteSubprocess`).
 #pragma once
 
 #include "foundation/LoamExport.h"
-
-LOAM_OBJC_CLASS(NSArray);
-LOAM_OBJC_CLASS(NSString);
-
-/// The desktop's own form of `ExecuteSubprocess`, which can tell that there is no text: null where
-/// the program can't be started and where its output isn't UTF-8. The text is autoreleased, as is
-/// much of what is made on the way: the calling thread needs an autorelease pool. `arguments` holds
-/// strings. `status`, where it isn't null, becomes -43 if there is no file at `launchPath` and
-/// otherwise 0, whatever the program's own exit status. Platform exceptions don't leave the call.
-/// On macOS only.
-LOAM_EXPORT NSString* ExecuteSubprocessNoRoot(NSString* launchPath,
-                                              NSArray* arguments,
-                                              int* status,
-                                              float timeoutSeconds);
 
 /// The time of the system's clock in microseconds since 1970-01-01 00:00:00 UTC. It follows when
 /// the clock is set: not for measuring.

@@ -1,4 +1,4 @@
-#include "system/ExecuteSubprocess.h"
+#include "system/ExecuteSubprocessNoRoot.h"
 #include "system/Subprocess.h"
 #include "system/platform/macos/CSubprocessMacOSX.h"
 #import "system/platform/macos/NSTaskSafeWait.h"
