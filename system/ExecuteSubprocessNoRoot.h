@@ -1,6 +1,6 @@
 // Short-lived helper programs on macOS, in the desktop's own types; there is no such header
-// elsewhere. `CBasicProcessServicesImp::ExecuteSubprocess` tells what is collected and how a program
-// is ended that takes too long.
+// elsewhere. `CBasicProcessServicesImp::ExecuteSubprocess` tells what is collected and how a
+// program is ended that takes too long.
 #pragma once
 
 #include "foundation/LoamExport.h"
