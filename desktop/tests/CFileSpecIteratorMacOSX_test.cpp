@@ -64,7 +64,7 @@ TEST_F(CFileSpecIteratorMacOSXTest, PassesOverVolumesWithoutAPath)
 TEST_F(CFileSpecIteratorMacOSXTest, StaysAtTheEnd)
 {
     mPlatform.mVolumeRoots = {"/"};
-    CFileSpecIteratorMacOSX iterator(CFileSpec(CFileSpec::cContainerAllVolumes));
+    CFileSpecIteratorMacOSX iterator(CFileSpec{CFileSpec::cContainerAllVolumes});
     CFileSpec spec;
     EXPECT_TRUE(iterator.Next(&spec));
     for (int i = 0; i < 3; ++i)
@@ -75,7 +75,7 @@ TEST_F(CFileSpecIteratorMacOSXTest, StaysAtTheEnd)
 TEST_F(CFileSpecIteratorMacOSXTest, TakesTheListOnce)
 {
     mPlatform.mVolumeRoots = {"/"};
-    CFileSpecIteratorMacOSX iterator(CFileSpec(CFileSpec::cContainerAllVolumes));
+    CFileSpecIteratorMacOSX iterator(CFileSpec{CFileSpec::cContainerAllVolumes});
     mPlatform.mVolumeRoots.emplace_back("/Volumes/Later");
     EXPECT_EQ(Rest(iterator), Paths{"/"});
     EXPECT_EQ(mPlatform.mListed, 1);
@@ -120,7 +120,7 @@ TEST_F(CFileSpecIteratorMacOSXTest, GivesEachVolumeToOneThread)
     constexpr int kVolumes = 500;
     for (int i = 0; i < kVolumes; ++i)
         mPlatform.mVolumeRoots.push_back("/Volumes/" + std::to_string(1000 + i));
-    CFileSpecIteratorMacOSX iterator(CFileSpec(CFileSpec::cContainerAllVolumes));
+    CFileSpecIteratorMacOSX iterator(CFileSpec{CFileSpec::cContainerAllVolumes});
     Paths found[4];
     std::vector<std::thread> threads;
     for (Paths& paths : found)
