@@ -2,7 +2,8 @@
 
 #include "text/simd/AVX2.h"
 
-#include "text/simd/UTFVectors.h"
+#include "text/simd/UTFVectorsToUTF16.h"
+#include "text/simd/UTFVectorsToUTF8.h"
 
 LOAM_VECTOR void
 RunToUTF16AVX2(UTF8 const*& source, UTF8 const* sourceEnd, AnyUTF16*& target, AnyUTF16* targetEnd)
