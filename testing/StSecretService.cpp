@@ -139,6 +139,7 @@ pid_t StSecretService::Start(std::vector<std::string> const& arguments, int outp
     };
     auto const pointersTo = [](std::vector<std::string> const& texts) {
         std::vector<char*> pointers;
+        pointers.reserve(texts.size() + 1);
         for (std::string const& text : texts)
             pointers.push_back(const_cast<char*>(text.c_str()));
         pointers.push_back(nullptr);
@@ -166,7 +167,7 @@ std::string StSecretService::StartTalker(std::vector<std::string> const& argumen
     child = Start(arguments, output[1], input[0]);
     close(output[1]);
     close(input[0]);
-    std::string const line = ReadLine(output[0]);
+    std::string line = ReadLine(output[0]);
     close(output[0]);
     // Who talks to us goes when we do.
     if (mPrompterInput != -1) close(mPrompterInput);

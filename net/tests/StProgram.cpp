@@ -59,7 +59,7 @@ std::string StProgram::Hear()
 std::string StProgram::HearOf(std::string const& text)
 {
     for (;;) {
-        std::string const line = Hear();
+        std::string line = Hear();
         if (line == "(gone)" || line.find(text) != std::string::npos) return line;
     }
 }
