@@ -3,7 +3,7 @@
 #include "benchmarks/Corpora.h"
 #include "text/CUTFConverter.h"
 #include "text/ConvertUTF.h"
-#include "text/simd/UTFKernels.h"
+#include "text/simd/TextKernels.h"
 
 #include <benchmark/benchmark.h>
 #include <unicode/ustring.h>
@@ -59,13 +59,13 @@ void ToUTF8ByICU(Input& input)
 }
 
 void Register(std::string const& name,
-              UTFKernels const* kernels,
+              TextKernels const* kernels,
               void (*convert)(Input&),
               Input* input,
               size_t bytes)
 {
     benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-        StUTFKernels const level(*kernels);
+        StTextKernels const level(*kernels);
         for (auto _ : state) {
             convert(*input);
             benchmark::ClobberMemory();
@@ -83,12 +83,12 @@ void RegisterCorpus(Corpus const& corpus)
     input->mRoom16.resize(input->mText8.size());
     size_t const bytes8 = input->mText8.size();
     size_t const bytes16 = input->mText16.size() * sizeof(char16_t);
-    for (UTFKernels const* const kernels : GetAllUTFKernels()) {
+    for (TextKernels const* const kernels : GetAllTextKernels()) {
         std::string const end = "/" + corpus.mName + "/" + kernels->mName;
         Register("utf8_to_utf16" + end, kernels, ToUTF16, input, bytes8);
         Register("utf16_to_utf8" + end, kernels, ToUTF8, input, bytes16);
     }
-    UTFKernels const* const any = GetAllUTFKernels().front();
+    TextKernels const* const any = GetAllTextKernels().front();
     Register("utf8_to_utf16/" + corpus.mName + "/icu", any, ToUTF16ByICU, input, bytes8);
     Register("utf16_to_utf8/" + corpus.mName + "/icu", any, ToUTF8ByICU, input, bytes16);
 }

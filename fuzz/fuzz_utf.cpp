@@ -5,7 +5,7 @@
 // what follows is the source, taken as bytes, as UTF-16 units and as UTF-32 values.
 #include "testing/NaiveUTF.h"
 #include "text/CUTFConverter.h"
-#include "text/simd/UTFKernels.h"
+#include "text/simd/TextKernels.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -124,9 +124,9 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
 
     auto const bytes = UnitsOf<UTF8>(data, size);
     auto const units = UnitsOf<UTF16>(data, size);
-    static auto const sLevels = GetAllUTFKernels();
-    for (UTFKernels const* const kernels : sLevels) {
-        StUTFKernels const level(*kernels);
+    static auto const sLevels = GetAllTextKernels();
+    for (TextKernels const* const kernels : sLevels) {
+        StTextKernels const level(*kernels);
         CheckUTF8(bytes, capacity, offset, flags);
         CheckUTF16(units, capacity, offset, flags);
         CheckStrings(bytes, units, flags);

@@ -1,6 +1,6 @@
 #include "text/ConvertUTF.h"
 
-#include "text/simd/UTFKernels.h"
+#include "text/simd/TextKernels.h"
 
 namespace {
 
@@ -188,7 +188,7 @@ ConversionResult ConvertUTF8toUTF16(UTF8 const** sourceStart,
 {
     UTF8 const* source = *sourceStart;
     AnyUTF16* target = *targetStart;
-    RunToUTF16& run = *GetUTFKernels().mToUTF16;
+    RunToUTF16& run = *GetTextKernels().mToUTF16;
     run(source, sourceEnd, target, targetEnd);
     ConversionResult const result =
         source < sourceEnd ? GoOnToUTF16(run, source, sourceEnd, target, targetEnd, flags)
@@ -230,7 +230,7 @@ ConversionResult ConvertUTF16toUTF8(UTF16 const** sourceStart,
 {
     AnyUTF16 const* source = *sourceStart;
     UTF8* target = *targetStart;
-    RunToUTF8& run = *GetUTFKernels().mToUTF8;
+    RunToUTF8& run = *GetTextKernels().mToUTF8;
     run(source, sourceEnd, target, targetEnd);
     ConversionResult const result =
         source < sourceEnd ? GoOnToUTF8(run, source, sourceEnd, target, targetEnd, flags)

@@ -6,7 +6,7 @@
 // sequences by comparing each byte with those before it is John Keiser's and Daniel Lemire's,
 // "Validating UTF-8 In Less Than One Instruction Per Byte" (Software: Practice and Experience 51/5,
 // 2021).
-#include "text/simd/UTFKernels.h"
+#include "text/simd/TextKernels.h"
 
 #if defined(__x86_64__)
 

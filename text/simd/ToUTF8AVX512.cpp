@@ -3,7 +3,7 @@
 // The idea of spreading each character over as many places as the longest one needs and squeezing
 // out the rest is Robert Clausecker's and Daniel Lemire's, "Transcoding Unicode Characters with
 // AVX-512 Instructions" (Software: Practice and Experience 53/12, 2023).
-#include "text/simd/UTFKernels.h"
+#include "text/simd/TextKernels.h"
 
 #if defined(__x86_64__)
 

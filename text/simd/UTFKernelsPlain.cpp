@@ -1,4 +1,4 @@
-#include "text/simd/UTFKernels.h"
+#include "text/simd/TextKernels.h"
 
 #include <algorithm>
 #include <bit>

@@ -11,7 +11,7 @@
 // Instruction Per Byte" (Software: Practice and Experience 51/5, 2021).
 #pragma once
 
-#include "text/simd/UTFKernels.h"
+#include "text/simd/TextKernels.h"
 #include "text/simd/UTFShuffles.h"
 
 #include <cstddef>

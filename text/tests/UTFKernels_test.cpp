@@ -1,4 +1,4 @@
-#include "text/simd/UTFKernels.h"
+#include "text/simd/TextKernels.h"
 
 #include "text/ConvertUTF.h"
 
@@ -103,7 +103,7 @@ template <class In, class Out>
 class CComparison
 {
 public:
-    CComparison(UTFKernels const& kernels, Routine<In, Out> routine)
+    CComparison(TextKernels const& kernels, Routine<In, Out> routine)
         : mKernels(kernels)
         , mRoutine(routine)
     {
@@ -125,10 +125,10 @@ public:
         std::copy(source.begin(), source.end(), from);
         mExpected.resize(capacity);
 
-        StUTFKernels const plain(kPlainUTFKernels);
+        StTextKernels const plain(kPlainTextKernels);
         Outcome const expected =
             Convert(mRoutine, from, source.size(), mExpected.data(), capacity, flags);
-        StUTFKernels const held(mKernels);
+        StTextKernels const held(mKernels);
         Outcome const done = Convert(mRoutine, from, source.size(), to, capacity, flags);
         if (done == expected && std::equal(to, to + done.mWritten, mExpected.begin())) return true;
         ADD_FAILURE() << mKernels.mName << ", flags " << flags << ", into " << capacity
@@ -149,7 +149,7 @@ private:
         return offset == kAtEnd ? memory.AtEnd<Unit>(size) : memory.AtStart<Unit>(offset);
     }
 
-    UTFKernels const& mKernels;
+    TextKernels const& mKernels;
     Routine<In, Out> mRoutine;
     StFencedMemory mSource;
     StFencedMemory mTarget;
@@ -372,7 +372,7 @@ class UTFKernelsTest : public testing::TestWithParam<char const*>
 protected:
     void SetUp() override
     {
-        for (UTFKernels const* const kernels : GetAllUTFKernels()) {
+        for (TextKernels const* const kernels : GetAllTextKernels()) {
             if (std::strcmp(kernels->mName, GetParam()) == 0) mKernels = kernels;
         }
         if (!mKernels) GTEST_SKIP() << "this processor has no " << GetParam();
@@ -382,7 +382,7 @@ protected:
 
     ToUTF8 From16() const { return {*mKernels, ConvertUTF16toUTF8}; }
 
-    UTFKernels const* mKernels = nullptr;  // not owned
+    TextKernels const* mKernels = nullptr;  // not owned
 };
 
 INSTANTIATE_TEST_SUITE_P(Levels,
@@ -441,13 +441,13 @@ TEST_P(UTFKernelsTest, AgreeWithPlainOnesOnEveryCharacter)
 
 TEST(UTFKernels, AreThoseOfTheFastestLevelUnlessAGuardSaysOtherwise)
 {
-    UTFKernels const* const fastest = GetAllUTFKernels().back();
-    EXPECT_EQ(&GetUTFKernels(), fastest);
+    TextKernels const* const fastest = GetAllTextKernels().back();
+    EXPECT_EQ(&GetTextKernels(), fastest);
     {
-        StUTFKernels const plain(kPlainUTFKernels);
-        EXPECT_EQ(&GetUTFKernels(), &kPlainUTFKernels);
-        StUTFKernels const inner(*fastest);
-        EXPECT_EQ(&GetUTFKernels(), fastest);
+        StTextKernels const plain(kPlainTextKernels);
+        EXPECT_EQ(&GetTextKernels(), &kPlainTextKernels);
+        StTextKernels const inner(*fastest);
+        EXPECT_EQ(&GetTextKernels(), fastest);
     }
-    EXPECT_EQ(&GetUTFKernels(), fastest);
+    EXPECT_EQ(&GetTextKernels(), fastest);
 }

@@ -1,0 +1,61 @@
+#include "text/simd/TextKernels.h"
+
+#include "foundation/ProcessorFeatures.h"
+
+TextKernels const kPlainTextKernels = {
+    .mName = "plain",
+    .mToUTF16 = RunToUTF16Plain,
+    .mToUTF8 = RunToUTF8Plain,
+};
+
+namespace {
+
+#if defined(__x86_64__)
+constexpr TextKernels kSSE42Kernels = {
+    .mName = "SSE4.2",
+    .mToUTF16 = RunToUTF16SSE42,
+    .mToUTF8 = RunToUTF8SSE42,
+};
+constexpr TextKernels kAVX2Kernels = {
+    .mName = "AVX2",
+    .mToUTF16 = RunToUTF16AVX2,
+    .mToUTF8 = RunToUTF8AVX2,
+};
+constexpr TextKernels kAVX512Kernels = {
+    .mName = "AVX-512 VBMI2",
+    .mToUTF16 = RunToUTF16AVX512,
+    .mToUTF8 = RunToUTF8AVX512,
+};
+#elif defined(__aarch64__)
+constexpr TextKernels kNEONKernels = {
+    .mName = "NEON",
+    .mToUTF16 = RunToUTF16NEON,
+    .mToUTF8 = RunToUTF8NEON,
+};
+#endif
+
+}  // namespace
+
+std::atomic<TextKernels const*> sTextKernelsInUse{nullptr};
+
+std::vector<TextKernels const*> GetAllTextKernels()
+{
+    std::vector<TextKernels const*> all{&kPlainTextKernels};
+#if defined(__x86_64__)
+    ProcessorFeatures const& has = GetProcessorFeatures();
+    if (has.mSSE42) all.push_back(&kSSE42Kernels);
+    if (has.mAVX2 && has.mSSE42) all.push_back(&kAVX2Kernels);
+    if (has.mVBMI2) all.push_back(&kAVX512Kernels);
+#elif defined(__aarch64__)
+    all.push_back(&kNEONKernels);
+#endif
+    return all;
+}
+
+TextKernels const& ChooseTextKernels()
+{
+    TextKernels const* const fastest = GetAllTextKernels().back();
+    // Every thread comes to the same choice. One that a guard has made meanwhile stays.
+    TextKernels const* inUse = nullptr;
+    return sTextKernelsInUse.compare_exchange_strong(inUse, fastest) ? *fastest : *inUse;
+}

@@ -1,0 +1,89 @@
+// The fast loops over text, one set for each level of instructions.
+//
+// The fastest set that the processor can run is chosen at the first use, for all loops together; a
+// level that has nothing to add to a loop takes the one of the level below. Results never depend on
+// the level. Nothing here has any other state, and any thread may call.
+//
+// The loops of UTF conversion go over text that calls for no decision. Each converts from the
+// source cursor on as long as the text is well-formed, holds no lone surrogate and fits, and moves
+// both cursors past what it did. It may stop between any two characters, so the caller takes the
+// next one by the full rules and calls again. It reads nothing outside of the source, and may leave
+// anything in the target from its cursor to its end. So all pairs lead to the same results, however
+// far each gets at a time.
+#pragma once
+
+#include "text/ConvertUTF.h"
+
+#include <atomic>
+#include <vector>
+
+/// Text at the level of classes is `char16_t`, which the routines reach through pointers to
+/// `UTF16`.
+typedef UTF16 __attribute__((may_alias)) AnyUTF16;
+
+using RunToUTF16 = void(UTF8 const*& source,
+                        UTF8 const* sourceEnd,
+                        AnyUTF16*& target,
+                        AnyUTF16* targetEnd);
+using RunToUTF8 = void(AnyUTF16 const*& source,
+                       AnyUTF16 const* sourceEnd,
+                       UTF8*& target,
+                       UTF8* targetEnd);
+
+/// The plain loops, with which the others do what is left for them, and those of processors.
+RunToUTF16 RunToUTF16Plain;
+RunToUTF8 RunToUTF8Plain;
+#if defined(__x86_64__)
+RunToUTF16 RunToUTF16SSE42;
+RunToUTF8 RunToUTF8SSE42;
+RunToUTF16 RunToUTF16AVX2;
+RunToUTF8 RunToUTF8AVX2;
+RunToUTF16 RunToUTF16AVX512;
+RunToUTF8 RunToUTF8AVX512;
+#elif defined(__aarch64__)
+RunToUTF16 RunToUTF16NEON;
+RunToUTF8 RunToUTF8NEON;
+#endif
+
+struct TextKernels
+{
+    char const* mName;
+    RunToUTF16* mToUTF16;
+    RunToUTF8* mToUTF8;
+};
+
+extern TextKernels const kPlainTextKernels;
+
+/// All that this processor can run, the plain ones first and the fastest last.
+std::vector<TextKernels const*> GetAllTextKernels();
+
+/// Null before the first use.
+extern std::atomic<TextKernels const*> sTextKernelsInUse;
+TextKernels const& ChooseTextKernels();
+
+/// Those in use: the fastest, unless a guard says otherwise.
+inline TextKernels const& GetTextKernels()
+{
+    TextKernels const* const inUse = sTextKernelsInUse.load(std::memory_order_relaxed);
+    return inUse ? *inUse : ChooseTextKernels();
+}
+
+/// For tests and benchmarks: puts other kernels in use for a scope, in the whole process. Scopes
+/// are nested.
+class StTextKernels
+{
+public:
+    /// `kernels` outlives the guard.
+    explicit StTextKernels(TextKernels const& kernels)
+        : mFormer(sTextKernelsInUse.exchange(&kernels))
+    {
+    }
+
+    ~StTextKernels() { sTextKernelsInUse.store(mFormer); }
+
+    StTextKernels(StTextKernels const&) = delete;
+    StTextKernels& operator=(StTextKernels const&) = delete;
+
+private:
+    TextKernels const* mFormer;  // not owned; null before the choice
+};
