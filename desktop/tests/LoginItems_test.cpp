@@ -67,6 +67,29 @@ LoginItem ItemAt(std::u16string const& path)
 
 using Changes = std::vector<std::string>;
 
+// What becomes of a list that is asked to hold /Applications/Host.app, or not to.
+struct Case
+{
+    char const* mWhat;
+    std::vector<LoginItem> mItems;
+    bool mAdd;
+    LoginItemResult mResult;
+    Changes mChanges;
+};
+
+void ExpectChanges(std::vector<Case> const& cases)
+{
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.mWhat);
+        ScriptedLoginItems list;
+        list.mItems = c.mItems;
+        int status = kFailure;
+        EXPECT_EQ(SetLoginItem(list, u"/Applications/Host.app", c.mAdd, status), c.mResult);
+        EXPECT_EQ(list.mChanges, c.mChanges);
+        EXPECT_EQ(status, 0);
+    }
+}
+
 }  // namespace
 
 TEST(LoginItems, AreBroughtToTheWantedState)
@@ -78,14 +101,7 @@ TEST(LoginItems, AreBroughtToTheWantedState)
     LoginItem const placeless = {u"Host.app", std::nullopt};
     std::string const add = "add /Applications/Host.app";
 
-    struct
-    {
-        char const* mWhat;
-        std::vector<LoginItem> mItems;
-        bool mAdd;
-        LoginItemResult mResult;
-        Changes mChanges;
-    } const cases[] = {
+    ExpectChanges({
         {"an empty list", {}, true, kLoginItemAdded, {add}},
         {"nothing to take out of an empty list", {}, false, kLoginItemUnchanged, {}},
         {"another program", {other}, true, kLoginItemAdded, {add}},
@@ -98,17 +114,7 @@ TEST(LoginItems, AreBroughtToTheWantedState)
         {"an item without a place", {placeless}, true, kLoginItemReplaced, {"remove 0", add}},
         {"another case of the name", {ItemAt(u"/host.app")}, true, kLoginItemAdded, {add}},
         {"a longer name", {ItemAt(u"/Host.app2")}, true, kLoginItemAdded, {add}},
-    };
-
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.mWhat);
-        ScriptedLoginItems list;
-        list.mItems = c.mItems;
-        int status = kFailure;
-        EXPECT_EQ(SetLoginItem(list, u"/Applications/Host.app", c.mAdd, status), c.mResult);
-        EXPECT_EQ(list.mChanges, c.mChanges);
-        EXPECT_EQ(status, 0);
-    }
+    });
 }
 
 TEST(LoginItems, KeepsToTheLastOfSeveralItemsWhichMayBorrowThePlaceOfTheOneBefore)
@@ -119,14 +125,7 @@ TEST(LoginItems, KeepsToTheLastOfSeveralItemsWhichMayBorrowThePlaceOfTheOneBefor
     LoginItem const placeless = {u"Host.app", std::nullopt};
     std::string const add = "add /Applications/Host.app";
 
-    struct
-    {
-        char const* mWhat;
-        std::vector<LoginItem> mItems;
-        bool mAdd;
-        LoginItemResult mResult;
-        Changes mChanges;
-    } const cases[] = {
+    ExpectChanges({
         {"the last of two is as wanted", {elsewhere, here}, true, kLoginItemUnchanged, {}},
         {"the last of two is elsewhere",
          {here, elsewhere, other},
@@ -145,17 +144,7 @@ TEST(LoginItems, KeepsToTheLastOfSeveralItemsWhichMayBorrowThePlaceOfTheOneBefor
          false,
          kLoginItemRemoved,
          {"remove 1"}},
-    };
-
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.mWhat);
-        ScriptedLoginItems list;
-        list.mItems = c.mItems;
-        int status = kFailure;
-        EXPECT_EQ(SetLoginItem(list, u"/Applications/Host.app", c.mAdd, status), c.mResult);
-        EXPECT_EQ(list.mChanges, c.mChanges);
-        EXPECT_EQ(status, 0);
-    }
+    });
 }
 
 TEST(LoginItems, TellWhatFailed)
