@@ -11,13 +11,14 @@ Consortium's own (ISO8859/8859-16.TXT). Exit codes: 0 for done or current, 1 for
 Encode isn't there.
 """
 
-import argparse
-import hashlib
 import subprocess
 import sys
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "tools"))
+from generated_table import write_or_check  # noqa: E402
+
 TARGET = ROOT / "text/tables/OldCharsets.gen.cpp"
 COMMAND = "tools/charsets/generate_tables.py"
 NO_DATA = 77  # what ctest takes for a skipped test
@@ -141,20 +142,5 @@ def generate():
             "".join(definition for _, definition in tables))
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--check", action="store_true")
-    check = parser.parse_args().check
-    content = generate().encode()
-    if check:
-        if not TARGET.exists() or TARGET.read_bytes() != content:
-            print(f"{TARGET.name} is not what {COMMAND} makes", file=sys.stderr)
-            return 1
-        print(f"{TARGET.name} is current, SHA-256 {hashlib.sha256(content).hexdigest()}")
-        return 0
-    TARGET.write_bytes(content)
-    return 0
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(write_or_check(__doc__, COMMAND, TARGET, generate))

@@ -9,13 +9,14 @@ table that differs or facts that contradict each other. desktop/tables/TypeTable
 nothing but these two files.
 """
 
-import argparse
-import hashlib
 import re
 import sys
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "tools"))
+from generated_table import write_or_check  # noqa: E402
+
 DECLARATIONS = ROOT / "tools/types/declarations.tsv"
 TARGET = ROOT / "desktop/tables/TypeTable.gen.cpp"
 COMMAND = "tools/types/generate_table.py"
@@ -113,20 +114,5 @@ def generate():
     return text
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--check", action="store_true")
-    check = parser.parse_args().check
-    content = generate().encode()
-    if check:
-        if not TARGET.exists() or TARGET.read_bytes() != content:
-            print(f"{TARGET.name} is not what {COMMAND} makes", file=sys.stderr)
-            return 1
-        print(f"{TARGET.name} is current, SHA-256 {hashlib.sha256(content).hexdigest()}")
-        return 0
-    TARGET.write_bytes(content)
-    return 0
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(write_or_check(__doc__, COMMAND, TARGET, generate))
