@@ -93,8 +93,18 @@ void RegisterCorpus(Corpus const& corpus)
     Register("utf16_to_utf8/" + corpus.mName + "/icu", any, ToUTF8ByICU, input, bytes16);
 }
 
+// The report names the levels, the last of which is the one that hosts get.
+void TellLevels()
+{
+    std::string names;
+    for (TextKernels const* const kernels : GetAllTextKernels())
+        names += (names.empty() ? "" : ", ") + std::string(kernels->mName);
+    benchmark::AddCustomContext("levels", names);
+}
+
 int RegisterAll()
 {
+    TellLevels();
     for (Corpus const& corpus : Corpora())
         RegisterCorpus(corpus);
     return 0;

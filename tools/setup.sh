@@ -22,7 +22,7 @@ loam_packages() {
         macos)      echo "clang-14 lld-14 llvm-14 libc++1-14 python3" ;;
         languages)  echo "python3 libcld2-dev" ;;
         npm)        echo "npm" ;;
-        benchmarks) echo "libbenchmark-dev libspdlog-dev libsqlite3-dev" ;;
+        benchmarks) echo "libbenchmark-dev libcld2-dev libspdlog-dev libsqlite3-dev python3 ripgrep" ;;
         *)          echo "setup: no such set of packages: $1" >&2; return 1 ;;
     esac
 }
@@ -33,7 +33,7 @@ loam_formulas() {
         examples)   echo "cli11 fmt nlohmann-json" ;;
         tests)      echo "googletest" ;;
         checks)     echo "llvm" ;;
-        benchmarks) echo "google-benchmark icu4c spdlog sqlite" ;;
+        benchmarks) echo "google-benchmark icu4c ripgrep spdlog sqlite" ;;
     esac
 }
 

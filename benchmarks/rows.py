@@ -1,0 +1,212 @@
+"""The rows of the table that benchmarks/run.sh writes: data, and nothing else.
+
+A work is measured by one benchmark of ours and, where there is one, by a peer's in the same program; both are named as
+`--benchmark_list_tests` names them. `{text}` stands for each of the texts in turn, so that one work makes several rows, and
+`{size}` for each of the sizes, which make one row of what a byte costs at most and at least.
+"""
+
+from typing import Mapping, NamedTuple, Sequence, Union
+
+Goals = Union[float, Mapping[str, float], None]
+
+
+class Work(NamedTuple):
+    work: str  # what is done, as the table says it
+    program: str
+    ours: str
+    unit: str  # GB/s, MB/s: of `bytes_per_second`; other .../s: of `items_per_second`; ns, us, ms: time; else a counter
+    peer: str = ""
+    by: str = ""  # whose the peer is
+    texts: Sequence[str] = ()
+    sizes: Sequence[int] = ()
+    level: str = ""  # "best": what hosts get; one level's name: only where the processor has it; else portable
+    counter: str = ""  # the counter that `unit` is the unit of
+    goal: Goals = None  # how many times as fast as the peer we want to be, for every text or for each
+    least: Goals = None  # what ours should come to at least (a time: at most), in `unit`
+    peer_may_lack: bool = False  # the peer isn't to be had on every system
+    needs: str = ""  # what a machine may lack, so that there is no such benchmark: linux
+    all_cores: bool = False  # not pinned to one core
+
+
+def each(names: str, value: float) -> dict:
+    """The same goal for several texts."""
+    return dict.fromkeys(names.split(), value)
+
+
+LANGUAGES = "en fr de ru el ar hi zh ja ko".split()
+TEXTS = [*LANGUAGES, "emoji"]
+SHORT = ["short_mixed_lines", "short_ascii_lines"]
+
+# How texts are called in the table, where their names don't say it.
+TEXT_NAMES = {
+    "short_mixed_lines": "lines of 8 to 200 bytes",
+    "short_ascii_lines": "ASCII lines of 8 to 200 bytes",
+}
+
+TO_UTF16 = {"en": 15, "fr": 5.5, **each("ru el ar ko", 8), "zh": 6.5, "ja": 5.7, "emoji": 6}
+TO_UTF16_AVX2 = {"fr": 1.7, **each("ru el ar ko", 2), "zh": 1.6}
+TO_UTF8 = {"en": 15, "fr": 3.3, **each("ru el ar", 17), "zh": 7.5, "ja": 6.8, "ko": 10, "emoji": 7}
+SHORT_INTO_BUFFER = {"short_mixed_lines": 5.5, "short_ascii_lines": 6}
+WORDS = {**each("en fr de", 2), **each("ru el ar ja ko", 5), "zh": 3}
+
+UTF = [
+    Work("UTF-8 to UTF-16 into a buffer", "bench_text", "utf8_to_utf16/buffer/loam/{text}", "GB/s",
+         "utf8_to_utf16/buffer/icu/{text}", "ICU `u_strFromUTF8`", TEXTS, level="best", goal=TO_UTF16),
+    Work("UTF-16 to UTF-8 into a buffer", "bench_text", "utf16_to_utf8/buffer/loam/{text}", "GB/s",
+         "utf16_to_utf8/buffer/icu/{text}", "ICU `u_strToUTF8`", TEXTS, level="best", goal=TO_UTF8),
+    Work("UTF-8 to UTF-16 into a buffer", "bench_text", "utf8_to_utf16/buffer/loam/{text}", "MB/s",
+         "utf8_to_utf16/buffer/icu/{text}", "ICU `u_strFromUTF8`", SHORT, level="best", goal=SHORT_INTO_BUFFER),
+    Work("UTF-16 to UTF-8 into a buffer", "bench_text", "utf16_to_utf8/buffer/loam/{text}", "MB/s",
+         "utf16_to_utf8/buffer/icu/{text}", "ICU `u_strToUTF8`", SHORT, level="best", goal=SHORT_INTO_BUFFER),
+    Work("UTF-8 to UTF-16 into a string", "bench_text", "utf8_to_utf16/string/loam/{text}", "MB/s",
+         "utf8_to_utf16/string/icu/{text}", "ICU into a new string", SHORT, level="best", goal=1.6),
+    Work("UTF-16 to UTF-8 into a string", "bench_text", "utf16_to_utf8/string/loam/{text}", "MB/s",
+         "utf16_to_utf8/string/icu/{text}", "ICU into a new string", SHORT, level="best", goal=1.6),
+    Work("UTF-8 to UTF-16 into a buffer", "bench_utf_levels", "utf8_to_utf16/{text}/AVX2", "GB/s",
+         "utf8_to_utf16/{text}/icu", "ICU `u_strFromUTF8`", TEXTS, level="AVX2", goal=TO_UTF16_AVX2),
+    Work("UTF-16 to UTF-8 into a buffer", "bench_utf_levels", "utf16_to_utf8/{text}/AVX2", "GB/s",
+         "utf16_to_utf8/{text}/icu", "ICU `u_strToUTF8`", TEXTS, level="AVX2"),
+]
+
+TEXT = [
+    Work("mapped word walk, default table", "bench_text", "words/loam/{text}", "MB/s", "words/fts5/{text}",
+         "FTS5 `unicode61`, diacritics removed", [*LANGUAGES, "short_ascii_lines"], goal=WORDS),
+    Work("raw word walk", "bench_text", "raw_words/loam/{text}", "MB/s", texts=["en", "ru", "ja"]),
+    Work("`MapText`, default table", "bench_text", "map_text/loam/{text}", "MB/s", "map_text/icu/{text}",
+         "ICU NFKD, case folded", LANGUAGES, goal=4),
+    Work("`MapText` with offsets", "bench_text", "map_text_offsets/loam/{text}", "MB/s", "map_text/icu/{text}",
+         "ICU NFKD, case folded, no offsets", LANGUAGES, goal=3),
+    Work("`FindMappedText`, a word that occurs", "bench_text", "find_hit/loam/{text}", "MB/s", texts=LANGUAGES),
+    Work("`FindMappedText`, a word that never does", "bench_text", "find_miss/loam/{text}", "MB/s", texts=LANGUAGES),
+    Work("`HasMappableText`, nothing to find", "bench_text", "has_mappable/loam/{text}", "MB/s", texts=["en", "ru", "zh"]),
+]
+
+CHARSETS = [
+    Work(f"{charset} to UTF-16, {what}", "bench_charsets", f"ToUnicode/{charset}/{what}/Loam", "MB/s",
+         f"ToUnicode/{charset}/{what}/ICU", "ICU `ucnv_toUChars`")
+    for charset, what in [
+        ("ISO-8859-1", "english page"), ("ISO-8859-1", "german page"), ("ISO-8859-1", "german line"),
+        ("ISO-8859-15", "german page"), ("windows-1252", "german page"), ("macintosh", "german page"),
+        ("KOI8-R", "russian page"), ("Shift_JIS", "japanese page"),
+    ]
+] + [
+    Work(f"UTF-16 to {charset}, {what}", "bench_charsets", f"FromUnicode/{charset}/{what}/Loam", "MB/s",
+         f"FromUnicode/{charset}/{what}/ICU", "ICU `ucnv_fromUChars`")
+    for charset, what in [
+        ("ISO-8859-1", "english page"), ("ISO-8859-1", "german page"), ("ISO-8859-1", "german line"),
+        ("windows-1252", "german page"), ("macintosh", "german page"),
+        ("KOI8-R", "russian page"), ("Shift_JIS", "japanese page"),
+    ]
+]
+
+CHARSET_TESTS = [
+    Work("can bytes be ISO 8859-1", "bench_charset_tests", "TestBytes/iso_8859_1", "GB/s", "ConvertByICU/iso_8859_1",
+         "ICU, by converting", least=10),
+    Work("can bytes be ISO 8859-7", "bench_charset_tests", "TestBytes/iso_8859_7", "GB/s", "ConvertByICU/iso_8859_7",
+         "ICU, by converting", least=10),
+    Work("can bytes be CP 1251", "bench_charset_tests", "TestBytes/cp_1251", "GB/s", "TestBytesOneByOne",
+         "a loop with a table", least=10),
+    Work("can bytes be CP 1257", "bench_charset_tests", "TestBytes/cp_1257", "GB/s", "TestBytesOneByOne",
+         "a loop with a table", least=10),
+    Work("can units be US-ASCII", "bench_charset_tests", "TestUnits/us_ascii", "GB/s", "SpanByICU", "ICU `uset_span`",
+         least=10),
+    Work("can units be ISO 8859-1", "bench_charset_tests", "TestUnits/iso_8859_1", "GB/s", "TestUnitsOneByOne",
+         "a loop", least=10),
+    Work("escapes of ISO 2022", "bench_charset_tests", "SniffISO2022", "GB/s", least=10),
+    Work("byte order of UTF-16, of bytes", "bench_charset_tests", "SniffUTF16/no_zeros", "GB/s", least=10),
+    Work("byte order of UTF-16, of UTF-16", "bench_charset_tests", "SniffUTF16/letters", "GB/s", least=10),
+]
+
+LANGUAGE = [
+    Work(f"language of {size:,} bytes", "bench_language", f"language/loam/{{text}}/{size}", "texts/s",
+         f"language/cld2/{{text}}/{size}", "CLD2", texts, least=least, peer_may_lack=True)
+    for size, texts, least in [
+        (100, ["en"], None),
+        (1000, ["en", "fr", "ru", "ar", "zh", "ja"], 25000),
+        (10000, ["en", "fr", "ru", "ar", "zh", "ja"], 5000),
+    ]
+]
+
+SECURITY = [
+    Work("Base64 of 1 MB", "bench_security", "EncodeLoam/1048576", "GB/s", "EncodeOpenSSL/1048576",
+         "OpenSSL `EVP_EncodeBlock`", level="best", goal=17),
+    Work("Base64 of 100 bytes", "bench_security", "EncodeLoam/100", "MB/s", "EncodeOpenSSL/100",
+         "OpenSSL `EVP_EncodeBlock`", level="best", goal=6),
+    Work("1 MB from Base64", "bench_security", "DecodeLoam/one_line/1048576", "GB/s", "DecodeOpenSSL/1048576",
+         "OpenSSL `EVP_DecodeBlock`", level="best", goal=18),
+    Work("100 bytes from Base64", "bench_security", "DecodeLoam/one_line/100", "MB/s", "DecodeOpenSSL/100",
+         "OpenSSL `EVP_DecodeBlock`", level="best", goal=3),
+    Work("1 MB from Base64 in lines of 76", "bench_security", "DecodeLoam/lines/1048576", "GB/s",
+         "DecodeLinesOpenSSL/1048576", "OpenSSL `EVP_DecodeUpdate`", level="best", goal=30),
+    Work("AES, 1 MB encrypted", "bench_security", "AESLoam/encrypt/1048576", "MB/s", "AESOpenSSL/encrypt/1048576",
+         "OpenSSL"),
+    Work("AES, 1 MB decrypted", "bench_security", "AESLoam/decrypt/1048576", "MB/s", "AESOpenSSL/decrypt/1048576",
+         "OpenSSL"),
+    Work("AES, 64 bytes encrypted", "bench_security", "AESLoam/encrypt/64", "MB/s", "AESOpenSSL/encrypt/64", "OpenSSL"),
+    Work("AES, 64 bytes decrypted", "bench_security", "AESLoam/decrypt/64", "MB/s", "AESOpenSSL/decrypt/64", "OpenSSL"),
+]
+
+COMPRESSION = [
+    Work(f"zstd level {level}, {name}", "bench_compression", f"{ours}Loam/{level}/process_time", "MB/s",
+         f"{ours}Zstd/{level}/process_time", "libzstd")
+    for ours, name in [("OneShot", "one shot"), ("Chunks", "chunks of 128 KB")] for level in (1, 3, 19)
+] + [
+    Work("zstd, decompressed", "bench_compression", "DecompressLoam", "MB/s", "DecompressZstd", "libzstd"),
+    Work("zstd, 1,000 small documents with a dictionary", "bench_compression", "SmallDocumentsLoam", "MB/s",
+         "SmallDocumentsZstd", "libzstd"),
+    Work("bzip2, one shot", "bench_compression", "Bzip2Loam", "MB/s", "Bzip2Direct", "libbz2"),
+    Work("bzip2, chunks of 128 KB", "bench_compression", "Bzip2ChunksLoam", "MB/s", "Bzip2ChunksDirect", "libbz2"),
+    Work("zstd, memory to compress 2 MB", "bench_compression", "PeakCompressLoam/iterations:1", "KB",
+         "PeakCompressZstd/iterations:1", "libzstd", counter="KB"),
+    Work("zstd, memory to decompress 2 MB", "bench_compression", "PeakDecompressLoam/iterations:1", "KB",
+         "PeakDecompressZstd/iterations:1", "libzstd", counter="KB"),
+]
+
+FILES = [
+    Work("walk of 100,000 files", "bench_files", "Walk", "files/s", "WalkByReaddir", "`readdir` alone", goal=0.7),
+    Work("walk, and whether each is visible", "bench_files", "WalkVisible", "files/s"),
+    Work("walk, and whether each is a real file", "bench_files", "WalkRealFiles", "files/s", "WalkAndLstat",
+         "walk and `lstat`"),
+    Work("a `CFileSpec` of a path", "bench_files", "MakeFromPath", "ns"),
+    Work("a `CFileSpec` of a folder and a name", "bench_files", "MakeInFolder", "ns"),
+    Work("a `CFileSpec` in a well-known folder", "bench_files", "MakeInWellKnownFolder", "ns"),
+    Work("a copy of a `CFileSpec`", "bench_files", "Copy", "ns"),
+    Work("500 volumes, with all that is known of each", "bench_volumes", "AllVolumes", "ms", needs="linux"),
+    Work("the volume of a path", "bench_volumes", "PathOnAVolume", "us", needs="linux"),
+    Work("`loamctl search`, a word that occurs", "bench_text", "SearchTree/a_word_that_occurs/real_time", "MB/s",
+         all_cores=True),
+    Work("`loamctl search`, a word that never does", "bench_text", "SearchTree/a_word_that_never_does/real_time", "MB/s",
+         all_cores=True),
+]
+
+SYSTEM = [
+    Work("`CMutex`, locked and unlocked", "bench_concurrency", "LockLoam", "ns", "LockStandard", "`std::mutex`"),
+    Work("`CMutex`, entered again", "bench_concurrency", "ReenterLoam", "ns", "ReenterStandard",
+         "`std::recursive_mutex`"),
+    Work("`CSemaphore`, posted and taken", "bench_concurrency", "PostAndTake<CSemaphore>", "ns",
+         "PostAndTake<CPlainSemaphore>", "a condition and a count"),
+    Work("`CSemaphore`, two threads in turn", "bench_concurrency", "PingPong<CSemaphore>/real_time", "us",
+         "PingPong<CPlainSemaphore>/real_time", "a condition and a count"),
+    Work("a log line", "bench_log", "PlainLoam", "ns", "PlainSpdlog", "spdlog, flushed"),
+    Work("a stamped log line", "bench_log", "StampedLoam", "ns", "StampedSpdlog", "spdlog, flushed"),
+    Work("echo of 64 bytes over the loopback", "bench_net", "EchoLoam/seconds:0/real_time", "us",
+         "EchoPlain/seconds:0/real_time", "plain sockets"),
+    Work("echo with a limit of time", "bench_net", "EchoLoam/seconds:5/real_time", "us",
+         "EchoPlain/seconds:5/real_time", "plain sockets"),
+    Work("lines of 80 bytes received", "bench_net", "LinesLoam/real_time", "MB/s", "LinesByteByByte/real_time",
+         "`recv` byte by byte"),
+    Work("a cancelled call returns, median", "bench_net", "CancelWakesUp/iterations:1000/real_time", "us",
+         counter="p50_us"),
+    Work("a program launched", "bench_process", "LaunchLoam/manual_time", "us", "LaunchPosixSpawn/manual_time",
+         "`posix_spawn`"),
+    Work("load of this machine", "bench_process", "LoadOfThisMachine", "us"),
+    Work("load of 64 processors", "bench_process", "SnapshotOf64Processors", "us"),
+    Work("type identifier that is known", "bench_types", "TypeLoam/real_time/threads:1", "ns",
+         "TypePlainMap/real_time/threads:1", "`std::map` under a shared lock"),
+    Work("the same by 8 threads", "bench_types", "TypeLoam/real_time/threads:8", "ns",
+         "TypePlainMap/real_time/threads:8", "`std::map` under a shared lock"),
+]
+
+WORKS: Sequence[Work] = [
+    *UTF, *TEXT, *CHARSETS, *CHARSET_TESTS, *LANGUAGE, *SECURITY, *COMPRESSION, *FILES, *SYSTEM,
+]
