@@ -37,38 +37,6 @@ struct Guesser
     CProfileScores mScores;
 };
 
-constexpr std::array<uint32_t, 256> MakeCRC32Table()
-{
-    std::array<uint32_t, 256> table{};
-    for (uint32_t byte = 0; byte < table.size(); ++byte) {
-        uint32_t value = byte;
-        for (int bit = 0; bit < 8; ++bit)
-            value = value >> 1 ^ (value & 1 ? 0xEDB88320 : 0);
-        table[byte] = value;
-    }
-    return table;
-}
-
-constexpr std::array<uint32_t, 256> crc32tab = MakeCRC32Table();
-
-inline uint32_t NextCRC32(uint32_t crc, unsigned char byte)
-{
-    return crc >> 8 ^ crc32tab[(crc ^ byte) & 0xFF];
-}
-
-// Counts the n-grams of 1 to `longest` bytes that begin at `gram`, where 8 bytes can be read.
-inline void CountGrams(UDM_LANGMAP& map, unsigned char const* gram, size_t longest)
-{
-    uint32_t crc = 0xFFFFFFFF;
-    for (size_t length = 1; length <= longest; ++length) {
-        crc = NextCRC32(crc, gram[length - 1]);
-        UDM_LANGITEM& item = map.memb[~crc & UDM_LM_HASHMASK];
-        item.count = static_cast<int>(static_cast<unsigned int>(item.count) + 1);
-        std::memcpy(item.str, gram, 8);
-        item.str[length] = '\0';
-    }
-}
-
 // The number in front of whatever follows it, as `atoi` reads it, kept within an `int`.
 int CountOf(char const* text)
 {
@@ -193,14 +161,6 @@ float ConfidenceOf(UDM_MAPSTAT const* sorted, size_t count)
 
 extern "C" {
 
-uint32_t UdmCRC32(char const* buffer, size_t length)
-{
-    uint32_t crc = 0xFFFFFFFF;
-    for (size_t i = 0; i < length; ++i)
-        crc = NextCRC32(crc, static_cast<unsigned char>(buffer[i]));
-    return ~crc;
-}
-
 char* udm_strtok_r(char* string, char const* delimiters, char** last)
 {
     if (!string && !(string = *last)) return nullptr;
@@ -220,62 +180,6 @@ int statcmp(void const* a, void const* b)
     float const hitsOfA = static_cast<UDM_MAPSTAT const*>(a)->hits;
     float const hitsOfB = static_cast<UDM_MAPSTAT const*>(b)->hits;
     return (hitsOfA < hitsOfB) - (hitsOfA > hitsOfB);
-}
-
-void UdmPrepareLangMap(UDM_LANGMAP* map)
-{
-    long long sum = 0;
-    for (UDM_LANGITEM const& item : map->memb)
-        sum += item.count;
-    map->mean = static_cast<float>(sum) / UDM_LM_BUCKETS;
-
-    // Four sums side by side: one would wait for itself at every step.
-    double squares[4] = {};
-    for (size_t i = 0; i < UDM_LM_BUCKETS; i += 4) {
-        for (size_t k = 0; k < 4; ++k) {
-            double const deviation = map->memb[i + k].count - static_cast<double>(map->mean);
-            squares[k] += deviation * deviation;
-        }
-    }
-    double const total = squares[0] + squares[1] + squares[2] + squares[3];
-    map->std = static_cast<float>(std::sqrt(total / UDM_LM_BUCKETS));
-}
-
-void UdmBuildLangMap(UDM_LANGMAP* map, char const* text, long length)
-{
-    // The bytes that count are put in a row, a stretch at a time. An n-gram that may go on beyond
-    // the stretch waits for the next one.
-    constexpr size_t kWaiting = UDM_LM_MAXGRAM - 1;
-    constexpr size_t kRow = 2048;
-    unsigned char row[kRow + 8] = {};
-    size_t filled = 0;
-    unsigned char previous = ' ';
-    for (long i = 0; i < length; ++i) {
-        unsigned char const byte = static_cast<unsigned char>(text[i]);
-        if (byte < ' ' || (byte == ' ' && previous == ' ')) continue;
-        previous = byte;
-        row[filled++] = byte;
-        if (filled < kRow) continue;
-        for (size_t at = 0; at < kRow - kWaiting; ++at)
-            CountGrams(*map, row + at, UDM_LM_MAXGRAM);
-        std::memmove(row, row + kRow - kWaiting, kWaiting);
-        filled = kWaiting;
-    }
-    for (size_t at = 0; at < filled; ++at)
-        CountGrams(*map, row + at, std::min<size_t>(UDM_LM_MAXGRAM, filled - at));
-}
-
-float UdmCheckLangMap(UDM_LANGMAP const* a, UDM_LANGMAP const* b)
-{
-    double const stdOfA = a->std;
-    double const stdOfB = b->std;
-    if (stdOfA < UDM_LM_LEASTSTD || stdOfB < UDM_LM_LEASTSTD) return 0;
-    double const meanOfA = a->mean;
-    double const meanOfB = b->mean;
-    double sum = 0;
-    for (size_t i = 0; i < UDM_LM_BUCKETS; ++i)
-        sum += (a->memb[i].count - meanOfA) * (b->memb[i].count - meanOfB);
-    return static_cast<float>(sum / UDM_LM_BUCKETS / (stdOfA * stdOfB));
 }
 
 int UdmLoadLangMapFile(UDM_LANGMAPLIST* list, char const* path)

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <random>
 #include <string>
 #include <vector>
@@ -98,6 +99,19 @@ Counts NaiveCounts(std::string const& text)
     return counts;
 }
 
+// Whether `map`, which had no counts before, has got those of `text` and the last n-gram of each
+// bucket.
+bool IsProfileOf(UDM_LANGMAP const& map, std::string const& text)
+{
+    std::vector<UDM_LANGITEM> expected(UDM_LM_BUCKETS);
+    VisitNaiveGrams(text, [&](std::string const& gram) {
+        UDM_LANGITEM& item = expected[BucketOf(gram)];
+        item = {item.count + 1, {}};
+        gram.copy(item.str, UDM_LM_MAXGRAM);
+    });
+    return std::memcmp(map.memb, expected.data(), sizeof map.memb) == 0;
+}
+
 // Bytes that are n-grams' own and bytes that are passed over, in runs.
 std::string RandomText(std::mt19937& random, size_t size)
 {
@@ -106,6 +120,15 @@ std::string RandomText(std::mt19937& random, size_t size)
     std::string text;
     while (text.size() < size)
         text += kBytes[random() % (sizeof kBytes - 1)];
+    return text;
+}
+
+// Any bytes that are n-grams' own.
+std::string RandomBytes(std::mt19937& random, size_t size)
+{
+    std::string text;
+    while (text.size() < size)
+        text += static_cast<char>(0x21 + random() % (0x100 - 0x21));
     return text;
 }
 
@@ -232,14 +255,19 @@ TEST(LanguageGuesser, CountsNGrams)
 TEST(LanguageGuesser, CountsNGramsOfAnyLength)
 {
     std::mt19937 random(38);
+    std::vector<size_t> sizes(301);
+    std::iota(sizes.begin(), sizes.end(), 0);
+    // What is counted at a time, twice that, and thereabouts.
+    for (size_t size = 8185; size < 8200; ++size)
+        sizes.push_back(size);
+    sizes.insert(sizes.end(), {9000, 16378, 16379, 16380});
     std::vector<size_t> differing;
-    constexpr size_t kSizes[] = {1,    5,    6,    7,    40,   2000, 2043,
-                                 2047, 2048, 2049, 2053, 4091, 4096, 9000};
-    for (size_t const size : kSizes) {
+    for (size_t const size : sizes) {
         std::string const text = RandomText(random, size);
         std::string const dense(size, 'x');
-        if (CountsOf(*Built(text)) != NaiveCounts(text) ||
-            CountsOf(*Built(dense)) != NaiveCounts(dense)) {
+        std::string const bytes = RandomBytes(random, size);
+        if (!IsProfileOf(*Built(text), text) || !IsProfileOf(*Built(dense), dense) ||
+            !IsProfileOf(*Built(bytes), bytes)) {
             differing.push_back(size);
         }
     }
