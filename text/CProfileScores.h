@@ -1,14 +1,16 @@
 // Compares one text's profile with all languages' in one pass. Inner to the guesser.
 #pragma once
 
+#include "text/simd/TextKernels.h"
+
 #include <cstddef>
 #include <memory>
 
 struct UDM_LANGMAP;
 
 /// What correlations need of the profiles, laid out so that a text reads nothing of a bucket that
-/// it has no n-gram in: for each sixteen languages the buckets in order, for each bucket the
-/// sixteen deviations from the mean, in units of the standard deviation.
+/// it has no n-gram in: for each bucket a row of all profiles' deviations from their means, in
+/// units of their standard deviations. That is 16 KB a profile.
 class CProfileScores
 {
 public:
@@ -19,11 +21,14 @@ public:
     size_t GetCount() const { return mCount; }
 
     /// The correlation of profile `i` with `text` into `scores[i * stride]`, as `UdmCheckLangMap`
-    /// has it but for rounding (the last digits of a `float`).
-    void Score(UDM_LANGMAP const& text, float* scores, size_t stride) const;
+    /// has it but for rounding (the last digits of a `float`). The rounding is the same on every
+    /// processor. One thread at a time.
+    void Score(UDM_LANGMAP const& text, float* scores, size_t stride);
 
 private:
     size_t mCount = 0;
-    std::unique_ptr<float[]> mDeviations;
-    std::unique_ptr<float[]> mSums;  // of each profile's deviations: 0 but for rounding
+    size_t mGroups = 0;  // of sixteen profiles; the last one may have less
+    std::unique_ptr<SixteenFloats[]> mDeviations;  // a row of groups for each bucket
+    std::unique_ptr<SixteenFloats[]> mTotals;  // of each profile's deviations: 0 but for rounding
+    std::unique_ptr<SixteenFloats[]> mSums;    // the text's
 };

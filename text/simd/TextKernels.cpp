@@ -6,6 +6,7 @@ TextKernels const kPlainTextKernels = {
     .mName = "plain",
     .mToUTF16 = RunToUTF16Plain,
     .mToUTF8 = RunToUTF8Plain,
+    .mSumRows = SumRowsPlain,
 };
 
 namespace {
@@ -15,22 +16,26 @@ constexpr TextKernels kSSE42Kernels = {
     .mName = "SSE4.2",
     .mToUTF16 = RunToUTF16SSE42,
     .mToUTF8 = RunToUTF8SSE42,
+    .mSumRows = SumRowsPlain,
 };
 constexpr TextKernels kAVX2Kernels = {
     .mName = "AVX2",
     .mToUTF16 = RunToUTF16AVX2,
     .mToUTF8 = RunToUTF8AVX2,
+    .mSumRows = SumRowsAVX2,
 };
 constexpr TextKernels kAVX512Kernels = {
     .mName = "AVX-512 VBMI2",
     .mToUTF16 = RunToUTF16AVX512,
     .mToUTF8 = RunToUTF8AVX512,
+    .mSumRows = SumRowsAVX512,
 };
 #elif defined(__aarch64__)
 constexpr TextKernels kNEONKernels = {
     .mName = "NEON",
     .mToUTF16 = RunToUTF16NEON,
     .mToUTF8 = RunToUTF8NEON,
+    .mSumRows = SumRowsPlain,
 };
 #endif
 

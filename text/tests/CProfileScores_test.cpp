@@ -1,22 +1,69 @@
 #include "text/CProfileScores.h"
 
 #include "text/LanguageGuesser.h"
+#include "text/simd/TextKernels.h"
 
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cstring>
 #include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace {
 
-// Some buckets filled, a few of them as far as counts reach.
-void FillAtRandom(UDM_LANGMAP& map, std::mt19937& random)
+// Up to `most` buckets filled, some of them as far as counts reach.
+void FillAtRandom(UDM_LANGMAP& map, std::mt19937& random, size_t most)
 {
-    for (int i = 0; i < 500; ++i)
+    for (size_t i = 0; i < most; ++i)
         map.memb[random() % UDM_LM_BUCKETS].count = static_cast<int>(random() % 800) - 400;
-    if (random() % 4 == 0) map.memb[random() % UDM_LM_BUCKETS].count = 2147483647;
+    if (most > 0 && random() % 4 == 0) {
+        map.memb[random() % UDM_LM_BUCKETS].count = INT_MAX;
+        map.memb[random() % UDM_LM_BUCKETS].count = INT_MIN;
+    }
     UdmPrepareLangMap(&map);
+}
+
+// Profiles of every size from nothing to more counts than buckets; every seventh has none.
+std::vector<UDM_LANGMAP> RandomProfiles(std::mt19937& random, size_t count)
+{
+    std::vector<UDM_LANGMAP> maps(count);
+    for (size_t i = 0; i < count; ++i) {
+        if (i % 7 != 6) FillAtRandom(maps[i], random, random() % 3 == 0 ? 9000 : random() % 4000);
+    }
+    return maps;
+}
+
+// A product and a sum, each rounded for itself whatever the processor has.
+float AddProduct(float sum, float a, float b)
+{
+    float const volatile product = a * b;
+    return sum + product;
+}
+
+// What a score is, one profile at a time, in the order in which it is rounded.
+float PlainScore(UDM_LANGMAP const& map, UDM_LANGMAP const& text)
+{
+    double const stdOfMap = map.std;
+    if (stdOfMap < UDM_LM_LEASTSTD || static_cast<double>(text.std) < UDM_LM_LEASTSTD) return 0;
+    float sum = 0;
+    double total = 0;
+    for (size_t i = 0; i < UDM_LM_BUCKETS; ++i) {
+        double const difference = map.memb[i].count - static_cast<double>(map.mean);
+        auto const deviation = static_cast<float>(difference / stdOfMap);
+        sum = AddProduct(sum, deviation, static_cast<float>(text.memb[i].count));
+        total += static_cast<double>(deviation);
+    }
+    return AddProduct(sum, -text.mean, static_cast<float>(total)) / UDM_LM_BUCKETS / text.std;
+}
+
+// Whether all bits are the same.
+template <class Value>
+bool AreSame(std::vector<Value> const& a, std::vector<Value> const& b)
+{
+    return a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(Value)) == 0;
 }
 
 }  // namespace
@@ -26,11 +73,7 @@ TEST(CProfileScores, AgreesWithTheComparisonOfTwo)
     std::mt19937 random(38);
     for (size_t const count : {0U, 1U, 15U, 16U, 17U, 75U}) {
         SCOPED_TRACE(count);
-        std::vector<UDM_LANGMAP> maps(count);
-        // Every seventh has no counts at all.
-        for (size_t i = 0; i < count; ++i) {
-            if (i % 7 != 6) FillAtRandom(maps[i], random);
-        }
+        std::vector<UDM_LANGMAP> const maps = RandomProfiles(random, count);
         CProfileScores scores;
         ASSERT_TRUE(scores.Fill(maps.data(), count));
         EXPECT_EQ(scores.GetCount(), count);
@@ -43,7 +86,73 @@ TEST(CProfileScores, AgreesWithTheComparisonOfTwo)
                 EXPECT_NEAR(found[map * 2], UdmCheckLangMap(&maps[map], text.get()), 1e-5) << map;
                 EXPECT_EQ(found[map * 2 + 1], 7) << map;
             }
-            FillAtRandom(*text, random);
+            FillAtRandom(*text, random, 500);
+        }
+    }
+}
+
+TEST(CProfileScores, RoundsAlikeAtEveryLevel)
+{
+    std::mt19937 random(310);
+    size_t differing = 0;
+    for (size_t const count : {1U, 16U, 83U, 150U}) {
+        std::vector<UDM_LANGMAP> const maps = RandomProfiles(random, count);
+        CProfileScores scores;
+        ASSERT_TRUE(scores.Fill(maps.data(), count));
+        for (size_t size = 0; size < 300; size += 7) {
+            std::string bytes;
+            while (bytes.size() < size)
+                bytes += static_cast<char>(random() % 256);
+            auto const text = std::make_unique<UDM_LANGMAP>();
+            UdmBuildLangMap(text.get(), bytes.data(), static_cast<long>(size));
+            UdmPrepareLangMap(text.get());
+            std::vector<float> expected;
+            for (UDM_LANGMAP const& map : maps)
+                expected.push_back(PlainScore(map, *text));
+            for (TextKernels const* const kernels : GetAllTextKernels()) {
+                StTextKernels const inUse(*kernels);
+                std::vector<float> found(count, 7);
+                scores.Score(*text, found.data(), 1);
+                differing += !AreSame(found, expected);
+            }
+        }
+    }
+    EXPECT_EQ(differing, 0U);
+}
+
+TEST(CProfileScores, SumsRowsOfAnyWidthAtEveryLevel)
+{
+    constexpr size_t kRows = 40;
+    std::mt19937 random(310);
+    std::normal_distribution<float> numbers(0, 1e5f);
+    for (size_t groups = 0; groups <= 20; ++groups) {
+        SCOPED_TRACE(groups);
+        std::vector<SixteenFloats> table(kRows * groups);
+        for (SixteenFloats& group : table) {
+            for (float& lane : group.mLanes)
+                lane = numbers(random);
+        }
+        uint16_t rows[kRows];
+        float weights[kRows];
+        for (size_t i = 0; i < kRows; ++i) {
+            rows[i] = static_cast<uint16_t>(random() % kRows);
+            weights[i] = numbers(random);
+        }
+
+        for (size_t const count : {size_t{0}, size_t{1}, size_t{2}, kRows}) {
+            std::vector<SixteenFloats> expected(groups);
+            for (size_t i = 0; i < count; ++i) {
+                for (size_t at = 0; at < groups * 16; ++at) {
+                    float& sum = expected[at / 16].mLanes[at % 16];
+                    float const lane = table[rows[i] * groups + at / 16].mLanes[at % 16];
+                    sum = AddProduct(sum, lane, weights[i]);
+                }
+            }
+            for (TextKernels const* const kernels : GetAllTextKernels()) {
+                std::vector<SixteenFloats> found(groups);
+                kernels->mSumRows(table.data(), groups, {rows, weights, count}, found.data());
+                EXPECT_TRUE(AreSame(found, expected)) << kernels->mName << ", " << count << " rows";
+            }
         }
     }
 }
