@@ -1,6 +1,6 @@
 // Words and mapped text, beside the tokenizer of SQLite's FTS5 (unicode61 with all diacritics
-// removed) and ICU's normaliser. Bytes a second are those of the text as UTF-8 throughout, so that
-// all figures of one text compare.
+// removed), ICU's normaliser and ICU's string search (root collator, primary strength). Bytes a
+// second are those of the text as UTF-8 throughout, so that all figures of one text compare.
 //
 // A walk goes through every word of the text and looks at its first unit; the peer gets a callback
 // for each token. `linear/...` repeats the walk over texts of 1 KB to 16 MB: bytes a second should
@@ -14,7 +14,9 @@
 
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
+#include <unicode/ucol.h>
 #include <unicode/unorm2.h>
+#include <unicode/usearch.h>
 #include <unicode/ustring.h>
 
 #include "benchmarks/Corpora.h"
@@ -167,6 +169,46 @@ size_t CountHits(std::u16string const& text, std::u16string const& needle)
     return hits;
 }
 
+// ICU's search for a word that is kept, as the library's own needle is. It is opened once, and the
+// texts are set one after another.
+class CPeerSearch
+{
+public:
+    // `needle` lives as long as the benchmarks.
+    explicit CPeerSearch(std::u16string const& needle)
+    {
+        UErrorCode error = U_ZERO_ERROR;
+        UCollator* const collator = ucol_open("", &error);
+        ucol_setStrength(collator, UCOL_PRIMARY);
+        mSearch = usearch_openFromCollator(needle.data(), static_cast<int32_t>(needle.size()), u" ",
+                                           1, collator, nullptr, &error);
+        Check(error);
+    }
+
+    size_t CountHits(std::u16string const& text) const
+    {
+        if (text.empty()) return 0;
+        UErrorCode error = U_ZERO_ERROR;
+        usearch_setText(mSearch, text.data(), static_cast<int32_t>(text.size()), &error);
+        size_t hits = 0;
+        int32_t at = usearch_first(mSearch, &error);
+        for (; at != USEARCH_DONE; at = usearch_next(mSearch, &error))
+            ++hits;
+        Check(error);
+        return hits;
+    }
+
+private:
+    static void Check(UErrorCode error)
+    {
+        if (U_SUCCESS(error)) return;
+        std::fputs("bench_text: ICU's string search does not work\n", stderr);
+        std::exit(EXIT_FAILURE);
+    }
+
+    UStringSearch* mSearch = nullptr;  // lives as long as the benchmarks
+};
+
 // The last mapped word of two units and more.
 std::u16string LastWordOf(std::vector<std::u16string> const& texts)
 {
@@ -224,6 +266,18 @@ void RegisterWords(std::string const& corpus, Input const& input)
              [](std::u16string const& text) { return WalkRaw(legacy, text); });
 }
 
+void RegisterFinding(std::string const& what,
+                     std::string const& corpus,
+                     Input const& input,
+                     std::u16string const& needle)
+{
+    Register(what + "/loam/" + corpus, input.mText16, input.mBytes8,
+             [&needle](std::u16string const& text) { return CountHits(text, needle); });
+    Register(
+        what + "/icu/" + corpus, input.mText16, input.mBytes8,
+        [peer = CPeerSearch(needle)](std::u16string const& text) { return peer.CountHits(text); });
+}
+
 void RegisterMapping(std::string const& corpus, Input const& input)
 {
     static CUnicodeMappingTable const& table = *CUnicodeMappingTable::GetDefaultTable();
@@ -251,11 +305,11 @@ void RegisterMapping(std::string const& corpus, Input const& input)
         return static_cast<size_t>(table.HasMappableText(text));
     });
 
-    std::u16string const hit = LastWordOf(input.mText16);
-    Register("find_hit/loam/" + corpus, input.mText16, bytes,
-             [hit](std::u16string const& text) { return CountHits(text, hit); });
-    Register("find_miss/loam/" + corpus, input.mText16, bytes,
-             [](std::u16string const& text) { return CountHits(text, u"zqxqz"); });
+    // They live as long as the benchmarks.
+    auto const* const hit = new std::u16string(LastWordOf(input.mText16));
+    static std::u16string const sMiss = u"zqxqz";
+    RegisterFinding("find_hit", corpus, input, *hit);
+    RegisterFinding("find_miss", corpus, input, sMiss);
 }
 
 void RegisterInput(std::string const& corpus, std::vector<std::string> texts)
