@@ -2,6 +2,8 @@
 
 #include "text/ConvertUTF.h"
 
+#include "testing/StFencedMemory.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,9 +13,6 @@
 #include <string>
 #include <vector>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 namespace {
 
 constexpr ConversionFlags kAllFlags[] = {strictConversion, lenientConversion,
@@ -21,41 +20,6 @@ constexpr ConversionFlags kAllFlags[] = {strictConversion, lenientConversion,
 
 // Two blocks of the widest kernels and some more, so that every place of a block is passed.
 constexpr size_t kPlaces = 140;
-
-// Memory between two pages that nobody may touch.
-class StFencedMemory
-{
-public:
-    StFencedMemory()
-        : mPage(static_cast<size_t>(sysconf(_SC_PAGESIZE)))
-        , mMemory(static_cast<char*>(
-              mmap(nullptr, 3 * mPage, PROT_NONE, MAP_PRIVATE | MAP_ANON, -1, 0)))
-    {
-        EXPECT_NE(mMemory, MAP_FAILED);
-        EXPECT_EQ(mprotect(mMemory + mPage, mPage, PROT_READ | PROT_WRITE), 0);
-    }
-
-    StFencedMemory(StFencedMemory const&) = delete;
-    StFencedMemory& operator=(StFencedMemory const&) = delete;
-
-    ~StFencedMemory() { munmap(mMemory, 3 * mPage); }
-
-    template <class Unit>
-    Unit* AtStart(size_t offset = 0)
-    {
-        return reinterpret_cast<Unit*>(mMemory + mPage) + offset;
-    }
-
-    template <class Unit>
-    Unit* AtEnd(size_t count)
-    {
-        return reinterpret_cast<Unit*>(mMemory + 2 * mPage) - count;
-    }
-
-private:
-    size_t mPage;
-    char* mMemory;  // owned
-};
 
 template <class In, class Out>
 using Routine = ConversionResult (*)(In const**, In const*, Out**, Out*, ConversionFlags);
