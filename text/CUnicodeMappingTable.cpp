@@ -11,6 +11,7 @@
 #include "foundation/FirstUse.h"
 #include "text/CTableBlobReader.h"
 #include "text/CUnicodeCategoryTable.h"
+#include "text/simd/TextKernels.h"
 #include "text/tables/MappingTableData.h"
 
 namespace {
@@ -42,13 +43,12 @@ std::atomic<CUnicodeMappingTable*> CUnicodeMappingTable::sDecomposeDiacriticsTab
 std::atomic<CUnicodeMappingTable*> CUnicodeMappingTable::sCaseFoldingTable;
 std::atomic<CUnicodeMappingTable*> CUnicodeMappingTable::sStripNSMTable;
 
-constinit std::array<std::uint16_t, CUnicodeMappingTable::kIndexSize> const
-    CUnicodeMappingTable::sEmptyIndex = [] {
-        std::array<std::uint16_t, kIndexSize> index{};
-        for (unsigned int low = 0; low < kSteps; ++low)
-            index[low] = kUnmapped;
-        return index;
-    }();
+constinit CUnicodeMappingTable::PageIndex const CUnicodeMappingTable::sEmptyIndex = [] {
+    PageIndex index{};
+    for (std::uint16_t& entry : index.mEntries)
+        entry = kUnmapped;
+    return index;
+}();
 
 // A page on its way into its slot.
 struct CUnicodeMappingTable::Page
@@ -56,37 +56,49 @@ struct CUnicodeMappingTable::Page
     unsigned int mNumber;
     std::size_t mCount;  // of units in `mData`
     std::unique_ptr<char16_t[]> mData;
-    std::unique_ptr<std::uint16_t[]> mIndex;
+    std::unique_ptr<PageIndex> mIndex;
 
     Page(unsigned int number, std::size_t count)
         : mNumber(number)
         , mCount(count)
         , mData(std::make_unique<char16_t[]>(count))
-        , mIndex(std::make_unique<std::uint16_t[]>(kIndexSize))
+        , mIndex(std::make_unique<PageIndex>(sEmptyIndex))
     {
-        std::fill_n(mIndex.get(), kSteps, kUnmapped);
     }
 
     // Whether `at` is the offset of an entry, the whole of which lies in the data.
     bool HasEntry(std::size_t at) const { return at < mCount && mData[at] < mCount - at; }
 
-    void FillSteps()
+    // From the entries.
+    void FillFacts()
     {
         for (unsigned int low = 0; low < 256; ++low) {
-            std::size_t const at = mIndex[low];
+            std::size_t const at = mIndex->mEntries[low];
             if (at == kUnmapped) continue;
             unsigned int const single = mData[at] == 1 ? mData[at + 1] : kNoSingleUnit;
-            mIndex[kSteps + low] = static_cast<std::uint16_t>(single - (mNumber << 8 | low));
+            mIndex->mSteps[low] = static_cast<std::uint16_t>(single - (mNumber << 8 | low));
+            unsigned int const isDeleted = mData[at] == 0 ? 1 : 0;
+            mIndex->mDeleted[low / 16] |= static_cast<std::uint16_t>(isDeleted << low % 16);
         }
+    }
+
+    // A bit for each half.
+    unsigned int FindMappedHalves() const
+    {
+        unsigned int halves = 0;
+        for (unsigned int low = 0; low < 256; ++low) {
+            if (mIndex->mEntries[low] != kUnmapped) halves |= 1U << low / kHalfSize;
+        }
+        return halves;
     }
 
     // Of page 0.
     ASCIIMapping FindASCIIMapping() const
     {
-        unsigned int const upperStep = mIndex[kSteps + 'A'];
+        unsigned int const upperStep = mIndex->mSteps[unsigned{'A'}];
         for (unsigned int unit = 0; unit < 0x80; ++unit) {
             bool const isUpper = unit >= 'A' && unit <= 'Z';
-            if (mIndex[kSteps + unit] != (isUpper ? upperStep : 0)) return ASCIIMapping::kOther;
+            if (mIndex->mSteps[unit] != (isUpper ? upperStep : 0)) return ASCIIMapping::kOther;
         }
         if (upperStep == 0) return ASCIIMapping::kKept;
         return upperStep == 'a' - 'A' ? ASCIIMapping::kLowercased : ASCIIMapping::kOther;
@@ -114,9 +126,9 @@ std::optional<CUnicodeMappingTable::Page> CUnicodeMappingTable::Page::Read(CTabl
     for (std::size_t low = first; low <= last; ++low) {
         std::uint16_t const at = blob.Word();
         if (at != kUnmapped && !page.HasEntry(at)) return {};
-        page.mIndex[low] = at;
+        page.mIndex->mEntries[low] = at;
     }
-    page.FillSteps();
+    page.FillFacts();
     return page;
 }
 
@@ -139,11 +151,11 @@ CUnicodeMappingTable::Page::Compose(unsigned int number, std::u16string const (&
     for (unsigned int low = 0; low < 256; ++low) {
         if (isUnchanged(low)) continue;
         std::u16string const& mapping = mappings[low];
-        page.mIndex[low] = static_cast<std::uint16_t>(at);
+        page.mIndex->mEntries[low] = static_cast<std::uint16_t>(at);
         page.mData[at++] = static_cast<char16_t>(mapping.size());
         at += mapping.copy(&page.mData[at], mapping.size());
     }
-    page.FillSteps();
+    page.FillFacts();
     return page;
 }
 
@@ -152,18 +164,23 @@ void CUnicodeMappingTable::TakePage(Page&& page)
     Slot& slot = mSlots[page.mNumber];
     Free(slot);
     if (page.mNumber == 0) mASCIIMapping = page.FindASCIIMapping();
+    std::uint16_t& halves = mMappedHalves[page.mNumber / 8];
+    unsigned int const shift = page.mNumber % 8 * 2;
+    halves =
+        static_cast<std::uint16_t>((halves & ~(3U << shift)) | page.FindMappedHalves() << shift);
     slot = {page.mData.release(), page.mIndex.release()};
 }
 
 void CUnicodeMappingTable::Free(Slot const& slot)
 {
     delete[] slot.mData;
-    if (slot.mIndex != sEmptyIndex.data()) delete[] slot.mIndex;
+    if (slot.mIndex != &sEmptyIndex) delete slot.mIndex;
 }
 
 void CUnicodeMappingTable::InitMappingTable()
 {
-    std::fill(std::begin(mSlots), std::end(mSlots), Slot{nullptr, sEmptyIndex.data()});
+    std::fill(std::begin(mSlots), std::end(mSlots), Slot{nullptr, &sEmptyIndex});
+    std::fill(std::begin(mMappedHalves), std::end(mMappedHalves), std::uint16_t{0});
     mASCIIMapping = ASCIIMapping::kKept;
 }
 
@@ -225,50 +242,8 @@ bool CUnicodeMappingTable::HasMappableText(std::u16string const& text) const
 char16_t const* CUnicodeMappingTable::FindMappable(char16_t const* text, char16_t const* end) const
 {
     return std::find_if(text, end, [this](char16_t unit) {
-        return mSlots[unit >> 8].mIndex[unit & 0xFF] != kUnmapped;
+        return mSlots[unit >> 8].mIndex->mEntries[unit & 0xFF] != kUnmapped;
     });
-}
-
-template <bool kWithOffsets>
-bool CUnicodeMappingTable::MapText_(char16_t const* source,
-                                    int sourceLength,
-                                    int& sourcePos,
-                                    char16_t* target,
-                                    int targetCapacity,
-                                    int& targetPos,
-                                    int* offsets) const
-{
-    int from = sourcePos;
-    int to = targetPos;
-    while (from < sourceLength) {
-        // Units that give one unit each, as far as there is room for: nothing else to test.
-        int const end = from + std::min(sourceLength - from, targetCapacity - to);
-        for (; from < end; ++from, ++to) {
-            char16_t const single = MapToSingleUnit(source[from]);
-            if (single == kNoSingleUnit) break;
-            target[to] = single;
-            if constexpr (kWithOffsets) offsets[to] = from;
-        }
-        if (from == sourceLength) break;
-
-        char16_t const* units = &source[from];
-        int count = 1;
-        FindEntry(source[from], units, count);
-        if (count > targetCapacity - to) {
-            sourcePos = from;
-            targetPos = to;
-            return false;
-        }
-        for (int k = 0; k < count; ++k, ++to) {
-            target[to] = units[k];
-            if constexpr (kWithOffsets) offsets[to] = from;
-        }
-        ++from;
-    }
-    if constexpr (kWithOffsets) offsets[to] = from;
-    sourcePos = from;
-    targetPos = to;
-    return true;
 }
 
 bool CUnicodeMappingTable::MapText(char16_t const* source,
@@ -279,12 +254,8 @@ bool CUnicodeMappingTable::MapText(char16_t const* source,
                                    int& targetPos,
                                    int* offsets) const
 {
-    if (offsets) {
-        return MapText_<true>(source, sourceLength, sourcePos, target, targetCapacity, targetPos,
-                              offsets);
-    }
-    return MapText_<false>(source, sourceLength, sourcePos, target, targetCapacity, targetPos,
-                           nullptr);
+    return GetTextKernels().mMapText(*this, source, sourceLength, sourcePos, target, targetCapacity,
+                                     targetPos, offsets);
 }
 
 void CUnicodeMappingTable::MapText(char16_t const* source,
@@ -341,20 +312,6 @@ void CUnicodeMappingTable::AppendMapped(char16_t const* source,
     }
 }
 
-// The first unit from `at` on with which a hit can begin: one that gives `first`, or several units,
-// or none.
-int CUnicodeMappingTable::FindCandidate(char16_t const* text,
-                                        int textLength,
-                                        int at,
-                                        char16_t first) const
-{
-    for (; at < textLength; ++at) {
-        char16_t const single = MapToSingleUnit(text[at]);
-        if (single == first || single == kNoSingleUnit) break;
-    }
-    return at;
-}
-
 bool CUnicodeMappingTable::FindMappedText(char16_t const* text,
                                           int textLength,
                                           int startPos,
@@ -373,11 +330,12 @@ bool CUnicodeMappingTable::FindMappedText(char16_t const* text,
         return true;
     }
 
+    FindMappedStart* const findStart = GetTextKernels().mFindMappedStart;
     int at = startPos;
     int matched = 0;  // units of the needle
     int raw = 0;      // raw units that they came from, deleted ones between them included
     while (at < textLength) {
-        if (matched == 0) at = FindCandidate(text, textLength, at, needle[0]);
+        if (matched == 0) at = findStart(*this, text, textLength, at, needle, needleLength);
         if (at == textLength) return false;
 
         char16_t const* units = &text[at];

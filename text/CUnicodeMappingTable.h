@@ -113,7 +113,7 @@ public:
     bool FindEntry(char16_t unit, char16_t const*& units, int& count) const
     {
         Slot const& slot = mSlots[unit >> 8];
-        std::uint16_t const at = slot.mIndex[unit & 0xFF];
+        std::uint16_t const at = slot.mIndex->mEntries[unit & 0xFF];
         if (at == kUnmapped) return false;
         count = slot.mData[at];
         units = slot.mData + at + 1;
@@ -125,7 +125,7 @@ public:
     /// this first, then `FindEntry`.
     char16_t MapToSingleUnit(char16_t unit) const
     {
-        std::uint16_t const step = mSlots[unit >> 8].mIndex[kSteps + (unit & 0xFF)];
+        std::uint16_t const step = mSlots[unit >> 8].mIndex->mSteps[unit & 0xFF];
         return static_cast<char16_t>(unit + step);
     }
 
@@ -139,6 +139,28 @@ public:
 
     /// For loops that take many units at a time: all built-in tables keep or lowercase.
     ASCIIMapping GetASCIIMapping() const { return mASCIIMapping; }
+
+    /// The same facts for loops over vectors, by half of a page: unit u is the (u % 128)th of half
+    /// u / 128. All of them live as long as the table's content.
+    static constexpr unsigned int kHalfSize = 128;
+    static constexpr unsigned int kHalves = 0x10000 / kHalfSize;
+
+    /// A bit for each half of a page, sixteen in a word from the lowest on: whether any unit of it
+    /// has a mapping.
+    std::uint16_t const* GetMappedHalves() const { return mMappedHalves; }
+
+    /// By unit of a half, the distance modulo 65,536 to what `MapToSingleUnit` answers.
+    std::uint16_t const* GetSteps(unsigned int half) const
+    {
+        return mSlots[half / 2].mIndex->mSteps + half % 2 * kHalfSize;
+    }
+
+    /// A bit for each unit of a half, sixteen in a word from the lowest on: whether it gives
+    /// nothing.
+    std::uint16_t const* GetDeleted(unsigned int half) const
+    {
+        return mSlots[half / 2].mIndex->mDeleted + half % 2 * (kHalfSize / 16);
+    }
 
     /// Shared tables, never null, made at first use, whole before anybody sees them, and kept until
     /// the process ends; any thread may call. They belong to the library and must not be changed.
@@ -157,42 +179,39 @@ public:
     static CUnicodeMappingTable* GetStripNSTable();
 
 private:
+    // What becomes of the units of a page, by low byte; 1 KB, and 55 KB in the largest of the
+    // built-in tables.
+    struct alignas(64) PageIndex
+    {
+        std::uint16_t mSteps[256];    // as `GetSteps` tells
+        std::uint16_t mEntries[256];  // offset of the entry in the page's data, or `kUnmapped`
+        std::uint16_t mDeleted[16];   // as `GetDeleted` tells
+    };
+
     struct Slot
     {
         // Owned. A series of entries, each its length and then as many units. Null on a page with
         // no mapping.
         char16_t const* mData;
         // Owned, but `sEmptyIndex` on a page with no mapping, so that a look-up never has to ask.
-        // By low byte the offset of the entry in `mData` or `kUnmapped`, and from `kSteps` on, by
-        // low byte, the distance modulo 65,536 from the unit to what `MapToSingleUnit` answers.
-        std::uint16_t const* mIndex;
+        PageIndex const* mIndex;
     };
 
     static constexpr std::uint16_t kUnmapped = 0xFFFF;
-    static constexpr unsigned int kSteps = 256;
-    static constexpr unsigned int kIndexSize = 512;
-    static std::array<std::uint16_t, kIndexSize> const sEmptyIndex;
+    static PageIndex const sEmptyIndex;
 
     struct Page;
 
     void TakePage(Page&& page);
     static void Free(Slot const& slot);
     char16_t const* FindMappable(char16_t const* text, char16_t const* end) const;
-    int FindCandidate(char16_t const* text, int textLength, int at, char16_t first) const;
     void AppendMapped(char16_t const* source,
                       int sourceLength,
                       std::u16string& target,
                       std::vector<int>* offsets) const;
-    template <bool kWithOffsets>
-    bool MapText_(char16_t const* source,
-                  int sourceLength,
-                  int& sourcePos,
-                  char16_t* target,
-                  int targetCapacity,
-                  int& targetPos,
-                  int* offsets) const;
 
     Slot mSlots[256];  // by high byte
+    alignas(64) std::uint16_t mMappedHalves[kHalves / 16];
     ASCIIMapping mASCIIMapping;
 
     static std::atomic<CUnicodeMappingTable*> sDefaultTable;

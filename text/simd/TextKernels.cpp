@@ -6,6 +6,8 @@ TextKernels const kPlainTextKernels = {
     .mName = "plain",
     .mToUTF16 = RunToUTF16Plain,
     .mToUTF8 = RunToUTF8Plain,
+    .mMapText = MapUnitsPlain,
+    .mFindMappedStart = FindMappedStartPlain,
     .mSumRows = SumRowsPlain,
 };
 
@@ -16,18 +18,24 @@ constexpr TextKernels kSSE42Kernels = {
     .mName = "SSE4.2",
     .mToUTF16 = RunToUTF16SSE42,
     .mToUTF8 = RunToUTF8SSE42,
+    .mMapText = MapUnitsPlain,
+    .mFindMappedStart = FindMappedStartPlain,
     .mSumRows = SumRowsPlain,
 };
 constexpr TextKernels kAVX2Kernels = {
     .mName = "AVX2",
     .mToUTF16 = RunToUTF16AVX2,
     .mToUTF8 = RunToUTF8AVX2,
+    .mMapText = MapUnitsPlain,
+    .mFindMappedStart = FindMappedStartPlain,
     .mSumRows = SumRowsAVX2,
 };
 constexpr TextKernels kAVX512Kernels = {
     .mName = "AVX-512 VBMI2",
     .mToUTF16 = RunToUTF16AVX512,
     .mToUTF8 = RunToUTF8AVX512,
+    .mMapText = MapUnitsAVX512,
+    .mFindMappedStart = FindMappedStartAVX512,
     .mSumRows = SumRowsAVX512,
 };
 #elif defined(__aarch64__)
@@ -35,6 +43,8 @@ constexpr TextKernels kNEONKernels = {
     .mName = "NEON",
     .mToUTF16 = RunToUTF16NEON,
     .mToUTF8 = RunToUTF8NEON,
+    .mMapText = MapUnitsPlain,
+    .mFindMappedStart = FindMappedStartPlain,
     .mSumRows = SumRowsPlain,
 };
 #endif

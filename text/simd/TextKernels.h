@@ -13,6 +13,7 @@
 #pragma once
 
 #include "text/ConvertUTF.h"
+#include "text/simd/MappingKernels.h"
 
 #include <atomic>
 #include <cstddef>
@@ -76,6 +77,8 @@ struct TextKernels
     char const* mName;
     RunToUTF16* mToUTF16;
     RunToUTF8* mToUTF8;
+    MapUnits* mMapText;
+    FindMappedStart* mFindMappedStart;
     SumRows* mSumRows;
 };
 
