@@ -180,6 +180,10 @@ FILES = [
 ]
 
 SYSTEM = [
+    Work("start and end of a program that links the library", "bench_startup", "Start/with/manual_time", "us",
+         "Start/without/manual_time", "the same without it"),
+    Work("what linking the library adds to a start", "bench_startup", "Added/iterations:50", "us", counter="added_us",
+         least=1000),
     Work("`CMutex`, locked and unlocked", "bench_concurrency", "LockLoam", "ns", "LockStandard", "`std::mutex`"),
     Work("`CMutex`, entered again", "bench_concurrency", "ReenterLoam", "ns", "ReenterStandard",
          "`std::recursive_mutex`"),
