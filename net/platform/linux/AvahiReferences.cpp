@@ -10,6 +10,7 @@
 #include <net/if.h>
 #include <strings.h>
 
+#include "net/platform/linux/AvahiLibrary.h"
 #include "net/platform/linux/ServiceNames.h"
 
 namespace {
@@ -37,7 +38,7 @@ AvahiStringList* ListOfRecord(std::string_view record)
     while (!record.empty()) {
         std::size_t const size = static_cast<unsigned char>(record.front());
         std::string_view const entry = record.substr(1, size);
-        list = avahi_string_list_add_arbitrary(
+        list = avahi::string_list_add_arbitrary(
             list, reinterpret_cast<std::uint8_t const*>(entry.data()), entry.size());
         record.remove_prefix(1 + entry.size());
     }
@@ -47,10 +48,10 @@ AvahiStringList* ListOfRecord(std::string_view record)
 std::string RecordOfList(AvahiStringList* list)
 {
     std::string record;
-    for (; list; list = avahi_string_list_get_next(list)) {
+    for (; list; list = avahi::string_list_get_next(list)) {
         std::string_view const entry(
-            reinterpret_cast<char const*>(avahi_string_list_get_text(list)),
-            avahi_string_list_get_size(list));
+            reinterpret_cast<char const*>(avahi::string_list_get_text(list)),
+            avahi::string_list_get_size(list));
         if (entry.size() > std::numeric_limits<std::uint8_t>::max()) continue;
         if (record.size() + 1 + entry.size() > std::numeric_limits<std::uint16_t>::max()) break;
         record += static_cast<char>(static_cast<unsigned char>(entry.size()));
@@ -120,14 +121,14 @@ CAvahiRegistration::CAvahiRegistration(CAvahiConnection& connection,
 CAvahiRegistration::~CAvahiRegistration()
 {
     mConnection.RemoveRegistration(this);
-    if (mGroup) avahi_entry_group_free(mGroup);
-    avahi_string_list_free(mTXT);
+    if (mGroup) avahi::entry_group_free(mGroup);
+    avahi::string_list_free(mTXT);
 }
 
 bool CAvahiRegistration::Start()
 {
     if (mName.empty()) {
-        char const* const machine = avahi_client_get_host_name(mConnection.GetClient());
+        char const* const machine = avahi::client_get_host_name(mConnection.GetClient());
         if (!machine) return false;
         mName = machine;
     }
@@ -155,7 +156,7 @@ void CAvahiRegistration::SetRunning(bool isRunning)
 {
     if (mIsLost) return;  // not tried again with another daemon
     if (!isRunning && mGroup)
-        avahi_entry_group_reset(mGroup);
+        avahi::entry_group_reset(mGroup);
     else if (isRunning && !Publish())
         Tell(kNetServiceUnknownError);
 }
@@ -177,7 +178,7 @@ void CAvahiRegistration::SetState(AvahiEntryGroupState state)
         break;
     case AVAHI_ENTRY_GROUP_COLLISION:  // with another machine
         mName = NextServiceName(mName);
-        avahi_entry_group_reset(mGroup);
+        avahi::entry_group_reset(mGroup);
         if (!Publish()) Tell(kNetServiceUnknownError);
         break;
     case AVAHI_ENTRY_GROUP_FAILURE:
@@ -191,14 +192,14 @@ void CAvahiRegistration::SetState(AvahiEntryGroupState state)
 
 bool CAvahiRegistration::Publish()
 {
-    if (!mGroup) mGroup = avahi_entry_group_new(mConnection.GetClient(), GroupCallback, this);
+    if (!mGroup) mGroup = avahi::entry_group_new(mConnection.GetClient(), GroupCallback, this);
     if (!mGroup) return false;
     for (;; mName = NextServiceName(mName)) {
         if (mConnection.IsNameTaken(*this)) continue;
-        int const error = avahi_entry_group_add_service_strlst(
+        int const error = avahi::entry_group_add_service_strlst(
             mGroup, mInterface, AVAHI_PROTO_UNSPEC, AvahiPublishFlags{}, mName.c_str(),
             mType.c_str(), NullOr(mDomain), NullOr(mHost), mPort, mTXT);
-        if (error == AVAHI_OK) return avahi_entry_group_commit(mGroup) == AVAHI_OK;
+        if (error == AVAHI_OK) return avahi::entry_group_commit(mGroup) == AVAHI_OK;
         // By another program of this machine.
         if (error != AVAHI_ERR_COLLISION) return false;
     }
@@ -226,12 +227,12 @@ CAvahiBrowse::CAvahiBrowse(CAvahiConnection& connection,
 CAvahiBrowse::~CAvahiBrowse()
 {
     mConnection.RemoveBrowse(this);
-    if (mBrowser) avahi_service_browser_free(mBrowser);
+    if (mBrowser) avahi::service_browser_free(mBrowser);
 }
 
 bool CAvahiBrowse::Start(AvahiIfIndex avahiInterface, char const* type, char const* domain)
 {
-    mBrowser = avahi_service_browser_new(
+    mBrowser = avahi::service_browser_new(
         mConnection.GetClient(), avahiInterface, AVAHI_PROTO_UNSPEC, WithoutDot(type).c_str(),
         NullOr(OptionalText(domain)), AvahiLookupFlags{}, BrowserCallback, this);
     return mBrowser != nullptr;
@@ -349,7 +350,7 @@ CAvahiResolve::CAvahiResolve(CAvahiConnection& connection,
 
 CAvahiResolve::~CAvahiResolve()
 {
-    if (mResolver) avahi_service_resolver_free(mResolver);
+    if (mResolver) avahi::service_resolver_free(mResolver);
     mConnection.EndResolve(this);
 }
 
@@ -357,7 +358,7 @@ CAvahiResolve::~CAvahiResolve()
 void CAvahiResolve::Start()
 {
     if (mIsAnswered) return;
-    mResolver = avahi_service_resolver_new(
+    mResolver = avahi::service_resolver_new(
         mConnection.GetClient(), mKey.mInterface, AVAHI_PROTO_UNSPEC, mKey.mName.c_str(),
         mKey.mType.c_str(), mKey.mDomain.c_str(), AVAHI_PROTO_UNSPEC, AVAHI_LOOKUP_NO_ADDRESS,
         ResolverCallback, this);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "net/platform/linux/AvahiLibrary.h"
 #include "net/platform/linux/AvahiReferences.h"
 
 namespace {
@@ -24,6 +25,7 @@ bool CAvahiConnection::Connect()
     if (mClient && mRefs.empty()) mPoll->Run();
     if (mIsLost) Disconnect();
     if (mClient) return true;
+    if (!avahi::library.IsThere()) return false;
     if (!mPoll) mPoll = std::make_unique<CAvahiPoll>();
     if (!mPoll->IsGood()) {
         mPoll.reset();
@@ -31,7 +33,7 @@ bool CAvahiConnection::Connect()
     }
     int error = 0;
     mClient =
-        avahi_client_new(mPoll->GetFunctions(), AvahiClientFlags{}, ClientCallback, this, &error);
+        avahi::client_new(mPoll->GetFunctions(), AvahiClientFlags{}, ClientCallback, this, &error);
     mIsLost = false;
     if (!mClient) mIsRunning = false;
     return mClient != nullptr;
@@ -130,7 +132,7 @@ void CAvahiConnection::Disconnect()
     if (!mClient) return;
     for (auto const& ref : mRefs)
         ref->Lose();
-    avahi_client_free(mClient);
+    avahi::client_free(mClient);
     mClient = nullptr;
     mIsRunning = false;
     mIsLost = false;

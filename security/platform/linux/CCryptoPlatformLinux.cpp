@@ -1,5 +1,7 @@
 #include "security/platform/CBasicCryptoPlatform.h"
 
+#include "security/platform/linux/OpenSSLLibrary.h"
+
 #include <cerrno>
 #include <memory>
 #include <optional>
@@ -27,7 +29,7 @@ EVP_CIPHER_CTX* ContextOf(void* cipher)
 // Why the last step of decrypting failed.
 int StatusOfLastError()
 {
-    switch (ERR_GET_REASON(ERR_peek_last_error())) {
+    switch (ERR_GET_REASON(openssl::ERR_peek_last_error())) {
     case PROV_R_BAD_DECRYPT:
         return kCipherBadPadding;
     case PROV_R_WRONG_FINAL_BLOCK_LENGTH:
@@ -43,7 +45,7 @@ class StOpenSSLErrors
 {
 public:
     StOpenSSLErrors()
-        : mIsMarked(ERR_set_mark() == 1)
+        : mIsMarked(openssl::ERR_set_mark() == 1)
     {
     }
 
@@ -52,7 +54,7 @@ public:
 
     ~StOpenSSLErrors()
     {
-        if (mIsMarked || !mIsDone) ERR_pop_to_mark();
+        if (mIsMarked || !mIsDone) openssl::ERR_pop_to_mark();
     }
 
     // Nothing has failed. A queue that was empty, which can't be marked, needs no visit then.
@@ -71,24 +73,26 @@ class CCryptoPlatformLinux final : public CBasicCryptoPlatform
 public:
     CCryptoPlatformLinux()
     {
+        if (!openssl::library.IsThere()) return;
         StOpenSSLErrors const errors;
-        mContext = OSSL_LIB_CTX_new();
+        mContext = openssl::OSSL_LIB_CTX_new();
         if (!mContext) return;
-        mDefault = OSSL_PROVIDER_load(mContext, "default");
-        mLegacy = OSSL_PROVIDER_load(mContext, "legacy");
-        mCiphers[kCipherAES] = EVP_CIPHER_fetch(mContext, "AES-128-CBC", nullptr);
-        mCiphers[kCipherBlowFish] = EVP_CIPHER_fetch(mContext, "BF-CFB", nullptr);
-        mSHA1 = EVP_MD_fetch(mContext, "SHA1", nullptr);
+        mDefault = openssl::OSSL_PROVIDER_load(mContext, "default");
+        mLegacy = openssl::OSSL_PROVIDER_load(mContext, "legacy");
+        mCiphers[kCipherAES] = openssl::EVP_CIPHER_fetch(mContext, "AES-128-CBC", nullptr);
+        mCiphers[kCipherBlowFish] = openssl::EVP_CIPHER_fetch(mContext, "BF-CFB", nullptr);
+        mSHA1 = openssl::EVP_MD_fetch(mContext, "SHA1", nullptr);
     }
 
     ~CCryptoPlatformLinux() override
     {
-        EVP_MD_free(mSHA1);
+        if (!mContext) return;
+        openssl::EVP_MD_free(mSHA1);
         for (EVP_CIPHER* const cipher : mCiphers)
-            EVP_CIPHER_free(cipher);
-        if (mLegacy) OSSL_PROVIDER_unload(mLegacy);
-        if (mDefault) OSSL_PROVIDER_unload(mDefault);
-        OSSL_LIB_CTX_free(mContext);
+            openssl::EVP_CIPHER_free(cipher);
+        if (mLegacy) openssl::OSSL_PROVIDER_unload(mLegacy);
+        if (mDefault) openssl::OSSL_PROVIDER_unload(mDefault);
+        openssl::OSSL_LIB_CTX_free(mContext);
     }
 
     int MakeCipher(
@@ -101,20 +105,20 @@ public:
             return kCipherKeySize;
 
         std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context(
-            EVP_CIPHER_CTX_new(), EVP_CIPHER_CTX_free);
+            openssl::EVP_CIPHER_CTX_new(), openssl::EVP_CIPHER_CTX_free);
         if (!context) return kCipherNoMemory;
         auto const* const bytes = static_cast<unsigned char const*>(key);
         int const direction = encrypt ? 1 : 0;
         bool const takesAnyLength = kind == kCipherBlowFish;
         bool const isReady =
-            takesAnyLength ? EVP_CipherInit_ex2(context.get(), algorithm, nullptr, nullptr,
-                                                direction, nullptr) == 1 &&
-                                 EVP_CIPHER_CTX_set_key_length(context.get(),
-                                                               static_cast<int>(keySize)) == 1 &&
-                                 EVP_CipherInit_ex2(context.get(), nullptr, bytes, kZeroVector,
-                                                    direction, nullptr) == 1
-                           : EVP_CipherInit_ex2(context.get(), algorithm, bytes, kZeroVector,
-                                                direction, nullptr) == 1;
+            takesAnyLength ? openssl::EVP_CipherInit_ex2(context.get(), algorithm, nullptr, nullptr,
+                                                         direction, nullptr) == 1 &&
+                                 openssl::EVP_CIPHER_CTX_set_key_length(
+                                     context.get(), static_cast<int>(keySize)) == 1 &&
+                                 openssl::EVP_CipherInit_ex2(context.get(), nullptr, bytes,
+                                                             kZeroVector, direction, nullptr) == 1
+                           : openssl::EVP_CipherInit_ex2(context.get(), algorithm, bytes,
+                                                         kZeroVector, direction, nullptr) == 1;
         if (!isReady) return kCipherUnspecified;
         *cipher = context.release();
         return kCipherSuccess;
@@ -129,8 +133,8 @@ public:
         while (size > 0) {
             std::size_t const step = size < kLongestStep ? size : kLongestStep;
             int count = 0;
-            if (EVP_CipherUpdate(ContextOf(cipher), to + *moved, &count, from,
-                                 static_cast<int>(step)) != 1) {
+            if (openssl::EVP_CipherUpdate(ContextOf(cipher), to + *moved, &count, from,
+                                          static_cast<int>(step)) != 1) {
                 return kCipherUnspecified;
             }
             *moved += static_cast<std::size_t>(count);
@@ -144,10 +148,10 @@ public:
     {
         EVP_CIPHER_CTX* const context = ContextOf(cipher);
         std::optional<StOpenSSLErrors> errors;
-        if (!EVP_CIPHER_CTX_is_encrypting(context)) errors.emplace();
+        if (!openssl::EVP_CIPHER_CTX_is_encrypting(context)) errors.emplace();
         int count = 0;
         *moved = 0;
-        if (EVP_CipherFinal_ex(context, static_cast<unsigned char*>(out), &count) != 1)
+        if (openssl::EVP_CipherFinal_ex(context, static_cast<unsigned char*>(out), &count) != 1)
             return StatusOfLastError();
         if (errors) errors->SetDone();
         *moved = static_cast<std::size_t>(count);
@@ -156,14 +160,14 @@ public:
 
     int ReleaseCipher(void* cipher) override
     {
-        EVP_CIPHER_CTX_free(ContextOf(cipher));
+        openssl::EVP_CIPHER_CTX_free(ContextOf(cipher));
         return kCipherSuccess;
     }
 
     bool HashSHA1(void const* bytes, std::size_t size, unsigned char* hash) override
     {
         StOpenSSLErrors const errors;
-        return mSHA1 && EVP_Digest(bytes, size, hash, nullptr, mSHA1, nullptr) == 1;
+        return mSHA1 && openssl::EVP_Digest(bytes, size, hash, nullptr, mSHA1, nullptr) == 1;
     }
 
     int FillWithRandomBytes(void* bytes, std::size_t size) override

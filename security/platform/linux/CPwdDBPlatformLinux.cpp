@@ -40,17 +40,17 @@ constexpr char const* kProtocolNames[] = {"smtp", "imap", "pop3", "any"};
 
 struct TableUnref
 {
-    void operator()(GHashTable* table) const { g_hash_table_unref(table); }
+    void operator()(GHashTable* table) const { gio::hash_table_unref(table); }
 };
 
 struct ItemsFree
 {
-    void operator()(GList* items) const { g_list_free_full(items, g_object_unref); }
+    void operator()(GList* items) const { gio::list_free_full(items, gio::object_unref); }
 };
 
 struct ValueUnref
 {
-    void operator()(SecretValue* value) const { secret_value_unref(value); }
+    void operator()(SecretValue* value) const { secret::value_unref(value); }
 };
 
 using Table = std::unique_ptr<GHashTable, TableUnref>;
@@ -59,7 +59,7 @@ using Value = std::unique_ptr<SecretValue, ValueUnref>;
 
 void Put(Table const& table, char const* name, std::string const& value)
 {
-    g_hash_table_insert(table.get(), const_cast<char*>(name), g_strdup(value.c_str()));
+    gio::hash_table_insert(table.get(), const_cast<char*>(name), gio::strdup(value.c_str()));
 }
 
 SecretSchema const& SchemaOf(PwdEntryKey const& key)
@@ -70,7 +70,7 @@ SecretSchema const& SchemaOf(PwdEntryKey const& key)
 // What a search asks for leaves out what matches anything; a new entry has it all.
 Table AttributesOf(PwdEntryKey const& key, bool isSearch)
 {
-    Table table(g_hash_table_new_full(g_str_hash, g_str_equal, nullptr, g_free));
+    Table table(gio::hash_table_new_full(gio::str_hash, gio::str_equal, nullptr, gio::free));
     if (isSearch) Put(table, "xdg:schema", SchemaOf(key).name);
     char const* const server = key.mIsGeneric ? "service" : "server";
     if (!isSearch || !key.mServer.empty()) Put(table, server, key.mServer);
@@ -93,7 +93,7 @@ std::string LabelOf(PwdEntryKey const& key)
 // D-Bus takes nothing else: UTF-8 without zeros.
 bool IsText(std::string const& text)
 {
-    return g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) != FALSE;
+    return gio::utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) != FALSE;
 }
 
 bool IsText(PwdEntryKey const& key)
@@ -104,7 +104,7 @@ bool IsText(PwdEntryKey const& key)
 Value ValueOf(std::string const& password)
 {
     return Value(
-        secret_value_new(password.data(), static_cast<gssize>(password.size()), "text/plain"));
+        secret::value_new(password.data(), static_cast<gssize>(password.size()), "text/plain"));
 }
 
 // What `FindItem` hands out. An item doesn't hold its service by itself.
@@ -123,7 +123,7 @@ FoundItem const& FoundItemOf(void* item)
 template <class T>
 Owned<T> Ref(T* object)
 {
-    return Owned<T>(static_cast<T*>(g_object_ref(object)));
+    return Owned<T>(static_cast<T*>(gio::object_ref(object)));
 }
 
 SecretItem* FirstOf(Items const& items)
@@ -139,11 +139,11 @@ PwdSearchResult Search(StStoreCall& call, PwdEntryKey const& key, bool withPassw
     if (!service) return kPwdNoAnswer;
     int const flags = SECRET_SEARCH_UNLOCK | (withPassword ? SECRET_SEARCH_LOAD_SECRETS : 0);
     GError* error = nullptr;
-    items.reset(secret_service_search_sync(service, nullptr, AttributesOf(key, true).get(),
-                                           static_cast<SecretSearchFlags>(flags), call.Limit(),
-                                           &error));
+    items.reset(secret::service_search_sync(service, nullptr, AttributesOf(key, true).get(),
+                                            static_cast<SecretSearchFlags>(flags), call.Limit(),
+                                            &error));
     if (error) {
-        g_error_free(error);
+        gio::error_free(error);
         return kPwdNoAnswer;
     }
     return items ? kPwdFound : kPwdNotFound;
@@ -160,15 +160,15 @@ public:
         return Call(false, [](StStoreCall& call) { return call.Connect() != nullptr; });
     }
 
-    bool Unlock() override { return Change(secret_service_unlock_sync); }
+    bool Unlock() override { return Change(secret::service_unlock_sync); }
 
-    bool Lock() override { return Change(secret_service_lock_sync); }
+    bool Lock() override { return Change(secret::service_lock_sync); }
 
     bool IsUnlocked() override
     {
         return Call(false, [](StStoreCall& call) {
             Owned<SecretCollection> const collection = DefaultCollection(call, call.Connect());
-            return collection && !secret_collection_get_locked(collection.get());
+            return collection && !secret::collection_get_locked(collection.get());
         });
     }
 
@@ -178,10 +178,10 @@ public:
             Items items;
             PwdSearchResult const result = Search(call, key, true, items);
             if (result != kPwdFound) return result;
-            Value const value(secret_item_get_secret(FirstOf(items)));
+            Value const value(secret::item_get_secret(FirstOf(items)));
             if (!value) return kPwdNotFound;
             gsize size = 0;
-            char const* const bytes = secret_value_get(value.get(), &size);
+            char const* const bytes = secret::value_get(value.get(), &size);
             password->assign(bytes, size);
             return kPwdFound;
         });
@@ -203,15 +203,15 @@ public:
         Call(false, [&](StStoreCall& call) {
             FoundItem const& found = FoundItemOf(item);
             call.Use(found.mService.get());
-            return secret_item_set_secret_sync(found.mItem.get(), ValueOf(password).get(),
-                                               call.Limit(), nullptr) != FALSE;
+            return secret::item_set_secret_sync(found.mItem.get(), ValueOf(password).get(),
+                                                call.Limit(), nullptr) != FALSE;
         });
     }
 
     void DeleteItem(void* item) override
     {
         Call(false, [&](StStoreCall& call) {
-            return secret_item_delete_sync(FoundItemOf(item).mItem.get(), call.Limit(), nullptr) !=
+            return secret::item_delete_sync(FoundItemOf(item).mItem.get(), call.Limit(), nullptr) !=
                    FALSE;
         });
     }
@@ -222,7 +222,7 @@ public:
     {
         Call(false, [&](StStoreCall& call) {
             SecretService* const service = IsText(key) ? call.Connect() : nullptr;
-            return service && secret_service_store_sync(
+            return service && secret::service_store_sync(
                                   service, &SchemaOf(key), AttributesOf(key, false).get(),
                                   SECRET_COLLECTION_DEFAULT, LabelOf(key).c_str(),
                                   ValueOf(password).get(), call.Limit(), nullptr) != FALSE;
@@ -230,10 +230,12 @@ public:
     }
 
 private:
-    // Runs `action` within the time of a call; `failure` if there is no thread to watch it.
+    // Runs `action` within the time of a call; `failure` if there is no libsecret, or no thread to
+    // watch it.
     template <class Result, class Action>
     static Result Call(Result failure, Action const& action)
     {
+        if (!secret::library.IsThere()) return failure;
         try {
             StStoreCall call;
             return action(call);
@@ -247,7 +249,7 @@ private:
                                                      SecretService* service)
     {
         if (!service) return nullptr;
-        return Owned<SecretCollection>(secret_collection_for_alias_sync(
+        return Owned<SecretCollection>(secret::collection_for_alias_sync(
             service, SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, call.Limit(), nullptr));
     }
 

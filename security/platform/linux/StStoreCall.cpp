@@ -15,8 +15,8 @@ struct SharedBus
 {
     std::timed_mutex mMutex;
     // What the connection has to say, its end above all, is said here, and nobody listens.
-    GMainContext* mContext = g_main_context_new();  // owned
-    Owned<GDBusConnection> mConnection;             // guarded by mMutex
+    GMainContext* mContext = gio::main_context_new();  // owned
+    Owned<GDBusConnection> mConnection;                // guarded by mMutex
 };
 
 // Lives to the end of the process, whatever else ends before.
@@ -29,9 +29,9 @@ SharedBus& TheBus()
 // Lets go of a bus that has gone, to make room for another one. The news of its end holds it too.
 void DropClosed(SharedBus& bus)
 {
-    if (!bus.mConnection || !g_dbus_connection_is_closed(bus.mConnection.get())) return;
+    if (!bus.mConnection || !gio::dbus_connection_is_closed(bus.mConnection.get())) return;
     bus.mConnection.reset();
-    while (g_main_context_iteration(bus.mContext, FALSE)) {}
+    while (gio::main_context_iteration(bus.mContext, FALSE)) {}
 }
 
 // Null where there is no bus.
@@ -42,14 +42,14 @@ Owned<GDBusConnection> ConnectToBus(GCancellable* limit)
     if (!lock) return nullptr;
     DropClosed(bus);
     if (!bus.mConnection) {
-        g_main_context_push_thread_default(bus.mContext);
-        bus.mConnection.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, limit, nullptr));
-        g_main_context_pop_thread_default(bus.mContext);
+        gio::main_context_push_thread_default(bus.mContext);
+        bus.mConnection.reset(gio::bus_get_sync(G_BUS_TYPE_SESSION, limit, nullptr));
+        gio::main_context_pop_thread_default(bus.mContext);
         if (!bus.mConnection) return nullptr;
-        g_dbus_connection_set_exit_on_close(bus.mConnection.get(), FALSE);
+        gio::dbus_connection_set_exit_on_close(bus.mConnection.get(), FALSE);
     }
     return Owned<GDBusConnection>(
-        static_cast<GDBusConnection*>(g_object_ref(bus.mConnection.get())));
+        static_cast<GDBusConnection*>(gio::object_ref(bus.mConnection.get())));
 }
 
 // That of this thread.
@@ -61,7 +61,7 @@ thread_local StStoreCall* sCurrent = nullptr;  // not owned
 SecretServiceClass const& ParentClass()
 {
     static auto const* const sParent =
-        static_cast<SecretServiceClass*>(g_type_class_ref(SECRET_TYPE_SERVICE));
+        static_cast<SecretServiceClass*>(gio::type_class_ref(secret::service_get_type()));
     return *sParent;
 }
 
@@ -109,32 +109,32 @@ void InitAskingClass(gpointer type, gpointer)
 
 GType AskingServiceType()
 {
-    static GType const sType = g_type_register_static_simple(
-        SECRET_TYPE_SERVICE, "LoamAskingSecretService", sizeof(SecretServiceClass), InitAskingClass,
-        sizeof(SecretService), nullptr, static_cast<GTypeFlags>(0));
+    static GType const sType = gio::type_register_static_simple(
+        secret::service_get_type(), "LoamAskingSecretService", sizeof(SecretServiceClass),
+        InitAskingClass, sizeof(SecretService), nullptr, static_cast<GTypeFlags>(0));
     return sType;
 }
 
 }  // namespace
 
 StStoreContext::StStoreContext()
-    : mContext(g_main_context_new())
+    : mContext(gio::main_context_new())
 {
 }
 
 StStoreContext::StStoreContext(StStoreContext const& other)
-    : mContext(g_main_context_ref(other.mContext))
+    : mContext(gio::main_context_ref(other.mContext))
 {
 }
 
 StStoreContext::~StStoreContext()
 {
-    while (g_main_context_iteration(mContext, FALSE)) {}
-    g_main_context_unref(mContext);
+    while (gio::main_context_iteration(mContext, FALSE)) {}
+    gio::main_context_unref(mContext);
 }
 
 StStoreCall::StStoreCall()
-    : mLimit(g_cancellable_new())
+    : mLimit(gio::cancellable_new())
     , mEnd(std::chrono::steady_clock::now() + kLongestCall)
 {
     // Signals are for the host's threads.
@@ -149,7 +149,7 @@ StStoreCall::StStoreCall()
         throw;
     }
     pthread_sigmask(SIG_SETMASK, &former, nullptr);
-    g_main_context_push_thread_default(mContext.Get());
+    gio::main_context_push_thread_default(mContext.Get());
     sCurrent = this;
 }
 
@@ -157,7 +157,7 @@ StStoreCall::~StStoreCall()
 {
     if (mService) CloseSession();
     mService.reset();
-    g_main_context_pop_thread_default(mContext.Get());
+    gio::main_context_pop_thread_default(mContext.Get());
     sCurrent = nullptr;
     {
         std::lock_guard const lock(mMutex);
@@ -186,7 +186,7 @@ void StStoreCall::Watch()
         } else if (std::chrono::steady_clock::now() < mEnd) {
             mChange.wait_until(lock, mEnd);
         } else {
-            g_cancellable_cancel(mLimit.get());
+            gio::cancellable_cancel(mLimit.get());
             return;
         }
     }
@@ -196,35 +196,35 @@ SecretService* StStoreCall::Connect()
 {
     Owned<GDBusConnection> const bus = ConnectToBus(Limit());
     if (!bus || !StartService(*bus)) return nullptr;
-    mService.reset(secret_service_open_sync(AskingServiceType(), kServiceName, SECRET_SERVICE_NONE,
-                                            Limit(), nullptr));
+    mService.reset(secret::service_open_sync(AskingServiceType(), kServiceName, SECRET_SERVICE_NONE,
+                                             Limit(), nullptr));
     return mService.get();
 }
 
 void StStoreCall::Use(SecretService* service)
 {
-    mService.reset(static_cast<SecretService*>(g_object_ref(service)));
+    mService.reset(static_cast<SecretService*>(gio::object_ref(service)));
 }
 
 // A service that can't be started is told at once here, and by time-outs further on.
 bool StStoreCall::StartService(GDBusConnection& bus) const
 {
-    GVariant* const started = g_dbus_connection_call_sync(
+    GVariant* const started = gio::dbus_connection_call_sync(
         &bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-        "StartServiceByName", g_variant_new("(su)", kServiceName, 0U), nullptr,
+        "StartServiceByName", gio::variant_new("(su)", kServiceName, 0U), nullptr,
         G_DBUS_CALL_FLAGS_NONE, kUsualTimeLimit, Limit(), nullptr);
     if (!started) return false;
-    g_variant_unref(started);
+    gio::variant_unref(started);
     return true;
 }
 
 // The service would keep it as long as the connection lives. Nobody waits for the answer.
 void StStoreCall::CloseSession() const
 {
-    char const* const session = secret_service_get_session_dbus_path(mService.get());
+    char const* const session = secret::service_get_session_dbus_path(mService.get());
     if (!session) return;
-    g_dbus_connection_call(g_dbus_proxy_get_connection(G_DBUS_PROXY(mService.get())), kServiceName,
-                           session, "org.freedesktop.Secret.Session", "Close", nullptr, nullptr,
-                           G_DBUS_CALL_FLAGS_NO_AUTO_START, kUsualTimeLimit, nullptr, nullptr,
-                           nullptr);
+    gio::dbus_connection_call(
+        gio::dbus_proxy_get_connection(reinterpret_cast<GDBusProxy*>(mService.get())), kServiceName,
+        session, "org.freedesktop.Secret.Session", "Close", nullptr, nullptr,
+        G_DBUS_CALL_FLAGS_NO_AUTO_START, kUsualTimeLimit, nullptr, nullptr, nullptr);
 }

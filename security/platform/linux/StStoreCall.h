@@ -13,14 +13,12 @@
 #include <mutex>
 #include <thread>
 
-// For the path of a session, which is told nowhere else.
-#define SECRET_API_SUBJECT_TO_CHANGE
-#include <libsecret/secret.h>
+#include "security/platform/linux/SecretLibrary.h"
 
 /// Frees what GLib's objects are owned by.
 struct ObjectUnref
 {
-    void operator()(void* object) const { g_object_unref(object); }
+    void operator()(void* object) const { gio::object_unref(object); }
 };
 
 template <class T>

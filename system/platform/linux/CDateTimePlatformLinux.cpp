@@ -1,5 +1,6 @@
 #include "system/platform/CBasicDateTimePlatform.h"
 
+#include "foundation/platform/linux/LateLibrary.h"
 #include "system/platform/StandardZone.h"
 
 #include <glib.h>
@@ -16,6 +17,18 @@
 #include <locale.h>
 #include <sys/time.h>
 
+// What of GLib is called, loaded with the first preference that is asked for.
+namespace glib {
+
+inline constinit CLateLibrary library("libglib-2.0.so.0");
+LOAM_LATE_FUNCTION(g_, clear_error);
+LOAM_LATE_FUNCTION(g_, key_file_free);
+LOAM_LATE_FUNCTION(g_, key_file_get_int64);
+LOAM_LATE_FUNCTION(g_, key_file_load_from_file);
+LOAM_LATE_FUNCTION(g_, key_file_new);
+
+}  // namespace glib
+
 namespace {
 
 constexpr char kPreferencesGroup[] = "Preferences";
@@ -25,7 +38,7 @@ constexpr long long kAlways = -1;
 
 struct FreeKeyFile
 {
-    void operator()(GKeyFile* file) const { g_key_file_free(file); }
+    void operator()(GKeyFile* file) const { glib::key_file_free(file); }
 };
 
 struct FreeLocale
@@ -59,15 +72,17 @@ class CDateTimePlatformLinux final : public CBasicDateTimePlatform
 public:
     bool GetIntegerPreference(char const* domain, char const* key, long long& value) const override
     {
-        std::unique_ptr<GKeyFile, FreeKeyFile> const file(g_key_file_new());
-        if (!g_key_file_load_from_file(file.get(), PreferencesFile(domain).c_str(), G_KEY_FILE_NONE,
-                                       nullptr)) {
+        if (!glib::library.IsThere()) return false;
+        std::unique_ptr<GKeyFile, FreeKeyFile> const file(glib::key_file_new());
+        if (!glib::key_file_load_from_file(file.get(), PreferencesFile(domain).c_str(),
+                                           G_KEY_FILE_NONE, nullptr)) {
             return false;
         }
         GError* error = nullptr;
-        long long const found = g_key_file_get_int64(file.get(), kPreferencesGroup, key, &error);
+        long long const found =
+            glib::key_file_get_int64(file.get(), kPreferencesGroup, key, &error);
         bool const isThere = error == nullptr;
-        g_clear_error(&error);
+        glib::clear_error(&error);
         if (isThere) value = found;
         return isThere;
     }
