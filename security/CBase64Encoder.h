@@ -8,7 +8,9 @@
 // that isn't of the alphabet counts as "A". Who must refuse such input has to look at it before.
 //
 // Sizes are in bytes. Where a block or a string goes in and another comes out, they are two. There
-// is no state: any thread may call. Only memory that runs out throws, `std::bad_alloc`.
+// is no state: any thread may call. Only memory that runs out throws, `std::bad_alloc`. Nothing is
+// held but the result, which takes its own size at once, or, where it is decoded, 3 bytes for each
+// 4 of the input.
 #pragma once
 
 #include "security/CEncoder.h"

@@ -27,7 +27,8 @@
 // - A surrogate without its partner has no place in UTF-8: into a string the text ends in front of
 //   it without a failure, into a buffer that is one for want of room.
 //
-// Conversions may run in parallel on one handle. Setting the charset needs it for itself.
+// Conversions may run in parallel on one handle. Setting the charset needs it for itself. The tests
+// of raw data and of UTF-16 allocate nothing.
 #pragma once
 
 #include "foundation/LoamExport.h"

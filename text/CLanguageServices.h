@@ -45,7 +45,7 @@ public:
     }
 
     /// Replaces `language` and `confidence`. UTF-8, `length` in bytes; malformed text counts as
-    /// empty on macOS and is taken as it is on Linux.
+    /// empty on macOS and is taken as it is on Linux, where less than 16 KB are held meanwhile.
     void IdentifyLanguage(std::string const& text, std::string& language, float& confidence)
     {
         mImp->IdentifyLanguage(text, language, confidence);
@@ -56,7 +56,8 @@ public:
         mImp->IdentifyLanguage(text, length, language, confidence);
     }
 
-    /// The same for UTF-16 in the processor's byte order, `length` in units.
+    /// The same for UTF-16 in the processor's byte order, `length` in units. On Linux it becomes
+    /// UTF-8 first, with at most 4 bytes for each unit.
     void IdentifyLanguage(std::u16string const& text, std::string& language, float& confidence)
     {
         mImp->IdentifyLanguage(text, language, confidence);

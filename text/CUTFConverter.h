@@ -27,7 +27,8 @@ public:
     /// Converts the whole source, replaces `target` by the result and answers true. If the source
     /// can't be converted, `target` is empty and the answer false: nothing of a partly converted
     /// text is handed out. Exhausted memory passes through as `std::bad_alloc` and leaves `target`
-    /// empty.
+    /// empty. Beside what `target` has already, at most 2 bytes for each of UTF-8, and 4 for each
+    /// unit of UTF-16, are held at any time, the result's own included.
     static bool
     ConvertUTF8toUTF16(std::string const& source, std::u16string& target, ConversionMode mode);
     static bool
@@ -48,7 +49,8 @@ public:
     /// one of twice the capacity, though of no more than 2^31 - 1, takes its place; its content is
     /// not kept. With `*capacity` 0 (or below) `*buffer` is not looked at and never freed. Whatever
     /// the answer, `*buffer` belongs to the caller afterwards, who gives it to `free` or to another
-    /// call; where memory is exhausted it is null and `*capacity` 0. Nothing is thrown.
+    /// call; where memory is exhausted it is null and `*capacity` 0. Nothing is thrown. Two blocks
+    /// are never held at a time.
     static int ConvertUTF8toUTF16(unsigned char const* source,
                                   int length,
                                   char16_t** buffer,

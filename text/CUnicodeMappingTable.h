@@ -68,6 +68,7 @@ public:
         std::vector<CUnicodeCategoryTable*> const& categories);
 
     /// Whether any unit of the text has a mapping, deletion included. A length below 1 gives false.
+    /// Allocates nothing.
     bool HasMappableText(char16_t const* text, int length) const;
     bool HasMappableText(std::u16string const& text) const;
 
@@ -86,12 +87,14 @@ public:
                  int* offsets) const;
 
     /// Maps a whole text. `offsets` gets one value more than `target` has units. `source` must not
-    /// lie in `target`.
+    /// lie in `target`. Either of them begins with room for 1.1 times the source's length and
+    /// holds, if it has to grow beyond that, at most three times what its result takes.
     void MapText(char16_t const* source,
                  int sourceLength,
                  std::u16string& target,
                  std::vector<int>& offsets) const;
-    /// The two may be the same string.
+    /// The two may be the same string: then a copy of it is held meanwhile, and its former storage
+    /// beside room for twice its length. Otherwise `target` takes as much as above.
     void MapText(std::u16string const& source, std::u16string& target) const;
 
     /// Looks for `needle`, which has been mapped by this table, in raw `text` from `startPos` on,
@@ -99,6 +102,7 @@ public:
     /// and the like that the table deletes are in `matchLength` inside a hit, but not before or
     /// behind it. A hit covers whole raw units: "s" is not found in "ß". False leaves the results
     /// as they are. Where `needleLength` is 0, the first unit that has a mapping is the hit.
+    /// Allocates nothing.
     bool FindMappedText(char16_t const* text,
                         int textLength,
                         int startPos,

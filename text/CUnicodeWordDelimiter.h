@@ -61,8 +61,9 @@ public:
     ///
     /// Set the three numbers to 0 and empty `block` before the first call, and leave them alone
     /// until the walk is over: they are all of its state. Nothing is allocated once `block` has
-    /// grown to the longest word (beyond 64 KB of storage: with `setKeepAllocation(true)`); `block`
-    /// may be used for text after text.
+    /// grown to the longest word (beyond 64 KB of storage: with `setKeepAllocation(true)`), for
+    /// which at most 8 bytes for each of its units are held at a time; `block` may be used for text
+    /// after text.
     virtual bool GetNextMappedWordInRawText(char16_t const* text,
                                             unsigned int length,
                                             CUnicodeMappingTable& table,
