@@ -362,7 +362,7 @@ Block* Seen(Block* block)
 {
     static void* volatile sSeen;
     sSeen = block;
-    return block;
+    return static_cast<Block*>(sSeen);
 }
 
 TEST(PeakMemory, IsTheMostThatWasHeldAtAnyTime)
