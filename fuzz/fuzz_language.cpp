@@ -3,6 +3,7 @@
 // The first two bytes say how many of those that follow are the profile; the rest is the text.
 #include "testing/NaiveGrams.h"
 #include "text/LanguageGuesser.h"
+#include "text/simd/TextKernels.h"
 
 #include <algorithm>
 #include <cmath>
@@ -45,12 +46,34 @@ void Load(void* guesser, std::string const& bytes)
 
 void CheckCounts(UDM_LANGMAP const& map, std::string const& text)
 {
-    std::vector<int> expected(UDM_LM_BUCKETS);
-    for (auto const& [gram, count] : NaiveGrams(text))
-        expected[UdmCRC32(gram.data(), gram.size()) & UDM_LM_HASHMASK] += count;
-    for (int i = 0; i < UDM_LM_BUCKETS; ++i) {
-        Require(map.memb[i].count == expected[static_cast<size_t>(i)]);
-        Require(std::memchr(map.memb[i].str, 0, sizeof map.memb[i].str) != nullptr);
+    std::vector<UDM_LANGITEM> expected(UDM_LM_BUCKETS);
+    VisitNaiveGrams(text, [&](std::string const& gram) {
+        UDM_LANGITEM& item = expected[UdmCRC32(gram.data(), gram.size()) & UDM_LM_HASHMASK];
+        item = {item.count + 1, {}};
+        gram.copy(item.str, UDM_LM_MAXGRAM);
+    });
+    Require(std::memcmp(map.memb, expected.data(), sizeof map.memb) == 0);
+    auto const prepared = std::make_unique<UDM_LANGMAP>(map);
+    UdmPrepareLangMap(prepared.get());
+    Require(prepared->mean == map.mean && prepared->std == map.std);
+}
+
+// The same name and the same confidence at every level of instructions.
+void CheckLevels(void* guesser, std::vector<char> const& text)
+{
+    char const* language = nullptr;
+    float confidence = 0;
+    for (TextKernels const* const kernels : GetAllTextKernels()) {
+        StTextKernels const inUse(*kernels);
+        char const* found = nullptr;
+        float share = 0;
+        mguesserParseDataLen(guesser, text.data(), static_cast<long>(text.size()), &found, &share);
+        Require(std::isnan(share) || (share >= 0 && share <= 1));
+        bool const isFirst = kernels == &kPlainTextKernels;
+        Require(isFirst ||
+                (found == language && std::memcmp(&share, &confidence, sizeof share) == 0));
+        language = found;
+        confidence = share;
     }
 }
 
@@ -68,11 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
     void* const guesser = mguesserAlloc();
     Load(guesser, profile);
     Load(guesser, "Language: a\nCharset: b\na\t5\n" + profile);
-    char const* language = nullptr;
-    float confidence = 0;
-    mguesserParseDataLen(guesser, text.data(), static_cast<long>(text.size()), &language,
-                         &confidence);
-    Require(std::isnan(confidence) || (confidence >= 0 && confidence <= 1));
+    CheckLevels(guesser, text);
 
     auto const* const map =
         reinterpret_cast<UDM_LANGMAP const*>(static_cast<UDM_LANGMAPLIST*>(guesser) + 1);

@@ -1,33 +1,14 @@
 #include "text/CProfileScores.h"
 
 #include "text/LanguageGuesser.h"
+#include "text/TextProfile.h"
 
-#include <algorithm>
-#include <cstdint>
+#include <iterator>
 #include <new>
 
 namespace {
 
 constexpr size_t kLanes = std::size(SixteenFloats{}.mLanes);
-
-// The buckets that a text has n-grams in.
-struct Filled
-{
-    uint16_t mBuckets[UDM_LM_BUCKETS];
-    float mCounts[UDM_LM_BUCKETS];
-};
-
-size_t FindFilled(UDM_LANGMAP const& text, Filled& filled)
-{
-    size_t count = 0;
-    for (size_t bucket = 0; bucket < UDM_LM_BUCKETS; ++bucket) {
-        int const here = text.memb[bucket].count;
-        filled.mBuckets[count] = static_cast<uint16_t>(bucket);
-        filled.mCounts[count] = static_cast<float>(here);
-        count += here != 0;
-    }
-    return count;
-}
 
 std::unique_ptr<SixteenFloats[]> NewGroups(size_t count)
 {
@@ -62,17 +43,18 @@ bool CProfileScores::Fill(UDM_LANGMAP const* maps, size_t count)
     return true;
 }
 
-void CProfileScores::Score(UDM_LANGMAP const& text, float* scores, size_t stride)
+void CProfileScores::Score(UDM_LANGMAP const& text,
+                           TextCounts const& counts,
+                           float* scores,
+                           size_t stride)
 {
     if (static_cast<double>(text.std) < UDM_LM_LEASTSTD) {
         for (size_t i = 0; i < mCount; ++i)
             scores[i * stride] = 0;
         return;
     }
-    Filled filled;
-    size_t const count = FindFilled(text, filled);
-    GetTextKernels().mSumRows(mDeviations.get(), mGroups, {filled.mBuckets, filled.mCounts, count},
-                              mSums.get());
+    GetTextKernels().mSumRows(mDeviations.get(), mGroups,
+                              {counts.mBuckets, counts.mCounts, counts.mFilled}, mSums.get());
     for (size_t i = 0; i < mCount; ++i) {
         // The text's mean matters for the buckets too that it has nothing in.
         float const sum = mSums[i / kLanes].mLanes[i % kLanes] -

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 
+struct TextCounts;
 struct UDM_LANGMAP;
 
 /// What correlations need of the profiles, laid out so that a text reads nothing of a bucket that
@@ -20,10 +21,10 @@ public:
 
     size_t GetCount() const { return mCount; }
 
-    /// The correlation of profile `i` with `text` into `scores[i * stride]`, as `UdmCheckLangMap`
-    /// has it but for rounding (the last digits of a `float`). The rounding is the same on every
-    /// processor. One thread at a time.
-    void Score(UDM_LANGMAP const& text, float* scores, size_t stride);
+    /// The correlation of profile `i` with `text`, whose counts are `counts`, into
+    /// `scores[i * stride]`, as `UdmCheckLangMap` has it but for rounding (the last digits of a
+    /// `float`). The rounding is the same on every processor. One thread at a time.
+    void Score(UDM_LANGMAP const& text, TextCounts const& counts, float* scores, size_t stride);
 
 private:
     size_t mCount = 0;

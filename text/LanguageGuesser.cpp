@@ -1,6 +1,7 @@
 #include "text/LanguageGuesser.h"
 
 #include "text/CProfileScores.h"
+#include "text/TextProfile.h"
 
 #include <algorithm>
 #include <array>
@@ -133,7 +134,7 @@ bool IsAskedFor(char const* name, size_t stemLength, char const* languages)
     return std::strstr(languages, stem) != nullptr;
 }
 
-void ScoreAll(Guesser& guesser, UDM_MAPSTAT* stats)
+void ScoreAll(Guesser& guesser, TextCounts const& counts, UDM_MAPSTAT* stats)
 {
     UDM_LANGMAPLIST const& list = guesser.mList;
     for (size_t i = 0; i < list.nmaps; ++i)
@@ -141,19 +142,39 @@ void ScoreAll(Guesser& guesser, UDM_MAPSTAT* stats)
     bool const isHeld =
         guesser.mScores.GetCount() == list.nmaps || guesser.mScores.Fill(list.Map, list.nmaps);
     if (isHeld) {
-        guesser.mScores.Score(guesser.mText, &stats->hits, sizeof *stats / sizeof stats->hits);
+        guesser.mScores.Score(guesser.mText, counts, &stats->hits,
+                              sizeof *stats / sizeof stats->hits);
         return;
     }
     for (size_t i = 0; i < list.nmaps; ++i)
         stats[i].hits = UdmCheckLangMap(stats[i].map, &guesser.mText);
 }
 
+struct Ranking
+{
+    UDM_MAPSTAT const* mBest;
+    float mSecondScore;  // 0 where there is none
+};
+
+// Of equal scores the one comes first that was loaded first.
+Ranking RankingOf(UDM_MAPSTAT const* stats, size_t count)
+{
+    Ranking ranking{stats, 0};
+    for (UDM_MAPSTAT const* stat = stats + 1; stat < stats + count; ++stat) {
+        if (stat->hits > ranking.mBest->hits)
+            ranking = {stat, ranking.mBest->hits};
+        else
+            ranking.mSecondScore = std::max(ranking.mSecondScore, stat->hits);
+    }
+    return ranking;
+}
+
 // Kept on purpose: where no score is above 0 the share is 0/0.
-float ConfidenceOf(UDM_MAPSTAT const* sorted, size_t count)
+float ConfidenceOf(Ranking const& ranking, size_t count)
 {
     if (count == 1) return 1;
-    float const first = std::max(sorted[0].hits, 0.0f);
-    float const second = std::max(sorted[1].hits, 0.0f);
+    float const first = ranking.mBest->hits;
+    float const second = std::max(ranking.mSecondScore, 0.0f);
     return first > 0 ? 1 - second / first : std::numeric_limits<float>::quiet_NaN();
 }
 
@@ -272,16 +293,16 @@ void mguesserParseDataLen(
     std::memset(&guesser.mText, 0, sizeof guesser.mText);
     guesser.mText.maxngrams = kMaxGrams;
     if (length == -1) length = static_cast<long>(std::strlen(text));
-    UdmBuildLangMap(&guesser.mText, text, length);
-    UdmPrepareLangMap(&guesser.mText);
+    TextCounts counts;
+    MakeTextProfile(guesser.mText, text, length, counts);
 
     size_t const count = guesser.mList.nmaps;
     if (count == 0) return;
     std::unique_ptr<UDM_MAPSTAT[]> const stats(new (std::nothrow) UDM_MAPSTAT[count]);
     if (!stats) return;
-    ScoreAll(guesser, stats.get());
-    std::qsort(stats.get(), count, sizeof stats[0], statcmp);
-    if (language) *language = stats[0].map->lang;
-    if (confidence) *confidence = ConfidenceOf(stats.get(), count);
+    ScoreAll(guesser, counts, stats.get());
+    Ranking const ranking = RankingOf(stats.get(), count);
+    if (language) *language = ranking.mBest->map->lang;
+    if (confidence) *confidence = ConfidenceOf(ranking, count);
 }
 }

@@ -1,6 +1,7 @@
 #include "text/CProfileScores.h"
 
 #include "text/LanguageGuesser.h"
+#include "text/TextProfile.h"
 #include "text/simd/TextKernels.h"
 
 #include <gtest/gtest.h>
@@ -34,6 +35,18 @@ std::vector<UDM_LANGMAP> RandomProfiles(std::mt19937& random, size_t count)
         if (i % 7 != 6) FillAtRandom(maps[i], random, random() % 3 == 0 ? 9000 : random() % 4000);
     }
     return maps;
+}
+
+TextCounts CountsOf(UDM_LANGMAP const& map)
+{
+    TextCounts counts;
+    for (size_t bucket = 0; bucket < UDM_LM_BUCKETS; ++bucket) {
+        int const count = map.memb[bucket].count;
+        if (count == 0) continue;
+        counts.mBuckets[counts.mFilled] = static_cast<uint16_t>(bucket);
+        counts.mCounts[counts.mFilled++] = static_cast<float>(count);
+    }
+    return counts;
 }
 
 // A product and a sum, each rounded for itself whatever the processor has.
@@ -81,7 +94,7 @@ TEST(CProfileScores, AgreesWithTheComparisonOfTwo)
         auto const text = std::make_unique<UDM_LANGMAP>();
         for (int i = 0; i < 3; ++i) {
             std::vector<float> found(count * 2 + 1, 7);
-            scores.Score(*text, found.data(), 2);
+            scores.Score(*text, CountsOf(*text), found.data(), 2);
             for (size_t map = 0; map < count; ++map) {
                 EXPECT_NEAR(found[map * 2], UdmCheckLangMap(&maps[map], text.get()), 1e-5) << map;
                 EXPECT_EQ(found[map * 2 + 1], 7) << map;
@@ -104,15 +117,15 @@ TEST(CProfileScores, RoundsAlikeAtEveryLevel)
             while (bytes.size() < size)
                 bytes += static_cast<char>(random() % 256);
             auto const text = std::make_unique<UDM_LANGMAP>();
-            UdmBuildLangMap(text.get(), bytes.data(), static_cast<long>(size));
-            UdmPrepareLangMap(text.get());
+            TextCounts counts;
+            MakeTextProfile(*text, bytes.data(), static_cast<long>(size), counts);
             std::vector<float> expected;
             for (UDM_LANGMAP const& map : maps)
                 expected.push_back(PlainScore(map, *text));
             for (TextKernels const* const kernels : GetAllTextKernels()) {
                 StTextKernels const inUse(*kernels);
                 std::vector<float> found(count, 7);
-                scores.Score(*text, found.data(), 1);
+                scores.Score(*text, counts, found.data(), 1);
                 differing += !AreSame(found, expected);
             }
         }

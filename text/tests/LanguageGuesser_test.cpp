@@ -2,6 +2,7 @@
 
 #include "testing/NaiveGrams.h"
 #include "testing/StTempDir.h"
+#include "text/TextProfile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -272,6 +273,41 @@ TEST(LanguageGuesser, CountsNGramsOfAnyLength)
         }
     }
     EXPECT_EQ(differing, std::vector<size_t>());
+}
+
+TEST(LanguageGuesser, MakesProfilesAsBuildingAndPreparingDo)
+{
+    std::mt19937 random(380);
+
+    struct
+    {
+        char const* mWhat;
+        std::string mText;
+    } const cases[] = {
+        {"nothing", ""},
+        {"a byte", "a"},
+        {"words", kGerman},
+        {"many bytes", RandomBytes(random, 8000)},
+        // Two of its n-grams share a bucket: no sum of squares is known to be larger.
+        {"one byte as often as one stretch takes it", std::string(8191, '\xFF')},
+        {"one stretch", RandomText(random, 8192) + RandomText(random, 2000)},
+        {"three of them", RandomText(random, 20000)},
+        {"words, again and again", RandomText(random, 300) + std::string(7000, 'e')},
+    };
+
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.mWhat);
+        auto const expected = Prepared(c.mText);
+        auto const map = std::make_unique<UDM_LANGMAP>();
+        TextCounts counts;
+        MakeTextProfile(*map, c.mText.data(), static_cast<long>(c.mText.size()), counts);
+        EXPECT_EQ(std::memcmp(map.get(), expected.get(), sizeof *map), 0);
+        Counts listed(UDM_LM_BUCKETS);
+        for (size_t i = 0; i < counts.mFilled; ++i)
+            listed[counts.mBuckets[i]] = static_cast<int>(counts.mCounts[i]);
+        EXPECT_EQ(listed, CountsOf(*map));
+        EXPECT_TRUE(std::is_sorted(counts.mBuckets, counts.mBuckets + counts.mFilled));
+    }
 }
 
 TEST(LanguageGuesser, AddsUpOverCallsAndNotesTheLastNGram)
