@@ -16,6 +16,7 @@
 #include <langinfo.h>
 #include <locale.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 // What of GLib is called, loaded with the first preference that is asked for.
 namespace glib {
@@ -72,12 +73,12 @@ class CDateTimePlatformLinux final : public CBasicDateTimePlatform
 public:
     bool GetIntegerPreference(char const* domain, char const* key, long long& value) const override
     {
-        if (!glib::library.IsThere()) return false;
+        // Mostly there is no such file, for which no library has to be loaded.
+        std::string const path = PreferencesFile(domain);
+        if (access(path.c_str(), R_OK) != 0 || !glib::library.IsThere()) return false;
         std::unique_ptr<GKeyFile, FreeKeyFile> const file(glib::key_file_new());
-        if (!glib::key_file_load_from_file(file.get(), PreferencesFile(domain).c_str(),
-                                           G_KEY_FILE_NONE, nullptr)) {
+        if (!glib::key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_NONE, nullptr))
             return false;
-        }
         GError* error = nullptr;
         long long const found =
             glib::key_file_get_int64(file.get(), kPreferencesGroup, key, &error);
