@@ -49,6 +49,9 @@ TO_UTF8 = {"en": 15, "fr": 3.3, **each("ru el ar", 17), "zh": 7.5, "ja": 6.8, "k
 SHORT_INTO_BUFFER = {"short_mixed_lines": 5.5, "short_ascii_lines": 6}
 WORDS = {**each("en fr de", 2), **each("ru el ar ja ko", 5), "zh": 3}
 
+# How often a program's benchmarks are run, where they take long. Otherwise seven times.
+REPETITIONS = {"bench_compression": 3, "bench_linear": 3}
+
 UTF = [
     Work("UTF-8 to UTF-16 into a buffer", "bench_text", "utf8_to_utf16/buffer/loam/{text}", "GB/s",
          "utf8_to_utf16/buffer/icu/{text}", "ICU `u_strFromUTF8`", TEXTS, level="best", goal=TO_UTF16),
@@ -211,6 +214,27 @@ SYSTEM = [
          "TypePlainMap/real_time/threads:8", "`std::map` under a shared lock"),
 ]
 
+SIZES = [1 << 10, 16 << 10, 256 << 10, 4 << 20, 64 << 20]
+
+LINEAR = [
+    Work(f"1 KB to 64 MB: {name}", "bench_linear", f"linear/{ours}/{{size}}", "ns/byte", sizes=SIZES, level=level)
+    for name, ours, level in [
+        ("UTF-8 to UTF-16", "utf8_to_utf16", "best"),
+        ("UTF-16 to UTF-8", "utf16_to_utf8", "best"),
+        ("`MapText`", "map_text", "best"),
+        ("`MapText` with offsets", "map_text_offsets", "best"),
+        ("`FindMappedText`", "find_mapped_text", "best"),
+        ("`HasMappableText`", "has_mappable", "best"),
+        ("mapped word walk", "words", "best"),
+        ("search for a category", "categories", "best"),
+        ("Base64", "base64", "best"),
+        ("from Base64", "base64_decoded", "best"),
+        ("byte order of UTF-16", "sniff_utf16", "best"),
+        ("escapes of ISO 2022", "sniff_iso_2022", ""),
+        ("language", "language", "best"),
+    ]
+]
+
 WORKS: Sequence[Work] = [
-    *UTF, *TEXT, *CHARSETS, *CHARSET_TESTS, *LANGUAGE, *SECURITY, *COMPRESSION, *FILES, *SYSTEM,
+    *UTF, *TEXT, *CHARSETS, *CHARSET_TESTS, *LANGUAGE, *LINEAR, *SECURITY, *COMPRESSION, *FILES, *SYSTEM,
 ]

@@ -21,7 +21,7 @@ import time
 from pathlib import Path
 from typing import Dict, List, NamedTuple, Optional
 
-from rows import TEXT_NAMES, WORKS, Work
+from rows import REPETITIONS, TEXT_NAMES, WORKS, Work
 
 BEGIN = "<!-- benchmarks/run.sh writes from here -->"
 END = "<!-- to here -->"
@@ -173,7 +173,7 @@ def run_program(build: Path, program: str, names: List[str], options: List[str],
     return json.loads(report.read_text(encoding="utf-8"))
 
 
-def measure(rows: List[Row], build: Path, options: List[str], core: Optional[int]) -> Figures:
+def measure(rows: List[Row], build: Path, repetitions: int, options: List[str], core: Optional[int]) -> Figures:
     figures = Figures()
     groups: Dict[tuple, List[str]] = {}
     for row in rows:
@@ -181,7 +181,9 @@ def measure(rows: List[Row], build: Path, options: List[str], core: Optional[int
         names += [name for name in [*row.ours, row.peer] if name and name not in names]
     for (program, all_cores), names in groups.items():
         start = time.monotonic()
-        figures.add(program, run_program(build, program, names, options, None if all_cores else core))
+        often = min(repetitions, REPETITIONS.get(program, repetitions))
+        report = run_program(build, program, names, [*options, f"--benchmark_repetitions={often}"], None if all_cores else core)
+        figures.add(program, report)
         print(f"  {program}: {len(names)} benchmarks, {time.monotonic() - start:.0f} s", file=sys.stderr, flush=True)
     return figures
 
@@ -336,14 +338,11 @@ def make_table(arguments: argparse.Namespace) -> None:
     load = busy(2)
     core = core_to_use(arguments.core)
     repetitions, seconds = (2, 0.005) if arguments.quick else (7, 0.03)
-    options = [
-        f"--benchmark_repetitions={repetitions}", f"--benchmark_min_time={seconds}",
-        "--benchmark_enable_random_interleaving=true",
-    ]
+    options = [f"--benchmark_min_time={seconds}", "--benchmark_enable_random_interleaving=true"]
     context = run_program(build, "bench_utf_levels", ["utf8_to_utf16/en/plain"], ["--benchmark_min_time=0.001"], core)["context"]
     levels = context["levels"].split(", ")
     rows = [row for row in rows if is_here(row, levels)]
-    figures = measure(rows, build, options, core)
+    figures = measure(rows, build, repetitions, options, core)
     results = [measured(row, figures, levels) for row in rows]
     machine = describe(build, {**context, **figures.context}, core, load, arguments.quick)
     table = markdown(results, machine)
