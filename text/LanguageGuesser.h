@@ -89,8 +89,10 @@ void mguesserUnloadDefinitions(void* handle);
 /// 1 - second score / first score, with a negative score taken for 0: 0 without profiles, 1 with
 /// one, and NaN where no score is above 0, as for an empty text.
 ///
-/// The profiles are taken over by the first text after each load; what is changed in `Map` later
-/// has no effect.
+/// The profiles are taken over by the first text after each load, which takes some 20 us a profile
+/// longer; what is changed in `Map` later has no effect. A profile has 64 KB, and 16 KB more from
+/// then on. Meanwhile, 16 bytes a profile are held on the heap and 50 KB on the stack, however long
+/// the text is.
 void mguesserParseDataLen(
     void* handle, char const* text, long length, char const** language, float* confidence);
 
