@@ -1,13 +1,6 @@
 #include "security/Base64Kernels.h"
 
-#if defined(__aarch64__)
-#include <arm_neon.h>
-#endif
-
-#if defined(__x86_64__)
-/// Those of Base64KernelsX86.cpp that this processor can run, slowest first.
-std::vector<Base64Kernels> GetX86Base64Kernels();
-#endif
+#include "foundation/ProcessorFeatures.h"
 
 namespace {
 
@@ -20,62 +13,62 @@ unsigned int ValueOf(char character)
     return kValues[static_cast<unsigned char>(character)];
 }
 
-#if defined(__aarch64__)
-
-// 48 bytes and 64 characters at a time: the loads and stores of every third byte and every fourth
-// character do the sorting.
-
-uint8x16x4_t LoadTable(std::uint8_t const* from)
+// The last one or two bytes, with padding.
+void EncodeRest(unsigned char const* in, std::size_t size, char* out)
 {
-    return {vld1q_u8(from), vld1q_u8(from + 16), vld1q_u8(from + 32), vld1q_u8(from + 48)};
+    unsigned int const a = in[0];
+    unsigned int const b = size < 2 ? 0U : in[1];
+    out[0] = cEncodingTable[a >> 2];
+    out[1] = cEncodingTable[(a & 3) << 4 | b >> 4];
+    out[2] = cEncodingTable[size < 2 ? kBase64Padding : (b & 15) << 2];
+    out[3] = cEncodingTable[kBase64Padding];
 }
 
-void EncodeNEON(unsigned char const* in, std::size_t size, char* out)
+// A group whose last one or two characters are padding; false if it has a bad one.
+bool DecodePadded(char const* in, std::size_t padding, unsigned char* out)
 {
-    uint8x16x4_t const alphabet = LoadTable(reinterpret_cast<std::uint8_t const*>(cEncodingTable));
-    uint8x16_t const six = vdupq_n_u8(0x3F);
-    for (; size >= 48; in += 48, size -= 48, out += 64) {
-        uint8x16x3_t const bytes = vld3q_u8(in);
-        uint8x16_t const a = bytes.val[0];
-        uint8x16_t const b = bytes.val[1];
-        uint8x16_t const c = bytes.val[2];
-        uint8x16_t const p = vshrq_n_u8(a, 2);
-        uint8x16_t const q = vandq_u8(vsliq_n_u8(vshrq_n_u8(b, 4), a, 4), six);
-        uint8x16_t const r = vandq_u8(vsliq_n_u8(vshrq_n_u8(c, 6), b, 2), six);
-        uint8x16_t const s = vandq_u8(c, six);
-        uint8x16x4_t const text = {vqtbl4q_u8(alphabet, p), vqtbl4q_u8(alphabet, q),
-                                   vqtbl4q_u8(alphabet, r), vqtbl4q_u8(alphabet, s)};
-        vst4q_u8(reinterpret_cast<std::uint8_t*>(out), text);
-    }
-    EncodeBase64Plain(in, size, out);
+    unsigned int const p = ValueOf(in[0]);
+    unsigned int const q = ValueOf(in[1]);
+    unsigned int const r = padding == 2 ? 0U : ValueOf(in[2]);
+    if ((p | q | r) >= kBad) return false;
+    unsigned char group[3];
+    JoinBase64(p, q, r, 0, group);
+    std::copy_n(group, 3 - padding, out);
+    return true;
 }
 
-// The look-up leaves bytes beyond a table as they are: those from 0x80 on keep their highest bit.
-uint8x16_t ValuesOf(uint8x16x4_t low, uint8x16x4_t high, uint8x16_t text)
-{
-    uint8x16_t const upper = veorq_u8(text, vdupq_n_u8(0x40));
-    return vqtbx4q_u8(vqtbx4q_u8(text, low, text), high, upper);
-}
-
-std::size_t DecodeNEON(char const* in, std::size_t size, unsigned char* out)
-{
-    uint8x16x4_t const low = LoadTable(kValues.data());
-    uint8x16x4_t const high = LoadTable(kValues.data() + 64);
-    std::size_t done = 0;
-    for (; size - done >= 64; done += 64, out += 48) {
-        uint8x16x4_t const text = vld4q_u8(reinterpret_cast<std::uint8_t const*>(in) + done);
-        uint8x16_t const p = ValuesOf(low, high, text.val[0]);
-        uint8x16_t const q = ValuesOf(low, high, text.val[1]);
-        uint8x16_t const r = ValuesOf(low, high, text.val[2]);
-        uint8x16_t const s = ValuesOf(low, high, text.val[3]);
-        if (vmaxvq_u8(vorrq_u8(vorrq_u8(p, q), vorrq_u8(r, s))) >= 0x40) break;
-        uint8x16x3_t const bytes = {vsliq_n_u8(vshrq_n_u8(q, 4), p, 2),
-                                    vsliq_n_u8(vshrq_n_u8(r, 2), q, 4), vsliq_n_u8(s, r, 6)};
-        vst3q_u8(out, bytes);
-    }
-    return done + DecodeBase64Plain(in + done, size - done, out);
-}
-
+constexpr Base64Kernels kPlain = {
+    .mName = "plain",
+    .mEncode = EncodeBase64Plain,
+    .mDecode = DecodeBase64Plain,
+    .mDecodeLines = DecodeBase64LinesBy<DecodeBase64Plain>,
+};
+#if defined(__x86_64__)
+constexpr Base64Kernels kSSSE3 = {
+    .mName = "SSSE3",
+    .mEncode = EncodeBase64SSSE3,
+    .mDecode = DecodeBase64SSSE3,
+    .mDecodeLines = DecodeBase64LinesBy<DecodeBase64SSSE3>,
+};
+constexpr Base64Kernels kAVX2 = {
+    .mName = "AVX2",
+    .mEncode = EncodeBase64AVX2,
+    .mDecode = DecodeBase64AVX2,
+    .mDecodeLines = DecodeBase64LinesBy<DecodeBase64AVX2>,
+};
+constexpr Base64Kernels kAVX512 = {
+    .mName = "AVX-512 VBMI2",
+    .mEncode = EncodeBase64AVX512,
+    .mDecode = DecodeBase64AVX512,
+    .mDecodeLines = DecodeBase64LinesAVX512,
+};
+#elif defined(__aarch64__)
+constexpr Base64Kernels kNEON = {
+    .mName = "NEON",
+    .mEncode = EncodeBase64NEON,
+    .mDecode = DecodeBase64NEON,
+    .mDecodeLines = DecodeBase64LinesBy<DecodeBase64NEON>,
+};
 #endif
 
 }  // namespace
@@ -89,36 +82,46 @@ void EncodeBase64Plain(unsigned char const* in, std::size_t size, char* out)
         out[2] = cEncodingTable[bits >> 6 & 0x3F];
         out[3] = cEncodingTable[bits & 0x3F];
     }
+    if (size != 0) EncodeRest(in, size, out);
 }
 
-std::size_t DecodeBase64Plain(char const* in, std::size_t size, unsigned char* out)
+std::size_t
+DecodeBase64Plain(char const* in, std::size_t size, std::size_t padding, unsigned char* out)
 {
+    std::size_t const unpadded = (size - padding) & ~std::size_t{3};
     std::size_t done = 0;
-    for (; size - done >= 4; done += 4, out += 3) {
+    for (; done < unpadded; done += 4, out += 3) {
         unsigned int const p = ValueOf(in[done]);
         unsigned int const q = ValueOf(in[done + 1]);
         unsigned int const r = ValueOf(in[done + 2]);
         unsigned int const s = ValueOf(in[done + 3]);
-        if ((p | q | r | s) >= kBad) break;
+        if ((p | q | r | s) >= kBad) return done;
         JoinBase64(p, q, r, s, out);
     }
+    if (done < size && DecodePadded(in + done, padding, out)) done += 4;
     return done;
 }
 
-std::vector<Base64Kernels> GetAllBase64Kernels()
+std::vector<Base64Kernels const*> GetAllBase64Kernels()
 {
-    std::vector<Base64Kernels> all{{"plain", EncodeBase64Plain, DecodeBase64Plain}};
+    std::vector<Base64Kernels const*> all{&kPlain};
 #if defined(__x86_64__)
-    for (Base64Kernels const& kernels : GetX86Base64Kernels())
-        all.push_back(kernels);
+    ProcessorFeatures const& has = GetProcessorFeatures();
+    if (has.mSSSE3) all.push_back(&kSSSE3);
+    if (has.mAVX2) all.push_back(&kAVX2);
+    if (has.mVBMI2) all.push_back(&kAVX512);
 #elif defined(__aarch64__)
-    all.push_back({"NEON", EncodeNEON, DecodeNEON});
+    all.push_back(&kNEON);
 #endif
     return all;
 }
 
-Base64Kernels const& GetBase64Kernels()
+std::atomic<Base64Kernels const*> sBase64KernelsInUse{nullptr};
+
+Base64Kernels const& ChooseBase64Kernels()
 {
-    static Base64Kernels const sKernels = GetAllBase64Kernels().back();
-    return sKernels;
+    Base64Kernels const* const fastest = GetAllBase64Kernels().back();
+    // Every thread comes to the same choice. One that a guard has made meanwhile stays.
+    Base64Kernels const* inUse = nullptr;
+    return sBase64KernelsInUse.compare_exchange_strong(inUse, fastest) ? *fastest : *inUse;
 }

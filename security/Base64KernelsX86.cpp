@@ -1,24 +1,15 @@
 #include "security/Base64Kernels.h"
 
-#include "foundation/ProcessorFeatures.h"
-
 #if defined(__x86_64__)
 
 #include <bit>
-#include <cstring>
 
 #include <immintrin.h>
 
 #define LOAM_SSSE3 __attribute__((target("ssse3")))
 #define LOAM_AVX2 __attribute__((target("avx2")))
-#define LOAM_VBMI __attribute__((target("avx512f,avx512bw,avx512vbmi,bmi2,prfchw")))
-
-std::vector<Base64Kernels> GetX86Base64Kernels();
 
 namespace {
-
-// ------------------------------------------------------------------------------------------------
-// SSSE3: 12 bytes, 16 characters at a time.
 
 // The 6 bits of each character into a byte of their own: each lane of 32 bits has been given the
 // bytes b a c b of a group, and two multiplications shift four fields at once.
@@ -43,17 +34,6 @@ LOAM_SSSE3 inline __m128i ToText(__m128i values)
     return _mm_add_epi8(values, _mm_shuffle_epi8(distances, range));
 }
 
-LOAM_SSSE3 void EncodeSSSE3(unsigned char const* in, std::size_t size, char* out)
-{
-    __m128i const order = _mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10);
-    for (; size >= 16; in += 12, size -= 12, out += 16) {
-        __m128i const bytes = _mm_loadu_si128(reinterpret_cast<__m128i const*>(in));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out),
-                         ToText(Split(_mm_shuffle_epi8(bytes, order))));
-    }
-    EncodeBase64Plain(in, size, out);
-}
-
 // What tells characters apart: the tables by the low and the high half of a byte have no bit in
 // common for the alphabet alone. The third holds the distances back to values by the high half,
 // with "/" on the place before.
@@ -74,12 +54,32 @@ inline std::size_t WholeGroups(std::uint64_t bad)
     return static_cast<std::size_t>(std::countr_zero(bad)) & ~std::size_t{3};
 }
 
-LOAM_SSSE3 std::size_t DecodeSSSE3(char const* in, std::size_t size, unsigned char* out)
+LOAM_AVX2 inline __m256i Twice(__m128i half)
+{
+    return _mm256_broadcastsi128_si256(half);
+}
+
+}  // namespace
+
+// 12 bytes, 16 characters at a time.
+LOAM_SSSE3 void EncodeBase64SSSE3(unsigned char const* in, std::size_t size, char* out)
+{
+    __m128i const order = _mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10);
+    for (; size >= 16; in += 12, size -= 12, out += 16) {
+        __m128i const bytes = _mm_loadu_si128(reinterpret_cast<__m128i const*>(in));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out),
+                         ToText(Split(_mm_shuffle_epi8(bytes, order))));
+    }
+    EncodeBase64Plain(in, size, out);
+}
+
+LOAM_SSSE3 std::size_t
+DecodeBase64SSSE3(char const* in, std::size_t size, std::size_t padding, unsigned char* out)
 {
     __m128i const slash = _mm_set1_epi8('/');
     __m128i const order = _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
     std::size_t done = 0;
-    // 16 bytes are written where 12 are meant.
+    // 16 bytes are written where 12 are meant, and two of those that follow can be missing.
     for (; size - done >= 24; done += 16, out += 12) {
         __m128i const text = _mm_loadu_si128(reinterpret_cast<__m128i const*>(in + done));
         // The look-up minds bits 0 to 3 and 7, which stays clear.
@@ -96,18 +96,11 @@ LOAM_SSSE3 std::size_t DecodeSSSE3(char const* in, std::size_t size, unsigned ch
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_shuffle_epi8(groups, order));
         if (bad != 0) return done + WholeGroups(bad);
     }
-    return done + DecodeBase64Plain(in + done, size - done, out);
+    return done + DecodeBase64Plain(in + done, size - done, padding, out);
 }
 
-// ------------------------------------------------------------------------------------------------
-// AVX2: the same for 24 bytes, 32 characters.
-
-LOAM_AVX2 inline __m256i Twice(__m128i half)
-{
-    return _mm256_broadcastsi128_si256(half);
-}
-
-LOAM_AVX2 void EncodeAVX2(unsigned char const* in, std::size_t size, char* out)
+// The same for 24 bytes, 32 characters.
+LOAM_AVX2 void EncodeBase64AVX2(unsigned char const* in, std::size_t size, char* out)
 {
     __m256i const order = Twice(_mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10));
     __m256i const distances =
@@ -128,10 +121,11 @@ LOAM_AVX2 void EncodeAVX2(unsigned char const* in, std::size_t size, char* out)
         __m256i const text = _mm256_add_epi8(values, _mm256_shuffle_epi8(distances, range));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), text);
     }
-    EncodeSSSE3(in, size, out);
+    EncodeBase64SSSE3(in, size, out);
 }
 
-LOAM_AVX2 std::size_t DecodeAVX2(char const* in, std::size_t size, unsigned char* out)
+LOAM_AVX2 std::size_t
+DecodeBase64AVX2(char const* in, std::size_t size, std::size_t padding, unsigned char* out)
 {
     __m256i const slash = _mm256_set1_epi8('/');
     __m256i const lowHalf = Twice(Table(kLowHalf));
@@ -141,7 +135,7 @@ LOAM_AVX2 std::size_t DecodeAVX2(char const* in, std::size_t size, unsigned char
         Twice(_mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
     std::size_t done = 0;
     // 32 bytes are written where 24 are meant.
-    for (; size - done >= 44; done += 32, out += 24) {
+    for (; size - done >= 48; done += 32, out += 24) {
         __m256i const text = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(in + done));
         __m256i const high = _mm256_and_si256(_mm256_srli_epi32(text, 4), slash);
         __m256i const low = _mm256_and_si256(text, slash);
@@ -158,153 +152,7 @@ LOAM_AVX2 std::size_t DecodeAVX2(char const* in, std::size_t size, unsigned char
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), bytes);
         if (bad != 0) return done + WholeGroups(bad);
     }
-    return done + DecodeSSSE3(in + done, size - done, out);
-}
-
-// ------------------------------------------------------------------------------------------------
-// AVX-512 VBMI: 48 bytes, 64 characters; what is left over at the end goes through masks.
-
-struct Order
-{
-    std::uint8_t mPlaces[64];
-};
-
-// The bytes b a c b of each group.
-constexpr Order kSplitOrder = [] {
-    Order order{};
-    for (int i = 0; i < 16; ++i) {
-        constexpr int kInGroup[4] = {1, 0, 2, 1};
-        for (int k = 0; k < 4; ++k)
-            order.mPlaces[4 * i + k] = static_cast<std::uint8_t>(3 * i + kInGroup[k]);
-    }
-    return order;
-}();
-
-// The lower three bytes of each group, highest first.
-constexpr Order kJoinOrder = [] {
-    Order order{};
-    for (int i = 0; i < 48; ++i)
-        order.mPlaces[i] = static_cast<std::uint8_t>(i / 3 * 4 + 2 - i % 3);
-    return order;
-}();
-
-constexpr auto kValues = MakeBase64Values(0x80);
-
-LOAM_VBMI inline __m512i Load(void const* from)
-{
-    return _mm512_loadu_si512(from);
-}
-
-// The forms with a mask, here of all bytes: in g++ 12 the plain ones read a register that was never
-// set, and warn.
-constexpr __mmask64 kAll = ~__mmask64{0};
-
-LOAM_VBMI inline __m512i Permute(__m512i order, __m512i bytes)
-{
-    return _mm512_maskz_permutexvar_epi8(kAll, order, bytes);
-}
-
-LOAM_VBMI inline __m512i MultiShift(__m512i shifts, __m512i groups)
-{
-    return _mm512_maskz_multishift_epi64_epi8(kAll, shifts, groups);
-}
-
-constexpr std::uint64_t LowBits(std::size_t count)
-{
-    return count >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
-}
-
-// Fetches the line that is written some vectors later; beyond the end it does no harm.
-LOAM_VBMI inline void PrefetchForWriting(void const* out)
-{
-    _mm_prefetch(static_cast<char const*>(out) + 512, _MM_HINT_ET0);
-}
-
-LOAM_VBMI inline __m512i EncodeVector(__m512i bytes, __m512i order, __m512i alphabet)
-{
-    __m512i const groups = Permute(order, bytes);
-    __m512i const shifts = _mm512_set1_epi64(0x3036242A1016040A);
-    return Permute(MultiShift(shifts, groups), alphabet);
-}
-
-// Encodes up to 48 bytes.
-LOAM_VBMI inline void
-EncodePart(unsigned char const* in, std::size_t size, char* out, __m512i order, __m512i alphabet)
-{
-    __m512i const bytes = _mm512_maskz_loadu_epi8(LowBits(size), in);
-    _mm512_mask_storeu_epi8(out, LowBits(size / 3 * 4), EncodeVector(bytes, order, alphabet));
-}
-
-LOAM_VBMI void EncodeVBMI(unsigned char const* in, std::size_t size, char* out)
-{
-    __m512i const order = Load(kSplitOrder.mPlaces);
-    __m512i const alphabet = Load(cEncodingTable);
-    for (; size >= 64; in += 48, size -= 48, out += 64) {
-        PrefetchForWriting(out);
-        _mm512_storeu_si512(out, EncodeVector(Load(in), order, alphabet));
-    }
-    for (; size > 48; in += 48, size -= 48, out += 64)
-        EncodePart(in, 48, out, order, alphabet);
-    if (size > 0) EncodePart(in, size, out, order, alphabet);
-}
-
-// The bytes of 64 characters, and in `bad` which of these aren't of the alphabet.
-LOAM_VBMI inline __m512i DecodeVector(__m512i text, std::uint64_t* bad)
-{
-    __m512i const values =
-        _mm512_permutex2var_epi8(Load(kValues.data()), text, Load(kValues.data() + 64));
-    *bad = _mm512_movepi8_mask(_mm512_or_si512(values, text));
-    __m512i const pairs = _mm512_maddubs_epi16(values, _mm512_set1_epi32(0x01400140));
-    __m512i const groups = _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000));
-    return Permute(Load(kJoinOrder.mPlaces), groups);
-}
-
-// g++ would load again what is needed twice, and text mostly lies across two cache lines.
-LOAM_VBMI inline __m512i LoadOnce(void const* from)
-{
-    __m512i vector = Load(from);
-    asm("" : "+v"(vector));
-    return vector;
-}
-
-// Where all is good, which branches foresee, the answer doesn't wait for the characters: the next
-// line is begun before this one is done.
-LOAM_VBMI std::size_t DecodeVBMI(char const* in, std::size_t size, unsigned char* out)
-{
-    std::uint64_t bad = 0;
-    std::size_t done = 0;
-    for (; size - done >= 64; done += 64, out += 48) {
-        PrefetchForWriting(out);
-        __m512i const bytes = DecodeVector(LoadOnce(in + done), &bad);
-        if (bad != 0) {
-            std::size_t const good = WholeGroups(bad);
-            _mm512_mask_storeu_epi8(out, LowBits(good / 4 * 3), bytes);
-            return done + good;
-        }
-        _mm512_mask_storeu_epi8(out, LowBits(48), bytes);
-    }
-    std::size_t const left = (size - done) & ~std::size_t{3};
-    if (left == 0) return done;
-    __m512i const bytes = DecodeVector(_mm512_maskz_loadu_epi8(LowBits(left), in + done), &bad);
-    if ((bad & LowBits(left)) == 0) {
-        _mm512_mask_storeu_epi8(out, LowBits(left / 4 * 3), bytes);
-        return done + left;
-    }
-    std::size_t const good = WholeGroups(bad);
-    _mm512_mask_storeu_epi8(out, LowBits(good / 4 * 3), bytes);
-    return done + good;
-}
-
-}  // namespace
-
-std::vector<Base64Kernels> GetX86Base64Kernels()
-{
-    ProcessorFeatures const& has = GetProcessorFeatures();
-    std::vector<Base64Kernels> all;
-    if (has.mSSSE3) all.push_back({"SSSE3", EncodeSSSE3, DecodeSSSE3});
-    if (has.mAVX2) all.push_back({"AVX2", EncodeAVX2, DecodeAVX2});
-    if (has.mVBMI) all.push_back({"AVX-512 VBMI", EncodeVBMI, DecodeVBMI});
-    return all;
+    return done + DecodeBase64SSSE3(in + done, size - done, padding, out);
 }
 
 #endif

@@ -20,25 +20,75 @@ unsigned int ValueOf(char character)
     return cDecodingTable[static_cast<unsigned char>(character)];
 }
 
-bool IsBlank(char character)
-{
-    return character == ' ' || character == '\t' || character == '\r' || character == '\n';
-}
-
 std::size_t EncodedSize(std::size_t size)
 {
     return (size + 2) / 3 * 4;
 }
 
-// Encodes `size` bytes to `EncodedSize(size)` characters, and answers the end of them.
-char* EncodeRun(unsigned char const* in, std::size_t size, char* out)
+// How many characters of padding end a text.
+std::size_t PaddingOf(char const* text, std::size_t size)
 {
-    std::size_t const whole = size / 3 * 3;
-    GetBase64Kernels().mEncode(in, whole, out);
-    out += whole / 3 * 4;
-    if (whole == size) return out;
-    CBase64Encoder::Encode(in + whole, out, static_cast<short>(size - whole));
-    return out + 4;
+    if (size % 4 != 0 || size == 0 || text[size - 1] != '=') return 0;
+    return text[size - 2] == '=' ? 2 : 1;
+}
+
+void EncodeLines(memblock const& in, memblock* out)
+{
+    std::size_t left = in.size();
+    std::size_t const characters = EncodedSize(left);
+    std::size_t const fullLines = characters / kLineCharacters;
+    out->resize(characters + 2 * fullLines);
+    auto* const encode = GetBase64Kernels().mEncode;
+    unsigned char const* from = BytesOf(in.data());
+    char* to = out->data();
+    for (std::size_t line = 0; line < fullLines; ++line) {
+        // Padding can fill the last line too.
+        std::size_t const size = std::min(left, kLineBytes);
+        encode(from, size, to);
+        to += EncodedSize(size);
+        *to++ = '\r';
+        *to++ = '\n';
+        from += size;
+        left -= size;
+    }
+    encode(from, left, to);
+}
+
+// Goes on behind what a run has `done`. What is special comes first: white space, then a group that
+// can have anything in it. Padding at the end may have no room, so runs end in front of it. Not
+// inlined: a text without any of that is short of work even for the frame.
+[[gnu::noinline]] Base64Run DecodeRest(Base64Kernels const& kernels,
+                                       char const* in,
+                                       std::size_t size,
+                                       Base64Run done,
+                                       unsigned char* out)
+{
+    std::size_t const end = PaddingOf(in, size) == 0 ? size : size - 4;
+    std::size_t position = done.mRead;
+    while (true) {
+        if (position < end && IsBase64Space(in[position])) {
+            unsigned char* const to = out + done.mWritten;
+            Base64Run const run = kernels.mDecodeLines(in + position, end - position, to);
+            if (run.mRead != 0) done = {position + run.mRead, done.mWritten + run.mWritten};
+            position += run.mRead;
+        }
+        while (position < size && IsBase64Space(in[position]))
+            ++position;
+        if (size - position < 4) return done;
+
+        short count = 0;
+        unsigned char group[3];
+        CBase64Encoder::Decode(in + position, group, &count);
+        std::copy_n(group, count, out + done.mWritten);
+        position += 4;
+        done = {position, done.mWritten + static_cast<std::size_t>(count)};
+        if (position >= end) continue;
+        unsigned char* const to = out + done.mWritten;
+        std::size_t const whole = (end - position) & ~std::size_t{3};
+        std::size_t const run = kernels.mDecode(in + position, whole, 0, to);
+        position += run;
+        done = {position, done.mWritten + run / 4 * 3};
+    }
 }
 
 }  // namespace
@@ -64,66 +114,35 @@ void CBase64Encoder::Decode(char const* in, unsigned char* out, short* count)
 
 void CBase64Encoder::Encode(memblock const& in, memblock* out, bool lineBreaks)
 {
-    std::size_t left = in.size();
-    std::size_t const characters = EncodedSize(left);
-    std::size_t const fullLines = lineBreaks ? characters / kLineCharacters : 0;
-    out->resize(characters + 2 * fullLines);
-    if (left == 0) return;
-
-    unsigned char const* from = BytesOf(in.data());
-    char* to = out->data();
-    for (std::size_t line = 0; line < fullLines; ++line) {
-        // Padding can fill the last line too.
-        std::size_t const size = std::min(left, kLineBytes);
-        to = EncodeRun(from, size, to);
-        *to++ = '\r';
-        *to++ = '\n';
-        from += size;
-        left -= size;
-    }
-    EncodeRun(from, left, to);
+    if (lineBreaks) return EncodeLines(in, out);
+    std::size_t const size = in.size();
+    out->resize(EncodedSize(size));
+    GetBase64Kernels().mEncode(BytesOf(in.data()), size, out->data());
 }
 
 void CBase64Encoder::Decode(memblock const& in, memblock* out, unsigned long* consumed)
 {
     std::size_t const size = in.size();
-    out->resize(size / 4 * 3);
+    std::size_t const whole = size & ~std::size_t{3};
     char const* const from = in.data();
+    std::size_t const padding = PaddingOf(from, size);
+    std::size_t const room = size / 4 * 3 - padding;
+    out->resize(room);
     auto* const to = reinterpret_cast<unsigned char*>(out->data());
     Base64Kernels const& kernels = GetBase64Kernels();
-    std::size_t position = 0;
-    std::size_t decoded = 0;  // behind the last group
-    std::size_t written = 0;
-    // A run ends in front of padding, and mostly is as long as the line before it. Where that holds
-    // the next step doesn't wait for the outcome of this one.
-    std::size_t line = size >= 4 && from[size - 1] == '=' ? size - 4 : size;
-    while (size - position >= 4) {
-        // Runs of the alphabet, then white space or a group that can have anything else in it.
-        std::size_t const expected = std::min(line, size - position);
-        std::size_t const run = kernels.mDecode(from + position, expected, to + written);
-        position += run;
-        written += run / 4 * 3;
-        decoded = position;
-        while (position < size && IsBlank(from[position]))
-            ++position;
-        bool const isLine = position != decoded;
-        line = isLine && run != 0 ? run : size;
-        if (isLine || size - position < 4) continue;
-
-        short count = 0;
-        Decode(from + position, to + written, &count);
-        position += 4;
-        decoded = position;
-        written += static_cast<std::size_t>(count);
+    Base64Run done{kernels.mDecode(from, whole, padding, to), room};
+    if (done.mRead != whole) {
+        done.mWritten = done.mRead / 4 * 3;
+        done = DecodeRest(kernels, from, size, done, to);
+        out->resize(done.mWritten);
     }
-    out->resize(written);
-    if (consumed) *consumed = decoded;
+    if (consumed) *consumed = done.mRead;
 }
 
 void CBase64Encoder::EncodeHeaderStr(std::string const& in, std::string* out)
 {
     out->resize(EncodedSize(in.size()));
-    EncodeRun(BytesOf(in.data()), in.size(), out->data());
+    GetBase64Kernels().mEncode(BytesOf(in.data()), in.size(), out->data());
 }
 
 void CBase64Encoder::DecodeHeaderStr(std::string const& in, std::string* out)
@@ -136,7 +155,8 @@ void CBase64Encoder::DecodeHeaderStr(std::string const& in, std::string* out)
     int filled = 0;
     for (std::size_t i = 0; i < in.size(); ++i) {
         if (filled == 0) {
-            std::size_t const run = kernels.mDecode(in.data() + i, in.size() - i, to);
+            std::size_t const whole = (in.size() - i) & ~std::size_t{3};
+            std::size_t const run = kernels.mDecode(in.data() + i, whole, 0, to);
             i += run;
             to += run / 4 * 3;
             if (run != 0) {

@@ -3,9 +3,13 @@
 #include "marl/memblock.h"
 #include "security/Base64Kernels.h"
 #include "testing/NaiveBase64.h"
+#include "testing/StFencedMemory.h"
 
+#include <algorithm>
 #include <cstring>
+#include <functional>
 #include <random>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -63,29 +67,110 @@ std::string RandomBytes(std::size_t size)
     return bytes;
 }
 
-// All that a kernel reads lies in a block of its own size, so that sanitizers see a step beyond;
-// behind what it writes stands a guard.
-constexpr std::size_t kGuard = 64;
-
-std::string EncodeBy(Base64Kernels const& kernels, std::string const& bytes)
+// Once by each set of loops.
+void AtEveryLevel(std::function<void()> const& check)
 {
-    std::vector<unsigned char> const in(bytes.begin(), bytes.end());
-    std::string out(bytes.size() / 3 * 4 + kGuard, '#');
-    kernels.mEncode(in.data(), in.size(), out.data());
-    if (out.substr(out.size() - kGuard) != std::string(kGuard, '#')) return "wrote too far";
-    return out.substr(0, out.size() - kGuard);
+    for (Base64Kernels const* const kernels : GetAllBase64Kernels()) {
+        SCOPED_TRACE(kernels->mName);
+        StBase64Kernels const use(*kernels);
+        check();
+    }
 }
 
-NaivelyDecoded DecodeBy(Base64Kernels const& kernels, std::string const& text)
+// What the loops read and what they write ends where pages begin that nobody may touch.
+class CFencedKernels
 {
-    std::vector<char> const in(text.begin(), text.end());
-    std::vector<unsigned char> out(text.size() / 4 * 3 + kGuard, '#');
-    std::size_t const done = kernels.mDecode(in.data(), in.size(), out.data());
-    for (std::size_t i = out.size() - kGuard; i < out.size(); ++i) {
-        if (out[i] != '#') return {"wrote too far", 0};
+public:
+    explicit CFencedKernels(Base64Kernels const& kernels)
+        : mKernels(kernels)
+    {
     }
-    return {std::string(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(done / 4 * 3)),
-            done};
+
+    std::string Encode(std::string const& bytes)
+    {
+        std::size_t const size = (bytes.size() + 2) / 3 * 4;
+        auto* const out = mOut.AtEnd<char>(size);
+        mKernels.mEncode(Put<unsigned char>(bytes), bytes.size(), out);
+        return {out, size};
+    }
+
+    // With what `out` has room for.
+    NaivelyDecoded Decode(std::string const& text, std::size_t padding = 0)
+    {
+        std::size_t const room = text.size() / 4 * 3 - padding;
+        auto* const out = mOut.AtEnd<unsigned char>(room);
+        std::size_t const read = mKernels.mDecode(Put<char>(text), text.size(), padding, out);
+        std::size_t const size = read / 4 * 3 - (read == text.size() ? padding : 0);
+        return {std::string(out, out + size), read};
+    }
+
+    NaivelyDecoded DecodeLines(std::string const& text)
+    {
+        auto* const out = mOut.AtEnd<unsigned char>(text.size() / 4 * 3);
+        Base64Run const run = mKernels.mDecodeLines(Put<char>(text), text.size(), out);
+        return {std::string(out, out + run.mWritten), run.mRead};
+    }
+
+private:
+    template <class Unit>
+    Unit const* Put(std::string const& text)
+    {
+        auto* const in = mIn.AtEnd<Unit>(text.size());
+        std::copy(text.begin(), text.end(), in);
+        return in;
+    }
+
+    Base64Kernels const& mKernels;
+    StFencedMemory mIn;
+    StFencedMemory mOut;
+};
+
+void WithEachKernels(std::function<void(CFencedKernels&)> const& check)
+{
+    for (Base64Kernels const* const kernels : GetAllBase64Kernels()) {
+        SCOPED_TRACE(kernels->mName);
+        CFencedKernels fenced(*kernels);
+        check(fenced);
+    }
+}
+
+bool IsOfAlphabet(char character)
+{
+    return std::memchr(cEncodingTable, character, kBase64Padding) != nullptr;
+}
+
+// A second statement of how far groups of the alphabet reach, with white space in front of them.
+NaivelyDecoded DecodeLinesNaively(std::string const& text)
+{
+    std::size_t end = 0;
+    for (std::size_t i = 0;;) {
+        i = text.find_first_not_of(" \t\r\n", i);
+        if (i == text.npos || i + 4 > text.size()) break;
+        std::string const group = text.substr(i, 4);
+        if (!std::all_of(group.begin(), group.end(), IsOfAlphabet)) break;
+        end = i += 4;
+    }
+    return DecodeBase64Naively(text.substr(0, end));
+}
+
+std::string RandomText(std::mt19937& random, std::size_t size)
+{
+    std::string text(size, ' ');
+    for (char& character : text)
+        character = cEncodingTable[random() % kBase64Padding];
+    return text;
+}
+
+// Lines of any whole groups, up to `longest` of them, ended by any white space.
+std::string RandomLines(std::mt19937& random, std::size_t size, std::size_t longest)
+{
+    constexpr char const* kEnds[] = {"\r\n", "\n", " ", "\t\t\t", "\r\n\r\n     "};
+    std::string text;
+    while (text.size() < size) {
+        text += RandomText(random, random() % (longest + 1) * 4);
+        text += kEnds[random() % std::size(kEnds)];
+    }
+    return text.substr(0, size);
 }
 
 }  // namespace
@@ -106,10 +191,10 @@ TEST(CBase64Encoder, DecodesLinesOfAnyLengths)
             SCOPED_TRACE(std::to_string(first) + " " + std::to_string(second));
             std::string const line = text.substr(0, second);
             std::string const lines = text.substr(0, first) + "\r\n" + line + "\r\n" + line;
-            bool isSame = true;
-            for (char const* const end : {"", "=", "QQ==", "\r\nQUI=\r\n", " Q!JD", "=\nQQ=="})
-                isSame = isSame && Decode(lines + end) == DecodeBase64Naively(lines + end);
-            EXPECT_TRUE(isSame);
+            for (char const* const end : {"", "=", "QQ==", "\r\nQUI=\r\n", " Q!JD", "=\nQQ=="}) {
+                NaivelyDecoded const expected = DecodeBase64Naively(lines + end);
+                AtEveryLevel([&] { ASSERT_EQ(Decode(lines + end), expected); });
+            }
         }
     }
 }
@@ -332,17 +417,36 @@ TEST(CBase64Encoder, KeepsAByteForEveryPaddingOfAHeader)
 
 TEST(CBase64Encoder, AgreesWithPlainRulesForEveryLength)
 {
-    for (std::size_t size = 0; size < 400; ++size) {
+    for (std::size_t size = 0; size <= 400; ++size) {
         std::string const bytes = RandomBytes(size);
         std::string const text = EncodeBase64Naively(bytes, false);
         std::string const lines = EncodeBase64Naively(bytes, true);
-        ASSERT_EQ(Encode(bytes), text) << size;
-        ASSERT_EQ(Encode(bytes, true), lines) << size;
-        ASSERT_EQ(EncodeHeader(bytes), text) << size;
-        ASSERT_EQ(Decode(text), DecodeBase64Naively(text)) << size;
-        ASSERT_EQ(Decode(lines), DecodeBase64Naively(lines)) << size;
-        ASSERT_EQ(DecodeHeader(text), bytes) << size;
-        ASSERT_EQ(DecodeHeader(lines), bytes) << size;
+        AtEveryLevel([&] {
+            ASSERT_EQ(Encode(bytes), text) << size;
+            ASSERT_EQ(Encode(bytes, true), lines) << size;
+            ASSERT_EQ(EncodeHeader(bytes), text) << size;
+            ASSERT_EQ(Decode(text), (NaivelyDecoded{bytes, text.size()})) << size;
+            ASSERT_EQ(Decode(lines), (NaivelyDecoded{bytes, lines.find_last_not_of("\r\n") + 1}))
+                << size;
+            ASSERT_EQ(DecodeHeader(text), bytes) << size;
+            ASSERT_EQ(DecodeHeader(lines), bytes) << size;
+        });
+    }
+}
+
+TEST(CBase64Encoder, DecodesAlikeWhereverATextIsCut)
+{
+    std::string const bytes = RandomBytes(100);
+    for (bool const lineBreaks : {false, true}) {
+        std::string const text = EncodeBase64Naively(bytes, lineBreaks);
+        AtEveryLevel([&] {
+            for (std::size_t cut = 0; cut <= text.size(); ++cut) {
+                NaivelyDecoded const first = Decode(text.substr(0, cut));
+                NaivelyDecoded const second = Decode(text.substr(first.mConsumed));
+                ASSERT_EQ(first.mBytes + second.mBytes, bytes) << cut;
+                ASSERT_EQ(first.mConsumed + second.mConsumed, text.size()) << cut;
+            }
+        });
     }
 }
 
@@ -362,80 +466,184 @@ TEST(CBase64Encoder, AgreesWithPlainRulesForEveryByteInEveryPlaceOfAGroup)
     }
 }
 
+// At the end too, where the text's own padding may stand.
+TEST(CBase64Encoder, AgreesWithPlainRulesForWhatIsSpecialInEveryPlace)
+{
+    std::string const special = "=\n!A";
+    for (bool const lineBreaks : {false, true}) {
+        std::string const text = EncodeBase64Naively(RandomBytes(100), lineBreaks);
+        for (std::size_t place = 0; place + 2 <= text.size(); ++place) {
+            for (char const first : special) {
+                for (char const second : special) {
+                    std::string bad = text;
+                    bad[place] = first;
+                    bad[place + 1] = second;
+                    NaivelyDecoded const expected = DecodeBase64Naively(bad);
+                    AtEveryLevel([&] { ASSERT_EQ(Decode(bad), expected) << bad; });
+                }
+            }
+        }
+    }
+}
+
 TEST(CBase64Encoder, AgreesWithPlainRulesForWildText)
 {
     // Mostly of the alphabet, with a choice of what is treated in some other way.
     std::mt19937 random(1);
     std::string const others = "= \t\r\n\v-_\x80\xFF\0"s;
-    for (int round = 0; round < 2000; ++round) {
-        std::string text(random() % 200, ' ');
+    for (int round = 0; round < 1000; ++round) {
+        std::string text = RandomText(random, random() % 300);
         auto const rate = 1 + random() % 60;
         for (char& character : text) {
-            character = random() % rate == 0 ? others[random() % others.size()]
-                                             : cEncodingTable[random() % 64];
+            if (random() % rate == 0) character = others[random() % others.size()];
         }
-        ASSERT_EQ(Decode(text), DecodeBase64Naively(text)) << text;
-        ASSERT_EQ(DecodeHeader(text), DecodeBase64HeaderNaively(text)) << text;
+        NaivelyDecoded const expected = DecodeBase64Naively(text);
+        std::string const header = DecodeBase64HeaderNaively(text);
+        AtEveryLevel([&] {
+            ASSERT_EQ(Decode(text), expected) << text;
+            ASSERT_EQ(DecodeHeader(text), header) << text;
+        });
+    }
+}
+
+TEST(CBase64Encoder, AgreesWithPlainRulesForLinesWithPaddingAndFaults)
+{
+    std::mt19937 random(2);
+    std::string const others = "= \n!\0\xC1"s;
+    for (int round = 0; round < 1000; ++round) {
+        std::string text;
+        for (auto pieces = random() % 4; pieces-- > 0;) {
+            text += RandomLines(random, random() % 600, 1 + random() % 30);
+            text += EncodeBase64Naively(RandomBytes(random() % 100), random() % 2 == 0);
+        }
+        for (auto faults = random() % 3; faults-- > 0 && !text.empty();)
+            text[random() % text.size()] = others[random() % others.size()];
+        NaivelyDecoded const expected = DecodeBase64Naively(text);
+        AtEveryLevel([&] { ASSERT_EQ(Decode(text), expected) << text; });
     }
 }
 
 TEST(Base64Kernels, AreTheFastestOfAll)
 {
-    std::vector<Base64Kernels> const all = GetAllBase64Kernels();
-    EXPECT_EQ(std::string(all.front().mName), "plain");
-    EXPECT_EQ(GetBase64Kernels().mDecode, all.back().mDecode);
-    EXPECT_EQ(&GetBase64Kernels(), &GetBase64Kernels());
+    std::vector<Base64Kernels const*> const all = GetAllBase64Kernels();
+    EXPECT_EQ(std::string(all.front()->mName), "plain");
+    EXPECT_EQ(&GetBase64Kernels(), all.back());
+    {
+        StBase64Kernels const use(*all.front());
+        EXPECT_EQ(&GetBase64Kernels(), all.front());
+    }
+    EXPECT_EQ(&GetBase64Kernels(), all.back());
 }
 
 TEST(Base64Kernels, EncodeAlikeAtEveryOffsetAndLength)
 {
-    std::string const bytes = RandomBytes(400);
-    for (Base64Kernels const& kernels : GetAllBase64Kernels()) {
-        SCOPED_TRACE(kernels.mName);
-        for (std::size_t offset = 0; offset < 64; ++offset) {
-            for (std::size_t size = 0; size <= 330; size += 3) {
-                std::string const part = bytes.substr(offset, size);
-                ASSERT_EQ(EncodeBy(kernels, part), EncodeBase64Naively(part, false))
-                    << offset << " " << size;
-            }
+    std::string const bytes = RandomBytes(500);
+    WithEachKernels([&](CFencedKernels& kernels) {
+        for (std::size_t size = 0; size <= 400; ++size) {
+            std::size_t const offset = size % 64;
+            std::string const part = bytes.substr(offset, size);
+            ASSERT_EQ(kernels.Encode(part), EncodeBase64Naively(part, false)) << size;
+        }
+    });
+}
+
+TEST(Base64Kernels, EncodeNoFurtherThanTheyShould)
+{
+    std::vector<unsigned char> const bytes(200, 'A');
+    for (Base64Kernels const* const kernels : GetAllBase64Kernels()) {
+        SCOPED_TRACE(kernels->mName);
+        for (std::size_t size = 0; size <= bytes.size(); ++size) {
+            std::string out(400, '#');
+            kernels->mEncode(bytes.data(), size, out.data());
+            ASSERT_EQ(out.find('#'), (size + 2) / 3 * 4) << size;
+            ASSERT_EQ(out.find_last_not_of('#') + 1, (size + 2) / 3 * 4) << size;
         }
     }
 }
 
-TEST(Base64Kernels, DecodeAlikeAtEveryOffsetAndLength)
+TEST(Base64Kernels, DecodeAlikeAtEveryLengthAndPadding)
 {
-    std::string const bytes = RandomBytes(300);
-    std::string const text = EncodeBase64Naively(bytes, false);
-    for (Base64Kernels const& kernels : GetAllBase64Kernels()) {
-        SCOPED_TRACE(kernels.mName);
-        for (std::size_t offset = 0; offset < 64; offset += 4) {
-            for (std::size_t size = 0; size <= 330; ++size) {
-                NaivelyDecoded const expected{bytes.substr(offset / 4 * 3, size / 4 * 3),
-                                              size / 4 * 4};
-                ASSERT_EQ(DecodeBy(kernels, text.substr(offset, size)), expected)
-                    << offset << " " << size;
-            }
+    std::string const bytes = RandomBytes(400);
+    WithEachKernels([&](CFencedKernels& kernels) {
+        for (std::size_t size = 0; size <= 400; ++size) {
+            std::string const part = bytes.substr(0, size);
+            std::string const text = EncodeBase64Naively(part, false);
+            std::size_t const padding = text.size() / 4 * 3 - size;
+            ASSERT_EQ(kernels.Decode(text, padding), (NaivelyDecoded{part, text.size()})) << size;
         }
-    }
+    });
 }
 
 TEST(Base64Kernels, StopAtEveryBadByteInEveryPlace)
 {
     std::string const bytes = RandomBytes(150);
     std::string const text = EncodeBase64Naively(bytes, false);
-    std::string const alphabet(cEncodingTable, 64);
-    for (Base64Kernels const& kernels : GetAllBase64Kernels()) {
-        SCOPED_TRACE(kernels.mName);
+    WithEachKernels([&](CFencedKernels& kernels) {
         for (int byte = 0; byte < 256; ++byte) {
-            if (alphabet.find(static_cast<char>(byte)) != alphabet.npos) continue;
+            if (IsOfAlphabet(static_cast<char>(byte))) continue;
             for (std::size_t place = 0; place < text.size(); ++place) {
                 std::string bad = text;
                 bad[place] = static_cast<char>(byte);
                 std::size_t const group = place / 4;
-                ASSERT_EQ(DecodeBy(kernels, bad),
-                          (NaivelyDecoded{bytes.substr(0, group * 3), group * 4}))
-                    << byte << " " << place;
+                NaivelyDecoded const expected{bytes.substr(0, group * 3), group * 4};
+                ASSERT_EQ(kernels.Decode(bad), expected) << byte << " " << place;
             }
         }
+    });
+}
+
+TEST(Base64Kernels, StopInPaddedGroupsAtWhatIsBadAlone)
+{
+    std::string const bytes = RandomBytes(150);
+    std::string const text = EncodeBase64Naively(bytes, false);
+    WithEachKernels([&](CFencedKernels& kernels) {
+        for (std::size_t size = 4; size <= text.size(); size += 4) {
+            for (std::size_t padding : {1U, 2U}) {
+                for (std::size_t place = 1; place <= 4; ++place) {
+                    std::string bad = text.substr(0, size);
+                    bad[size - place] = '!';
+                    NaivelyDecoded expected{bytes.substr(0, size / 4 * 3 - padding), size};
+                    if (place > padding) expected = {bytes.substr(0, size / 4 * 3 - 3), size - 4};
+                    ASSERT_EQ(kernels.Decode(bad, padding), expected) << size << " " << place;
+                }
+            }
+        }
+    });
+}
+
+TEST(Base64Kernels, StepOverWhiteSpaceInEveryPlace)
+{
+    std::mt19937 random(3);
+    std::string const text = RandomText(random, 280);
+    std::vector<std::string> cases;
+    for (std::size_t size = 0; size <= 280; ++size) {
+        for (char const* const space : {" ", "\r\n", "\t \t"}) {
+            std::string lines = text.substr(0, size);
+            cases.push_back(space + lines + space);
+            cases.push_back(lines.insert(size / 2, space));
+            cases.push_back(lines.insert(size / 3, space) + text);
+        }
+    }
+    for (std::size_t spaces = 0; spaces < 200; ++spaces)
+        cases.push_back(text.substr(0, 64) + std::string(spaces, '\n') + text + "!");
+    for (std::string const& c : cases) {
+        NaivelyDecoded const expected = DecodeLinesNaively(c);
+        WithEachKernels(
+            [&](CFencedKernels& kernels) { ASSERT_EQ(kernels.DecodeLines(c), expected); });
+    }
+}
+
+TEST(Base64Kernels, DecodeLinesAlikeWhateverTheirLengthsAndFaults)
+{
+    std::mt19937 random(4);
+    std::string const others = "= \n!\0\xC1\xA0\v"s;
+    for (int round = 0; round < 1000; ++round) {
+        std::string lines = RandomLines(random, random() % 700, 1 + random() % 40);
+        if (round % 2 == 1 && !lines.empty())
+            lines[random() % lines.size()] = others[random() % others.size()];
+        NaivelyDecoded const expected = DecodeLinesNaively(lines);
+        WithEachKernels([&](CFencedKernels& kernels) {
+            ASSERT_EQ(kernels.DecodeLines(lines), expected) << lines;
+        });
     }
 }
