@@ -35,10 +35,10 @@ ProcessorFeatures AskProcessor()
     unsigned int const saved = GetRegistersThatAreSaved();
     if (!__get_cpuid_count(7, 0, &a, &b, &c, &d)) return features;
     features.mAVX2 = (saved & kVectors256) == kVectors256 && (b & bit_AVX2) != 0;
-    features.mVBMI = (saved & kVectors512) == kVectors512 && (b & bit_AVX512F) != 0 &&
-                     (b & bit_AVX512BW) != 0 && (c & bit_AVX512VBMI) != 0 && (b & bit_BMI2) != 0;
-    features.mVBMI2 = features.mVBMI && (b & bit_AVX512VL) != 0 && (c & bit_AVX512VBMI2) != 0 &&
-                      (b & bit_BMI) != 0 && countsBits;
+    features.mVBMI2 = (saved & kVectors512) == kVectors512 && (b & bit_AVX512F) != 0 &&
+                      (b & bit_AVX512BW) != 0 && (b & bit_AVX512VL) != 0 &&
+                      (c & bit_AVX512VBMI) != 0 && (c & bit_AVX512VBMI2) != 0 &&
+                      (b & bit_BMI) != 0 && (b & bit_BMI2) != 0 && countsBits;
     return features;
 }
 

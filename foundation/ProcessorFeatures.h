@@ -10,8 +10,7 @@ struct ProcessorFeatures
     bool mSSSE3;
     bool mSSE42;  ///< SSE4.2, SSSE3 and POPCNT
     bool mAVX2;
-    bool mVBMI;   ///< AVX-512 F, BW and VBMI, and BMI2
-    bool mVBMI2;  ///< those of `mVBMI`, AVX-512 VL and VBMI2, BMI1 and POPCNT
+    bool mVBMI2;  ///< AVX-512 F, BW, VL, VBMI and VBMI2, BMI1, BMI2 and POPCNT
 };
 
 /// Asked once, at the first call.
