@@ -76,11 +76,13 @@ TEXT = [
          "FTS5 `unicode61`, diacritics removed", [*LANGUAGES, "short_ascii_lines"], goal=WORDS),
     Work("raw word walk", "bench_text", "raw_words/loam/{text}", "MB/s", texts=["en", "ru", "ja"]),
     Work("`MapText`, default table", "bench_text", "map_text/loam/{text}", "MB/s", "map_text/icu/{text}",
-         "ICU NFKD, case folded", LANGUAGES, goal=4),
+         "ICU NFKD, case folded", LANGUAGES, level="best", goal=4),
     Work("`MapText` with offsets", "bench_text", "map_text_offsets/loam/{text}", "MB/s", "map_text/icu/{text}",
-         "ICU NFKD, case folded, no offsets", LANGUAGES, goal=3),
-    Work("`FindMappedText`, a word that occurs", "bench_text", "find_hit/loam/{text}", "MB/s", texts=LANGUAGES),
-    Work("`FindMappedText`, a word that never does", "bench_text", "find_miss/loam/{text}", "MB/s", texts=LANGUAGES),
+         "ICU NFKD, case folded, no offsets", LANGUAGES, level="best", goal=3),
+    Work("`FindMappedText`, a word that occurs", "bench_text", "find_hit/loam/{text}", "MB/s", "find_hit/icu/{text}",
+         "ICU `usearch`, primary strength", LANGUAGES, level="best", goal=40),
+    Work("`FindMappedText`, a word that never does", "bench_text", "find_miss/loam/{text}", "MB/s",
+         "find_miss/icu/{text}", "ICU `usearch`, primary strength", LANGUAGES, level="best", goal=40),
     Work("`HasMappableText`, nothing to find", "bench_text", "has_mappable/loam/{text}", "MB/s", texts=["en", "ru", "zh"]),
 ]
 
@@ -165,6 +167,22 @@ COMPRESSION = [
          "PeakDecompressZstd/iterations:1", "libzstd", counter="KB"),
 ]
 
+# By benchmarks/search_tree.py, which ends the names of its rows with the second of each pair.
+SEARCHES = [
+    Work(f"`loamctl search -j 2` through 500 MB of {tree}, a word that {occurs}", "search_tree.py",
+         f"search {name}: a word that occurs {ending}", "MB/s",
+         f"search {name}: a word that occurs {ending}/peer" if peer else "", peer, **goal, peer_may_lack=True, all_cores=True)
+    for tree, name, peer, goal in [
+        ("seven charsets", "mixed", "", {"least": 400}),
+        ("ASCII", "ascii", "`rg -i`", {"goal": 1 / 3}),
+    ]
+    for occurs, ending in [
+        ("never occurs", "never"),
+        ("occurs often, counted", "often, counted"),
+        ("occurs often, shown", "often, shown"),
+    ]
+]
+
 FILES = [
     Work("walk of 100,000 files", "bench_files", "Walk", "files/s", "WalkByReaddir", "`readdir` alone", goal=0.7),
     Work("walk, and whether each is visible", "bench_files", "WalkVisible", "files/s"),
@@ -176,10 +194,11 @@ FILES = [
     Work("a copy of a `CFileSpec`", "bench_files", "Copy", "ns"),
     Work("500 volumes, with all that is known of each", "bench_volumes", "AllVolumes", "ms", needs="linux"),
     Work("the volume of a path", "bench_volumes", "PathOnAVolume", "us", needs="linux"),
-    Work("`loamctl search`, a word that occurs", "bench_text", "SearchTree/a_word_that_occurs/real_time", "MB/s",
-         all_cores=True),
-    Work("`loamctl search`, a word that never does", "bench_text", "SearchTree/a_word_that_never_does/real_time", "MB/s",
-         all_cores=True),
+    Work("`loamctl search` through 8 files of each text, a word that occurs", "bench_text",
+         "SearchTree/a_word_that_occurs/real_time", "MB/s", all_cores=True),
+    Work("`loamctl search` through 8 files of each text, a word that never does", "bench_text",
+         "SearchTree/a_word_that_never_does/real_time", "MB/s", all_cores=True),
+    *SEARCHES,
 ]
 
 SYSTEM = [

@@ -83,7 +83,8 @@ def expand(works=WORKS) -> List[Row]:
 
 
 def chosen(rows: List[Row], pattern: str) -> List[Row]:
-    found = [row for row in rows if re.search(pattern, f"{row.work} {row.of.program}", re.IGNORECASE)]
+    wanted = re.compile(pattern, re.IGNORECASE)
+    found = [row for row in rows if wanted.search(row.work) or wanted.search(row.of.program)]
     if not found:
         raise Failure(f"no row is called like {pattern}")
     return found
@@ -157,6 +158,21 @@ def measured(row: Row, figures: Figures, levels: List[str]) -> Result:
 # ----------------------------------------------------------------------------------------------------------- measuring
 
 
+def run_script(build: Path, program: str, quick: bool) -> dict:
+    """A program in Python that answers rows, one in a line, as a report of benchmarks: the peer's end in /peer."""
+    loamctl = build / "examples" / "loamctl" / "loamctl"
+    command = [sys.executable, str(Path(__file__).parent / program), "--loamctl", str(loamctl), "--json"]
+    done = subprocess.run(command + (["--size", "50", "--rounds", "1"] if quick else []), stdout=subprocess.PIPE, text=True)
+    if done.returncode != 0:
+        raise Failure(f"{program} ended with {done.returncode}")
+    runs = []
+    for row in map(json.loads, done.stdout.splitlines()):
+        for name, value in ((row["name"], row["ours"]), (row["name"] + "/peer", row["peer"])):
+            if value is not None:
+                runs.append({"name": name, "bytes_per_second": value * BYTES[row["unit"]]})
+    return {"context": {}, "benchmarks": runs}
+
+
 def run_program(build: Path, program: str, names: List[str], options: List[str], core: Optional[int]) -> dict:
     """Runs the benchmarks of these names, on one core unless that is None, and answers the report."""
     # Only what is special in POSIX's expressions too may be escaped.
@@ -173,16 +189,22 @@ def run_program(build: Path, program: str, names: List[str], options: List[str],
     return json.loads(report.read_text(encoding="utf-8"))
 
 
-def measure(rows: List[Row], build: Path, repetitions: int, options: List[str], core: Optional[int]) -> Figures:
+def measure(rows: List[Row], build: Path, core: Optional[int], quick: bool) -> Figures:
     figures = Figures()
+    repetitions, seconds = (2, 0.005) if quick else (7, 0.03)
     groups: Dict[tuple, List[str]] = {}
     for row in rows:
         names = groups.setdefault((row.of.program, row.of.all_cores), [])
         names += [name for name in [*row.ours, row.peer] if name and name not in names]
     for (program, all_cores), names in groups.items():
         start = time.monotonic()
-        often = min(repetitions, REPETITIONS.get(program, repetitions))
-        report = run_program(build, program, names, [*options, f"--benchmark_repetitions={often}"], None if all_cores else core)
+        if program.endswith(".py"):
+            report = run_script(build, program, quick)
+        else:
+            often = min(repetitions, REPETITIONS.get(program, repetitions))
+            options = [f"--benchmark_min_time={seconds}", f"--benchmark_repetitions={often}",
+                       "--benchmark_enable_random_interleaving=true"]
+            report = run_program(build, program, names, options, None if all_cores else core)
         figures.add(program, report)
         print(f"  {program}: {len(names)} benchmarks, {time.monotonic() - start:.0f} s", file=sys.stderr, flush=True)
     return figures
@@ -306,7 +328,7 @@ def shortfalls(results: List[Result]) -> List[str]:
     lines = []
     for result in results:
         if result.goal is not None and result.ratio is not None and result.ratio < result.goal:
-            lines.append(f"{result.work} ({result.level}): {number(result.ratio)} times, the goal is {result.goal:g}")
+            lines.append(f"{result.work} ({result.level}): {number(result.ratio)} times, the goal is {result.goal:.3g}")
         if result.least is not None and result.ours is not None:
             is_short = result.ours < result.least if is_rate(result.unit) else result.ours > result.least
             if is_short:
@@ -337,12 +359,11 @@ def make_table(arguments: argparse.Namespace) -> None:
     rows = chosen(expand(), arguments.filter)
     load = busy(2)
     core = core_to_use(arguments.core)
-    repetitions, seconds = (2, 0.005) if arguments.quick else (7, 0.03)
-    options = [f"--benchmark_min_time={seconds}", "--benchmark_enable_random_interleaving=true"]
-    context = run_program(build, "bench_utf_levels", ["utf8_to_utf16/en/plain"], ["--benchmark_min_time=0.001"], core)["context"]
+    quickest = ["--benchmark_min_time=0.001"]
+    context = run_program(build, "bench_utf_levels", ["utf8_to_utf16/en/plain"], quickest, core)["context"]
     levels = context["levels"].split(", ")
     rows = [row for row in rows if is_here(row, levels)]
-    figures = measure(rows, build, repetitions, options, core)
+    figures = measure(rows, build, core, arguments.quick)
     results = [measured(row, figures, levels) for row in rows]
     machine = describe(build, {**context, **figures.context}, core, load, arguments.quick)
     table = markdown(results, machine)
