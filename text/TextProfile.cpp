@@ -13,7 +13,7 @@ namespace {
 
 // The bytes that count are put in a row, a stretch at a time. An n-gram that may go on beyond the
 // stretch waits for the next one.
-constexpr size_t kRow = 8192;
+constexpr size_t kRow = 10922;
 constexpr size_t kWaiting = UDM_LM_MAXGRAM - 1;
 
 class Row
@@ -57,13 +57,11 @@ private:
     bool mTakesBlank = false;  // not at the start, and not behind a blank
 };
 
-// An n-gram of a row: its place, and its length in the lowest bits.
-constexpr uint32_t kPlace = 8;
-static_assert(UDM_LM_MAXGRAM < kPlace);
-// A bucket's entry: the last n-gram of the row that belongs there, and above it how many do.
+// A bucket's entry: the last n-gram of the row that belongs there, all n-grams of 1 to 6 bytes
+// being numbered by place and length, and above it how many do.
 constexpr int kCountShift = 16;
 constexpr uint32_t kOne = 1 << kCountShift;
-static_assert(kRow * kPlace <= kOne && kRow * UDM_LM_MAXGRAM < kOne);
+static_assert(kRow * UDM_LM_MAXGRAM < kOne);
 
 // What a row comes to. It stays in the processor's first cache, where a profile doesn't.
 using Tally = std::array<uint32_t, UDM_LM_BUCKETS>;
@@ -95,6 +93,11 @@ inline void Count(uint32_t& entry, size_t gram)
     entry = (entry ? entry : static_cast<uint32_t>(gram)) + kOne;
 }
 
+constexpr size_t GramAt(size_t place, size_t length)
+{
+    return place * UDM_LM_MAXGRAM + length - 1;
+}
+
 // Counts the n-grams of a row; without `isEnd` those that begin in its last bytes wait.
 void CountRow(Row const& row, bool isEnd, Tally& tally)
 {
@@ -106,24 +109,23 @@ void CountRow(Row const& row, bool isEnd, Tally& tally)
     while (at > whole) {
         buckets.PutInFront(bytes[--at]);
         for (size_t length = isEnd ? size - at : 0; length > 0; --length)
-            Count(tally[buckets.Get(length)], at * kPlace + length);
+            Count(tally[buckets.Get(length)], GramAt(at, length));
     }
     static_assert(UDM_LM_MAXGRAM == 6);
     while (at > 0) {
         buckets.PutInFront(bytes[--at]);
-        Count(tally[buckets.Get(6)], at * kPlace + 6);
-        Count(tally[buckets.Get(5)], at * kPlace + 5);
-        Count(tally[buckets.Get(4)], at * kPlace + 4);
-        Count(tally[buckets.Get(3)], at * kPlace + 3);
-        Count(tally[buckets.Get(2)], at * kPlace + 2);
-        Count(tally[buckets.Get(1)], at * kPlace + 1);
+        Count(tally[buckets.Get(6)], GramAt(at, 6));
+        Count(tally[buckets.Get(5)], GramAt(at, 5));
+        Count(tally[buckets.Get(4)], GramAt(at, 4));
+        Count(tally[buckets.Get(3)], GramAt(at, 3));
+        Count(tally[buckets.Get(2)], GramAt(at, 2));
+        Count(tally[buckets.Get(1)], GramAt(at, 1));
     }
 }
 
-// Which of an n-gram's 8 bytes are its own, by its length.
+// Which of an n-gram's 8 bytes are its own, by its length but one.
 constexpr unsigned char kFF = 0xFF;
-constexpr unsigned char kOwn[UDM_LM_MAXGRAM + 1][8] = {
-    {},
+constexpr unsigned char kOwn[UDM_LM_MAXGRAM][8] = {
     {kFF},
     {kFF, kFF},
     {kFF, kFF, kFF},
@@ -167,8 +169,8 @@ Sums AddTally(Tally const& tally, Row const& row, UDM_LANGMAP& map, TextCounts& 
 
         uint64_t gram = 0;
         uint64_t own = 0;
-        std::memcpy(&gram, row.GetBytes() + entry % kOne / kPlace, sizeof gram);
-        std::memcpy(&own, kOwn[entry % kPlace], sizeof own);
+        std::memcpy(&gram, row.GetBytes() + entry % kOne / UDM_LM_MAXGRAM, sizeof gram);
+        std::memcpy(&own, kOwn[entry % kOne % UDM_LM_MAXGRAM], sizeof own);
         gram &= own;
         std::memcpy(item.str, &gram, sizeof gram);
     }

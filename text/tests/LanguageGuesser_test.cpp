@@ -259,9 +259,9 @@ TEST(LanguageGuesser, CountsNGramsOfAnyLength)
     std::vector<size_t> sizes(301);
     std::iota(sizes.begin(), sizes.end(), 0);
     // What is counted at a time, twice that, and thereabouts.
-    for (size_t size = 8185; size < 8200; ++size)
+    for (size_t size = 10915; size < 10930; ++size)
         sizes.push_back(size);
-    sizes.insert(sizes.end(), {9000, 16378, 16379, 16380});
+    sizes.insert(sizes.end(), {12000, 21838, 21839, 21840});
     std::vector<size_t> differing;
     for (size_t const size : sizes) {
         std::string const text = RandomText(random, size);
@@ -288,10 +288,12 @@ TEST(LanguageGuesser, MakesProfilesAsBuildingAndPreparingDo)
         {"a byte", "a"},
         {"words", kGerman},
         {"many bytes", RandomBytes(random, 8000)},
-        // Two of its n-grams share a bucket: no sum of squares is known to be larger.
-        {"one byte as often as one stretch takes it", std::string(8191, '\xFF')},
-        {"one stretch", RandomText(random, 8192) + RandomText(random, 2000)},
-        {"three of them", RandomText(random, 20000)},
+        {"one stretch", RandomBytes(random, 10922)},
+        // Two of its n-grams share a bucket: the larger text's squares don't sum up exactly.
+        {"one byte again and again", std::string(8000, '\xFF')},
+        {"one byte as often as fits in one stretch", std::string(10921, '\xFF')},
+        {"a stretch and some more", RandomBytes(random, 12000)},
+        {"three of them", RandomBytes(random, 30000)},
         {"words, again and again", RandomText(random, 300) + std::string(7000, 'e')},
     };
 
