@@ -37,7 +37,8 @@ public:
 
     /// Linux: loads the profiles in `folder`, which takes the place of all loaded before, and with
     /// `languages` only those whose file's name, up to its first dot, occurs in the `languages` put
-    /// in a row, be it inside another name ("no" in "nno"). Silent if there is no such folder.
+    /// in a row, be it inside another name ("no" in "nno"). Silent if there is no such folder. Each
+    /// profile takes 64 KB, and 16 KB more from the first text on.
     /// macOS: only `languages` are told from now on, compared whole; null lifts that.
     void LoadLanguageDefinitions(CFileSpec const& folder, std::vector<std::string> const* languages)
     {

@@ -72,6 +72,8 @@ def main():
     fetch(root / "fetched", PACKAGES)
     texts = root / "held-out"
     texts.mkdir(parents=True, exist_ok=True)
+    for former in texts.glob("*.txt"):
+        former.unlink()
 
     found, english = {}, set()
     for package in PACKAGES:
