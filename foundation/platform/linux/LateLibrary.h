@@ -49,10 +49,11 @@ public:
     // Implicit, as a function turns into its pointer.
     operator Function*()
     {
-        Function* found = mFound.load(std::memory_order_relaxed);
+        // With what the loader wrote into the library, which is another thread's work perhaps.
+        Function* found = mFound.load(std::memory_order_acquire);
         if (!found) {
             found = reinterpret_cast<Function*>(mLibrary.Find(mName));
-            mFound.store(found, std::memory_order_relaxed);
+            mFound.store(found, std::memory_order_release);
         }
         return found;
     }
