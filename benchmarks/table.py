@@ -134,7 +134,8 @@ def figure(run: dict, unit: str, counter: str) -> float:
 def is_here(row: Row, levels: List[str]) -> bool:
     if row.of.needs == "linux" and platform.system() != "Linux":
         return False
-    return row.of.level in ("", "best") or row.of.level in levels
+    # The last of them is the best.
+    return row.of.level in ("", "best") or row.of.level in levels[:-1]
 
 
 def measured(row: Row, figures: Figures, levels: List[str]) -> Result:
@@ -303,7 +304,7 @@ def head(machine: Dict[str, str]) -> str:
     pinned = "not pinned" if machine["core"] == "not pinned" else "pinned to one core"
     lines = [
         f"{machine['date']}; {machine['processor']}, {machine['processors']} processors, {pinned}; {machine['system']}; "
-        f"{machine['compiler']}. Texts: {texts}. Best of several repetitions in turns; ratio: how many times as fast as "
+        f"{machine['compiler']}. Levels: {machine['levels']}. Texts: {texts}. Best of several repetitions in turns; ratio: how many times as fast as "
         f"the peer, or as small. Load {machine['load']}, and {machine['busy']} processors busy before the run."
     ]
     if is_loaded(machine):

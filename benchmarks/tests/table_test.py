@@ -144,7 +144,8 @@ class TheResult(unittest.TestCase):
 
     def test_of_another_level_is_left_out(self):
         row = row_of(Work("walk", "bench", "ours", "ns", level="AVX2"))
-        self.assertTrue(table.is_here(row, ["plain", "AVX2"]))
+        self.assertTrue(table.is_here(row, ["plain", "AVX2", "AVX-512"]))
+        self.assertFalse(table.is_here(row, ["plain", "AVX2"]), "that is the best one already")
         self.assertFalse(table.is_here(row, ["plain", "NEON"]))
 
 
