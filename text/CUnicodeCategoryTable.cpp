@@ -21,6 +21,44 @@ constexpr CUnicodeCategoriesTable::CategoriesMask kPunctuation = 0x0003F800;
 constexpr CUnicodeCategoriesTable::CategoriesMask kSeparatorControl = 0x03C00000;
 constexpr CUnicodeCategoriesTable::CategoriesMask kNSM = 0x00000020;
 
+// The units of loaded pages. Any may be null, which is known when it is met.
+class CPageSet final : public CUnitSet
+{
+public:
+    explicit CPageSet(unsigned char* const (&pages)[256])
+        : CUnitSet({}, AllPages())
+        , mPages(pages)
+    {
+    }
+
+private:
+    static ByteBits AllPages()
+    {
+        ByteBits all;
+        std::fill(std::begin(all.mBytes), std::end(all.mBytes), 0xFF);
+        return all;
+    }
+
+    void FillPage(unsigned int page, ByteBits& bits) const override
+    {
+        bits = {};
+        if (mPages[page]) std::copy_n(mPages[page], kPageSize, bits.mBytes);
+    }
+
+    unsigned char* const (&mPages)[256];  // not owned
+};
+
+// Apart, since a set takes 8 KB of the stack.
+[[gnu::noinline]] char16_t const* FindInRest(FindUnit& find,
+                                             unsigned char* const (&pages)[256],
+                                             char16_t const* begin,
+                                             char16_t const* end,
+                                             bool isMember)
+{
+    CPageSet set(pages);
+    return find(set, begin, end, isMember);
+}
+
 CUnicodeCategoryTable* GetShared(std::atomic<CUnicodeCategoryTable*>& slot,
                                  CUnicodeCategoriesTable::CategoriesMask mask)
 {
@@ -89,7 +127,11 @@ bool CUnicodeCategoryTable::FindFirstOfCategory(char16_t const* text,
         return CUnicodeCategoriesTable::FindFirstOfCategories(index, text, length, mMask, mFlags,
                                                               mFlagSense);
     }
-    return FindFirstUnit(index, text, length, [this](char16_t unit) { return HasBit(unit); });
+    return FindFirstUnit(
+        index, text, length, [this](char16_t unit) { return HasBit(unit); },
+        [this](auto begin, auto end) {
+            return FindInRest(*GetTextKernels().mFindFirstUnit, mPages, begin, end, true);
+        });
 }
 
 bool CUnicodeCategoryTable::FindFirstNotOfCategory(char16_t const* text,
@@ -100,7 +142,11 @@ bool CUnicodeCategoryTable::FindFirstNotOfCategory(char16_t const* text,
         return CUnicodeCategoriesTable::FindFirstNotOfCategories(index, text, length, mMask, mFlags,
                                                                  mFlagSense);
     }
-    return FindFirstUnit(index, text, length, [this](char16_t unit) { return !HasBit(unit); });
+    return FindFirstUnit(
+        index, text, length, [this](char16_t unit) { return !HasBit(unit); },
+        [this](auto begin, auto end) {
+            return FindInRest(*GetTextKernels().mFindFirstUnit, mPages, begin, end, false);
+        });
 }
 
 bool CUnicodeCategoryTable::FindLastOfCategory(char16_t const* text,
@@ -111,7 +157,11 @@ bool CUnicodeCategoryTable::FindLastOfCategory(char16_t const* text,
         return CUnicodeCategoriesTable::FindLastOfCategories(index, text, length, mMask, mFlags,
                                                              mFlagSense);
     }
-    return FindLastUnit(index, text, length, [this](char16_t unit) { return HasBit(unit); });
+    return FindLastUnit(
+        index, text, length, [this](char16_t unit) { return HasBit(unit); },
+        [this](auto begin, auto end) {
+            return FindInRest(*GetTextKernels().mFindLastUnit, mPages, begin, end, true);
+        });
 }
 
 bool CUnicodeCategoryTable::FindLastNotOfCategory(char16_t const* text,
@@ -122,7 +172,11 @@ bool CUnicodeCategoryTable::FindLastNotOfCategory(char16_t const* text,
         return CUnicodeCategoriesTable::FindLastNotOfCategories(index, text, length, mMask, mFlags,
                                                                 mFlagSense);
     }
-    return FindLastUnit(index, text, length, [this](char16_t unit) { return !HasBit(unit); });
+    return FindLastUnit(
+        index, text, length, [this](char16_t unit) { return !HasBit(unit); },
+        [this](auto begin, auto end) {
+            return FindInRest(*GetTextKernels().mFindLastUnit, mPages, begin, end, false);
+        });
 }
 
 CUnicodeCategoryTable* CUnicodeCategoryTable::GetLetterNumberTable()

@@ -11,6 +11,8 @@
 #include "foundation/FirstUse.h"
 #include "text/CTableBlobReader.h"
 #include "text/CUnicodeCategoryTable.h"
+#include "text/MappedUnits.h"
+#include "text/UnitSearch.h"
 #include "text/simd/TextKernels.h"
 #include "text/tables/MappingTableData.h"
 
@@ -79,6 +81,7 @@ struct CUnicodeMappingTable::Page
             mIndex->mSteps[low] = static_cast<std::uint16_t>(single - (mNumber << 8 | low));
             unsigned int const isDeleted = mData[at] == 0 ? 1 : 0;
             mIndex->mDeleted[low / 16] |= static_cast<std::uint16_t>(isDeleted << low % 16);
+            mIndex->mMapped[low / 8] |= static_cast<std::uint8_t>(1U << low % 8);
         }
     }
 
@@ -241,9 +244,11 @@ bool CUnicodeMappingTable::HasMappableText(std::u16string const& text) const
 // The first unit that has a mapping, or `end`.
 char16_t const* CUnicodeMappingTable::FindMappable(char16_t const* text, char16_t const* end) const
 {
-    return std::find_if(text, end, [this](char16_t unit) {
+    char16_t const* const tested = end - text < kLongText ? end : text + kTestedUnits;
+    char16_t const* const found = std::find_if(text, tested, [this](char16_t unit) {
         return mSlots[unit >> 8].mIndex->mEntries[unit & 0xFF] != kUnmapped;
     });
+    return found == tested && tested < end ? FindMappedUnit(*this, tested, end) : found;
 }
 
 bool CUnicodeMappingTable::MapText(char16_t const* source,

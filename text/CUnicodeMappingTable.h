@@ -166,6 +166,13 @@ public:
         return mSlots[half / 2].mIndex->mDeleted + half % 2 * (kHalfSize / 16);
     }
 
+    /// A bit for each of the 256 units of a page, eight in a byte from the lowest on: whether it
+    /// has a mapping. 32 bytes, which live as long as the table's content.
+    std::uint8_t const* GetMappedUnits(unsigned int page) const
+    {
+        return mSlots[page].mIndex->mMapped;
+    }
+
     /// Shared tables, never null, made at first use, whole before anybody sees them, and kept until
     /// the process ends; any thread may call. They belong to the library and must not be changed.
     /// All follow Unicode 13.0 and leave Hangul syllables and what lies outside the BMP alone.
@@ -190,6 +197,7 @@ private:
         std::uint16_t mSteps[256];    // as `GetSteps` tells
         std::uint16_t mEntries[256];  // offset of the entry in the page's data, or `kUnmapped`
         std::uint16_t mDeleted[16];   // as `GetDeleted` tells
+        std::uint8_t mMapped[32];     // as `GetMappedUnits` tells
     };
 
     struct Slot

@@ -5,6 +5,7 @@
 
 #include "marl/memblock.h"
 #include "text/ByteTests.h"
+#include "text/simd/TextKernels.h"
 #include "text/tables/CharsetBytes.h"
 
 #include <cstring>
@@ -13,11 +14,6 @@
 namespace {
 
 constexpr char kEscape = '\x1B';
-
-unsigned char ByteOf(char c)
-{
-    return static_cast<unsigned char>(c);
-}
 
 std::size_t SizeOf(long long size)
 {
@@ -57,60 +53,16 @@ constexpr EscapeSequence kEscapeSequences[] = {
     {"$*H", CCharsetSelector::kISO_2022_CN}, {"$)C", CCharsetSelector::kISO_2022_KR},
 };
 
-// One byte order's view of data that may be UTF-16.
-class CUTF16Reading
+// Whether plain characters tell for one byte order and none for the other one.
+bool IsCommoner(UTF16Signs const& signs, UTF16Signs const& other)
 {
-public:
-    void Take(unsigned char high, unsigned char low);
+    return signs.mCommon >= 4 && other.mCommon == 0 && !signs.mBad;
+}
 
-    bool IsConclusive() const { return mConclusive; }
-
-    bool IsBad() const { return mBad; }
-
-    bool HasZeros() const { return mZeros; }
-
-    // Whether plain characters tell for this byte order and none for the other one.
-    bool IsCommonerThan(CUTF16Reading const& other) const
-    {
-        return mCommon >= 4 && other.mCommon == 0 && !mBad;
-    }
-
-    // Whether text without a plain character does so, by letters that differ from their neighbours.
-    bool VariesMoreThan(CUTF16Reading const& other) const
-    {
-        return mVarying >= 2 && other.mVarying == 0 && !mBad;
-    }
-
-private:
-    static constexpr int kNone = -1;
-
-    long long mCommon = 0;
-    long long mVarying = 0;
-    int mLastLow = kNone;  // of the unit before, if that had a zero high byte
-    bool mConclusive = false;
-    bool mBad = false;
-    bool mZeros = false;
-    bool mAfterHighSurrogate = false;
-};
-
-void CUTF16Reading::Take(unsigned char high, unsigned char low)
+// Whether text without a plain character does so, by letters that differ from their neighbours.
+bool VariesMore(UTF16Signs const& signs, UTF16Signs const& other)
 {
-    if (high != 0) {
-        bool const isPrivate = high >= 0xE0 && high <= 0xF8;
-        bool const isLowSurrogate = (high & 0xFC) == 0xDC;
-        mBad = mBad || isPrivate || isLowSurrogate != mAfterHighSurrogate;
-        mLastLow = kNone;
-        mAfterHighSurrogate = (high & 0xFC) == 0xD8;
-        return;
-    }
-    UTF16Weight const weight = sUTF16WithHighByteNullIsCommonButSwappedIs[low];
-    mCommon += weight == UTF16Weight::kSwappedIsRare;
-    mConclusive = mConclusive || weight == UTF16Weight::kSwappedIsImplausible;
-    mVarying += mLastLow != kNone && mLastLow != low;
-    mLastLow = low;
-    mZeros = true;
-    mBad = mBad || mAfterHighSurrogate;
-    mAfterHighSurrogate = false;
+    return signs.mVarying >= 2 && other.mVarying == 0 && !signs.mBad;
 }
 
 enum class ByteOrder
@@ -120,33 +72,43 @@ enum class ByteOrder
     kLittleEndian,
 };
 
-ByteOrder Verdict(CUTF16Reading const& big, CUTF16Reading const& little)
+ByteOrder Verdict(UTF16Signs const& big, UTF16Signs const& little)
 {
-    if (big.IsConclusive()) return ByteOrder::kBigEndian;
-    if (little.IsConclusive()) return ByteOrder::kLittleEndian;
-    if (big.IsCommonerThan(little)) return ByteOrder::kBigEndian;
-    if (little.IsCommonerThan(big)) return ByteOrder::kLittleEndian;
-    if (big.VariesMoreThan(little)) return ByteOrder::kBigEndian;
-    if (little.VariesMoreThan(big)) return ByteOrder::kLittleEndian;
-    bool const zeros = big.HasZeros() || little.HasZeros();
-    if (zeros && little.IsBad() && !big.IsBad()) return ByteOrder::kBigEndian;
-    if (zeros && big.IsBad() && !little.IsBad()) return ByteOrder::kLittleEndian;
+    if (big.mConclusive) return ByteOrder::kBigEndian;
+    if (little.mConclusive) return ByteOrder::kLittleEndian;
+    if (IsCommoner(big, little)) return ByteOrder::kBigEndian;
+    if (IsCommoner(little, big)) return ByteOrder::kLittleEndian;
+    if (VariesMore(big, little)) return ByteOrder::kBigEndian;
+    if (VariesMore(little, big)) return ByteOrder::kLittleEndian;
+    bool const zeros = big.mZeros || little.mZeros;
+    if (zeros && little.mBad && !big.mBad) return ByteOrder::kBigEndian;
+    if (zeros && big.mBad && !little.mBad) return ByteOrder::kLittleEndian;
     return ByteOrder::kUnknown;
 }
 
 // Whether the data can't be UTF-16 at all, whatever the verdict.
-bool IsRefuted(ByteOrder verdict, CUTF16Reading const& big, CUTF16Reading const& little)
+bool IsRefuted(ByteOrder verdict, UTF16Signs const& big, UTF16Signs const& little)
 {
-    if (big.IsConclusive() && little.IsConclusive()) return true;
+    if (big.mConclusive && little.mConclusive) return true;
     switch (verdict) {
     case ByteOrder::kUnknown:
-        return big.HasZeros() || little.HasZeros();
+        return big.mZeros || little.mZeros;
     case ByteOrder::kBigEndian:
-        return big.IsBad();
+        return big.mBad;
     case ByteOrder::kLittleEndian:
-        return little.IsBad();
+        return little.mBad;
     }
     return true;
+}
+
+UTF16Evidence GatherEvidence(unsigned char const* data, std::size_t size)
+{
+    UTF16Evidence evidence;
+    // Before the first pair stands one that says nothing of those behind it.
+    unsigned char const first[] = {1, 1, data[0], data[1]};
+    WeighPairsPlain(first + 2, first + 4, evidence);
+    if (!evidence.mHasNull) GetTextKernels().mWeighPairs(data + 2, data + size, evidence);
+    return evidence;
 }
 
 }  // namespace
@@ -191,21 +153,11 @@ void CCharsetConverter::SniffUTF16(
     // them.
     if (even == 0 || !std::memchr(data, 0, even)) return;
 
-    CUTF16Reading big;
-    CUTF16Reading little;
-    for (std::size_t i = 0; i < even; i += 2) {
-        unsigned char const first = ByteOf(data[i]);
-        unsigned char const second = ByteOf(data[i + 1]);
-        // A null character ends every hope.
-        if (first == 0 && second == 0) {
-            *notUTF16 = true;
-            return;
-        }
-        big.Take(first, second);
-        little.Take(second, first);
-    }
+    auto const [big, little, hasNull] =
+        GatherEvidence(reinterpret_cast<unsigned char const*>(data), even);
     ByteOrder const verdict = Verdict(big, little);
-    *notUTF16 = IsRefuted(verdict, big, little);
+    // A null character ends every hope.
+    *notUTF16 = hasNull || IsRefuted(verdict, big, little);
     *bigEndian = !*notUTF16 && verdict == ByteOrder::kBigEndian;
     *littleEndian = !*notUTF16 && verdict == ByteOrder::kLittleEndian;
 }

@@ -47,6 +47,26 @@ LOAM_VECTOR_INLINE Eight Shuffle(Eight bytes, Eight order)
         _mm_shuffle_epi8(reinterpret_cast<__m128i>(bytes), reinterpret_cast<__m128i>(order)));
 }
 
+// What stands in a table of 32 at each index below 32.
+LOAM_VECTOR_INLINE Bytes LookUp(unsigned char const* table, Bytes indices)
+{
+    auto const at = reinterpret_cast<__m256i>(indices);
+    auto const* const halves = reinterpret_cast<__m128i const*>(table);
+    __m256i const lower = _mm256_broadcastsi128_si256(_mm_loadu_si128(halves));
+    __m256i const upper = _mm256_broadcastsi128_si256(_mm_loadu_si128(halves + 1));
+    // The fifth bit of an index becomes the highest.
+    return reinterpret_cast<Bytes>(_mm256_blendv_epi8(
+        _mm256_shuffle_epi8(lower, at), _mm256_shuffle_epi8(upper, at), _mm256_slli_epi16(at, 3)));
+}
+
+// 1 << n for each n below 8.
+LOAM_VECTOR_INLINE Bytes PowersOfTwo(Bytes exponents)
+{
+    __m256i const powers = _mm256_set1_epi64x(static_cast<long long>(0x80402010'08040201));
+    return reinterpret_cast<Bytes>(
+        _mm256_shuffle_epi8(powers, reinterpret_cast<__m256i>(exponents)));
+}
+
 LOAM_VECTOR_INLINE Eight LowerHalf(__m256i vector)
 {
     return reinterpret_cast<Eight>(_mm256_castsi256_si128(vector));

@@ -51,6 +51,19 @@ LOAM_VECTOR_INLINE Eight Shuffle(Eight bytes, Eight order)
         vqtbl1q_u8(reinterpret_cast<uint8x16_t>(bytes), reinterpret_cast<uint8x16_t>(order)));
 }
 
+// What stands in a table of 32 at each index below 32.
+LOAM_VECTOR_INLINE Bytes LookUp(unsigned char const* table, Bytes indices)
+{
+    return reinterpret_cast<Bytes>(
+        vqtbl2q_u8(vld1q_u8_x2(table), reinterpret_cast<uint8x16_t>(indices)));
+}
+
+// 1 << n for each n below 8.
+LOAM_VECTOR_INLINE Bytes PowersOfTwo(Bytes exponents)
+{
+    return reinterpret_cast<Bytes>(vshlq_u8(vdupq_n_u8(1), reinterpret_cast<int8x16_t>(exponents)));
+}
+
 // The units that low and high bytes make, eight by eight.
 LOAM_VECTOR_INLINE void Join(Bytes low, Bytes high, Eight (&units)[2])
 {

@@ -47,6 +47,24 @@ LOAM_VECTOR_INLINE Eight Shuffle(Eight bytes, Eight order)
         _mm_shuffle_epi8(reinterpret_cast<__m128i>(bytes), reinterpret_cast<__m128i>(order)));
 }
 
+// What stands in a table of 32 at each index below 32.
+LOAM_VECTOR_INLINE Bytes LookUp(unsigned char const* table, Bytes indices)
+{
+    auto const at = reinterpret_cast<__m128i>(indices);
+    auto const* const halves = reinterpret_cast<__m128i const*>(table);
+    __m128i const lower = _mm_shuffle_epi8(_mm_loadu_si128(halves), at);
+    __m128i const upper = _mm_shuffle_epi8(_mm_loadu_si128(halves + 1), at);
+    // The fifth bit of an index becomes the highest.
+    return reinterpret_cast<Bytes>(_mm_blendv_epi8(lower, upper, _mm_slli_epi16(at, 3)));
+}
+
+// 1 << n for each n below 8.
+LOAM_VECTOR_INLINE Bytes PowersOfTwo(Bytes exponents)
+{
+    __m128i const powers = _mm_set1_epi64x(static_cast<long long>(0x80402010'08040201));
+    return reinterpret_cast<Bytes>(_mm_shuffle_epi8(powers, reinterpret_cast<__m128i>(exponents)));
+}
+
 // The units that low and high bytes make, eight by eight.
 LOAM_VECTOR_INLINE void Join(Bytes low, Bytes high, Eight (&units)[2])
 {

@@ -8,6 +8,10 @@ TextKernels const kPlainTextKernels = {
     .mToUTF8 = RunToUTF8Plain,
     .mMapText = MapUnitsPlain,
     .mFindMappedStart = FindMappedStartPlain,
+    .mFindFirstUnit = FindFirstUnitPlain,
+    .mFindLastUnit = FindLastUnitPlain,
+    .mClassify = ClassifyPlain,
+    .mWeighPairs = WeighPairsPlain,
     .mSumRows = SumRowsPlain,
 };
 
@@ -20,6 +24,10 @@ constexpr TextKernels kSSE42Kernels = {
     .mToUTF8 = RunToUTF8SSE42,
     .mMapText = MapUnitsPlain,
     .mFindMappedStart = FindMappedStartPlain,
+    .mFindFirstUnit = FindFirstUnitSSE42,
+    .mFindLastUnit = FindLastUnitSSE42,
+    .mClassify = ClassifySSE42,
+    .mWeighPairs = WeighPairsSSE42,
     .mSumRows = SumRowsPlain,
 };
 constexpr TextKernels kAVX2Kernels = {
@@ -28,6 +36,10 @@ constexpr TextKernels kAVX2Kernels = {
     .mToUTF8 = RunToUTF8AVX2,
     .mMapText = MapUnitsPlain,
     .mFindMappedStart = FindMappedStartPlain,
+    .mFindFirstUnit = FindFirstUnitAVX2,
+    .mFindLastUnit = FindLastUnitAVX2,
+    .mClassify = ClassifyAVX2,
+    .mWeighPairs = WeighPairsAVX2,
     .mSumRows = SumRowsAVX2,
 };
 constexpr TextKernels kAVX512Kernels = {
@@ -36,6 +48,10 @@ constexpr TextKernels kAVX512Kernels = {
     .mToUTF8 = RunToUTF8AVX512,
     .mMapText = MapUnitsAVX512,
     .mFindMappedStart = FindMappedStartAVX512,
+    .mFindFirstUnit = FindFirstUnitAVX512,
+    .mFindLastUnit = FindLastUnitAVX512,
+    .mClassify = ClassifyAVX512,
+    .mWeighPairs = WeighPairsAVX512,
     .mSumRows = SumRowsAVX512,
 };
 #elif defined(__aarch64__)
@@ -45,6 +61,10 @@ constexpr TextKernels kNEONKernels = {
     .mToUTF8 = RunToUTF8NEON,
     .mMapText = MapUnitsPlain,
     .mFindMappedStart = FindMappedStartPlain,
+    .mFindFirstUnit = FindFirstUnitNEON,
+    .mFindLastUnit = FindLastUnitNEON,
+    .mClassify = ClassifyNEON,
+    .mWeighPairs = WeighPairsNEON,
     .mSumRows = SumRowsPlain,
 };
 #endif

@@ -14,6 +14,7 @@
 
 #include "text/ConvertUTF.h"
 #include "text/simd/MappingKernels.h"
+#include "text/simd/ScanKernels.h"
 
 #include <atomic>
 #include <cstddef>
@@ -79,6 +80,10 @@ struct TextKernels
     RunToUTF8* mToUTF8;
     MapUnits* mMapText;
     FindMappedStart* mFindMappedStart;
+    FindUnit* mFindFirstUnit;
+    FindUnit* mFindLastUnit;
+    ClassifyBytes* mClassify;
+    WeighPairs* mWeighPairs;
     SumRows* mSumRows;
 };
 

@@ -1,0 +1,30 @@
+#if defined(__x86_64__)
+
+#include "text/simd/AVX512Bytes.h"
+
+#include "text/simd/ScanVectors.h"
+
+LOAM_VECTOR char16_t const*
+FindFirstUnitAVX512(CUnitSet& set, char16_t const* begin, char16_t const* end, bool isMember)
+{
+    return FindFirst(set, begin, end, isMember);
+}
+
+LOAM_VECTOR char16_t const*
+FindLastUnitAVX512(CUnitSet& set, char16_t const* begin, char16_t const* end, bool isMember)
+{
+    return FindLast(set, begin, end, isMember);
+}
+
+LOAM_VECTOR void ClassifyAVX512(ByteBits const& set, unsigned char const* bytes, ByteBits& bits)
+{
+    ClassifyBlocks(set, bytes, bits);
+}
+
+LOAM_VECTOR void
+WeighPairsAVX512(unsigned char const* pairs, unsigned char const* end, UTF16Evidence& evidence)
+{
+    WeighBlocks(pairs, end, evidence);
+}
+
+#endif

@@ -1,0 +1,31 @@
+#if defined(__aarch64__)
+
+#include "text/simd/NEON.h"
+
+#include "text/simd/ByteVectors.h"
+#include "text/simd/ScanVectors.h"
+
+LOAM_VECTOR char16_t const*
+FindFirstUnitNEON(CUnitSet& set, char16_t const* begin, char16_t const* end, bool isMember)
+{
+    return FindFirst(set, begin, end, isMember);
+}
+
+LOAM_VECTOR char16_t const*
+FindLastUnitNEON(CUnitSet& set, char16_t const* begin, char16_t const* end, bool isMember)
+{
+    return FindLast(set, begin, end, isMember);
+}
+
+LOAM_VECTOR void ClassifyNEON(ByteBits const& set, unsigned char const* bytes, ByteBits& bits)
+{
+    ClassifyBlocks(set, bytes, bits);
+}
+
+LOAM_VECTOR void
+WeighPairsNEON(unsigned char const* pairs, unsigned char const* end, UTF16Evidence& evidence)
+{
+    WeighBlocks(pairs, end, evidence);
+}
+
+#endif

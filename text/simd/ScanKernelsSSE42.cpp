@@ -1,0 +1,31 @@
+#if defined(__x86_64__)
+
+#include "text/simd/SSE42.h"
+
+#include "text/simd/ByteVectors.h"
+#include "text/simd/ScanVectors.h"
+
+LOAM_VECTOR char16_t const*
+FindFirstUnitSSE42(CUnitSet& set, char16_t const* begin, char16_t const* end, bool isMember)
+{
+    return FindFirst(set, begin, end, isMember);
+}
+
+LOAM_VECTOR char16_t const*
+FindLastUnitSSE42(CUnitSet& set, char16_t const* begin, char16_t const* end, bool isMember)
+{
+    return FindLast(set, begin, end, isMember);
+}
+
+LOAM_VECTOR void ClassifySSE42(ByteBits const& set, unsigned char const* bytes, ByteBits& bits)
+{
+    ClassifyBlocks(set, bytes, bits);
+}
+
+LOAM_VECTOR void
+WeighPairsSSE42(unsigned char const* pairs, unsigned char const* end, UTF16Evidence& evidence)
+{
+    WeighBlocks(pairs, end, evidence);
+}
+
+#endif
