@@ -46,6 +46,8 @@ public:
     virtual unsigned long allocatedSize() const;
 
 private:
+    friend class CBlockAccess;
+
     void Grow(unsigned long needed);
     void Release(unsigned long newSize);
     unsigned long GrownCapacity(unsigned long needed) const;

@@ -12,6 +12,7 @@
 #include "text/CTableBlobReader.h"
 #include "text/CUnicodeCategoryTable.h"
 #include "text/MappedUnits.h"
+#include "text/MappedWordFacts.h"
 #include "text/UnitSearch.h"
 #include "text/simd/TextKernels.h"
 #include "text/tables/MappingTableData.h"
@@ -185,6 +186,7 @@ void CUnicodeMappingTable::InitMappingTable()
     std::fill(std::begin(mSlots), std::end(mSlots), Slot{nullptr, &sEmptyIndex});
     std::fill(std::begin(mMappedHalves), std::end(mMappedHalves), std::uint16_t{0});
     mASCIIMapping = ASCIIMapping::kKept;
+    mWordFacts.store(nullptr, std::memory_order_relaxed);
 }
 
 void CUnicodeMappingTable::LoadMappingTable(signed char* data, int length)
@@ -199,7 +201,14 @@ void CUnicodeMappingTable::UnloadMappingTable()
 {
     for (Slot const& slot : mSlots)
         Free(slot);
+    delete mWordFacts.load(std::memory_order_relaxed);
     InitMappingTable();
+}
+
+MappedWordFacts const& CUnicodeMappingTable::GetWordFacts() const
+{
+    return *GetOrMake(mWordFacts,
+                      [this] { return std::make_unique<MappedWordFacts const>(*this); });
 }
 
 void CUnicodeMappingTable::CreateDynamicMappingTableFromMultipleMappingAndCategoryTables(

@@ -23,6 +23,7 @@
 #include "foundation/LoamExport.h"
 
 class CUnicodeCategoryTable;
+struct MappedWordFacts;
 
 class LOAM_EXPORT CUnicodeMappingTable
 {
@@ -173,6 +174,15 @@ public:
         return mSlots[page].mIndex->mMapped;
     }
 
+    /// What the walks over mapped words look up, made of the content at the first `GetWordFacts`;
+    /// null before. Inner to them.
+    MappedWordFacts const* FindWordFacts() const
+    {
+        return mWordFacts.load(std::memory_order_acquire);
+    }
+
+    MappedWordFacts const& GetWordFacts() const;
+
     /// Shared tables, never null, made at first use, whole before anybody sees them, and kept until
     /// the process ends; any thread may call. They belong to the library and must not be changed.
     /// All follow Unicode 13.0 and leave Hangul syllables and what lies outside the BMP alone.
@@ -225,6 +235,7 @@ private:
     Slot mSlots[256];  // by high byte
     alignas(64) std::uint16_t mMappedHalves[kHalves / 16];
     ASCIIMapping mASCIIMapping;
+    mutable std::atomic<MappedWordFacts const*> mWordFacts = nullptr;  // owned
 
     static std::atomic<CUnicodeMappingTable*> sDefaultTable;
     static std::atomic<CUnicodeMappingTable*> sDecomposeAllTable;

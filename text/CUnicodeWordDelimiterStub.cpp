@@ -1,7 +1,10 @@
 #include "text/CUnicodeWordDelimiterStub.h"
 
 #include "text/CMappedWordFeed.h"
+#include "text/MappedWordRules.h"
 #include "text/NextMappedWord.h"
+#include "text/WordUnits.h"
+#include "text/simd/TextKernels.h"
 
 using namespace WordUnits;
 
@@ -11,20 +14,9 @@ namespace {
 constexpr char16_t kLoneHigh = u'\u258C';
 constexpr char16_t kLoneLow = u'\u2590';
 
-struct Rule
-{
-    static constexpr bool kTakesSymbols = false;
-
-    static bool IsTaken(unsigned char entry) { return IsWordBody(entry); }
-
-    static bool IsDropped(unsigned char entry) { return !IsWordBody(entry); }
-
-    static void TakeWord(CMappedWordFeed& feed);
-};
-
 void TakeLettersAndNumbers(CMappedWordFeed& feed)
 {
-    feed.TakeRun<Rule>();
+    feed.TakeRun<StubWordRule>();
     if (feed.HasNext() && IsLowSurrogate(EntryOf(feed.Next()))) feed.Next() = kLoneLow;
 }
 
@@ -53,7 +45,9 @@ void TakeSurrogates(CMappedWordFeed& feed, unsigned char firstEntry)
     }
 }
 
-void Rule::TakeWord(CMappedWordFeed& feed)
+}  // namespace
+
+void StubWordRule::TakeWord(CMappedWordFeed& feed)
 {
     unsigned char entry = EntryOf(feed.Last());
     if (IsIdeographicLetter(entry)) return;
@@ -67,8 +61,6 @@ void Rule::TakeWord(CMappedWordFeed& feed)
     }
     TakeSurrogates(feed, entry);
 }
-
-}  // namespace
 
 CUnicodeWordDelimiterStub::~CUnicodeWordDelimiterStub() = default;
 
@@ -119,5 +111,11 @@ bool CUnicodeWordDelimiterStub::GetNextMappedWordInRawText_(char16_t const* text
                                                             amortizedmemblock& block,
                                                             unsigned int& mappedLength)
 {
-    return NextMappedWord<Rule>(text, length, table, start, rawLength, block, mappedLength);
+    TextKernels const* const kernels = sTextKernelsInUse.load(std::memory_order_relaxed);
+    MappedWordFacts const* const facts = table.FindWordFacts();
+    if (!kernels || !facts)
+        return FirstNextMappedWord<StubWordRule>(facts, text, length, table, start, rawLength,
+                                                 block, mappedLength);
+    return kernels->mNextStubWord(*facts, text, length, table, start, rawLength, block,
+                                  mappedLength);
 }

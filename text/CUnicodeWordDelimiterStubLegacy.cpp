@@ -1,25 +1,14 @@
 #include "text/CUnicodeWordDelimiterStubLegacy.h"
 
 #include "text/CMappedWordFeed.h"
+#include "text/MappedWordRules.h"
 #include "text/NextMappedWord.h"
+#include "text/WordUnits.h"
+#include "text/simd/TextKernels.h"
 
 using namespace WordUnits;
 
 namespace {
-
-struct Rule
-{
-    static constexpr bool kTakesSymbols = true;
-
-    static bool IsTaken(unsigned char entry)
-    {
-        return IsWordUnit(entry) && (entry & kAnyFlag) == 0;
-    }
-
-    static bool IsDropped(unsigned char entry) { return !IsWordUnit(entry); }
-
-    static void TakeWord(CMappedWordFeed& feed);
-};
 
 bool EndsWordBefore(unsigned char entry)
 {
@@ -59,14 +48,16 @@ void LeaveNext(CMappedWordFeed& feed)
     if (feed.RawLength() == 0 && comesBack) feed.Drop();
 }
 
-void Rule::TakeWord(CMappedWordFeed& feed)
+}  // namespace
+
+void LegacyWordRule::TakeWord(CMappedWordFeed& feed)
 {
     unsigned char const firstEntry = EntryOf(feed.Last());
     if (IsIdeographicLetter(firstEntry)) return;
     bool const isFirstFlagged = IsFlaggedHighSurrogate(firstEntry);
 
     for (;;) {
-        if (!isFirstFlagged) feed.TakeRun<Rule>();
+        if (!isFirstFlagged) feed.TakeRun<LegacyWordRule>();
         if (!feed.Peek()) return;
         unsigned char const entry = EntryOf(feed.Next());
         bool const isFlagged = IsFlaggedHighSurrogate(entry);
@@ -82,8 +73,6 @@ void Rule::TakeWord(CMappedWordFeed& feed)
         if (isFlagged || isFirstFlagged) return;
     }
 }
-
-}  // namespace
 
 CUnicodeWordDelimiterStubLegacy::~CUnicodeWordDelimiterStubLegacy() = default;
 
@@ -136,5 +125,11 @@ bool CUnicodeWordDelimiterStubLegacy::GetNextMappedWordInRawText_(char16_t const
                                                                   amortizedmemblock& block,
                                                                   unsigned int& mappedLength)
 {
-    return NextMappedWord<Rule>(text, length, table, start, rawLength, block, mappedLength);
+    TextKernels const* const kernels = sTextKernelsInUse.load(std::memory_order_relaxed);
+    MappedWordFacts const* const facts = table.FindWordFacts();
+    if (!kernels || !facts)
+        return FirstNextMappedWord<LegacyWordRule>(facts, text, length, table, start, rawLength,
+                                                   block, mappedLength);
+    return kernels->mNextLegacyWord(*facts, text, length, table, start, rawLength, block,
+                                    mappedLength);
 }

@@ -13,6 +13,8 @@ TextKernels const kPlainTextKernels = {
     .mClassify = ClassifyPlain,
     .mWeighPairs = WeighPairsPlain,
     .mSumRows = SumRowsPlain,
+    .mNextStubWord = NextStubWordPlain,
+    .mNextLegacyWord = NextLegacyWordPlain,
 };
 
 namespace {
@@ -29,6 +31,8 @@ constexpr TextKernels kSSE42Kernels = {
     .mClassify = ClassifySSE42,
     .mWeighPairs = WeighPairsSSE42,
     .mSumRows = SumRowsPlain,
+    .mNextStubWord = NextStubWordPlain,
+    .mNextLegacyWord = NextLegacyWordPlain,
 };
 constexpr TextKernels kAVX2Kernels = {
     .mName = "AVX2",
@@ -41,6 +45,8 @@ constexpr TextKernels kAVX2Kernels = {
     .mClassify = ClassifyAVX2,
     .mWeighPairs = WeighPairsAVX2,
     .mSumRows = SumRowsAVX2,
+    .mNextStubWord = NextStubWordPlain,
+    .mNextLegacyWord = NextLegacyWordPlain,
 };
 constexpr TextKernels kAVX512Kernels = {
     .mName = "AVX-512 VBMI2",
@@ -53,6 +59,8 @@ constexpr TextKernels kAVX512Kernels = {
     .mClassify = ClassifyAVX512,
     .mWeighPairs = WeighPairsAVX512,
     .mSumRows = SumRowsAVX512,
+    .mNextStubWord = NextStubWordAVX512,
+    .mNextLegacyWord = NextLegacyWordAVX512,
 };
 #elif defined(__aarch64__)
 constexpr TextKernels kNEONKernels = {
@@ -66,6 +74,8 @@ constexpr TextKernels kNEONKernels = {
     .mClassify = ClassifyNEON,
     .mWeighPairs = WeighPairsNEON,
     .mSumRows = SumRowsPlain,
+    .mNextStubWord = NextStubWordPlain,
+    .mNextLegacyWord = NextLegacyWordPlain,
 };
 #endif
 

@@ -21,6 +21,10 @@
 #include <cstdint>
 #include <vector>
 
+class CUnicodeMappingTable;
+class amortizedmemblock;
+struct MappedWordFacts;
+
 /// Text at the level of classes is `char16_t`, which the routines reach through pointers to
 /// `UTF16`.
 typedef UTF16 __attribute__((may_alias)) AnyUTF16;
@@ -73,6 +77,25 @@ RunToUTF16 RunToUTF16NEON;
 RunToUTF8 RunToUTF8NEON;
 #endif
 
+/// The next mapped word, as `CUnicodeWordDelimiter::GetNextMappedWordInRawText` answers it. The
+/// arguments are in the order of that operation, with the facts in place of the object: so a call
+/// goes from one way to another by a jump.
+using NextMappedWord = bool(MappedWordFacts const& facts,
+                            char16_t const* text,
+                            unsigned int length,
+                            CUnicodeMappingTable const& table,
+                            unsigned int& start,
+                            unsigned int& rawLength,
+                            amortizedmemblock& block,
+                            unsigned int& mappedLength);
+
+NextMappedWord NextStubWordPlain;
+NextMappedWord NextLegacyWordPlain;
+#if defined(__x86_64__)
+NextMappedWord NextStubWordAVX512;
+NextMappedWord NextLegacyWordAVX512;
+#endif
+
 struct TextKernels
 {
     char const* mName;
@@ -85,6 +108,8 @@ struct TextKernels
     ClassifyBytes* mClassify;
     WeighPairs* mWeighPairs;
     SumRows* mSumRows;
+    NextMappedWord* mNextStubWord;
+    NextMappedWord* mNextLegacyWord;
 };
 
 extern TextKernels const kPlainTextKernels;

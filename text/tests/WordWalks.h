@@ -18,6 +18,7 @@
 #include "testing/NaiveWords.h"
 #include "text/CUnicodeMappingTable.h"
 #include "text/CUnicodeWordDelimiter.h"
+#include "text/simd/TextKernels.h"
 
 // A text in storage of exactly its size, so that a read outside it doesn't pass unseen.
 class CExactText
@@ -186,6 +187,62 @@ WalksAsNaiveRaw(CUnicodeWordDelimiter& delimiter, NaiveWords::Rule rule, std::u1
     return false;
 }
 
+// The levels of instructions that have loops of their own for words.
+inline std::vector<TextKernels const*> const& WordLevels()
+{
+    static std::vector<TextKernels const*> const levels = [] {
+        std::vector<TextKernels const*> all = GetAllTextKernels();
+        auto const last =
+            std::unique(all.begin(), all.end(), [](TextKernels const* a, TextKernels const* b) {
+                return a->mNextStubWord == b->mNextStubWord;
+            });
+        all.erase(last, all.end());
+        return all;
+    }();
+    return levels;
+}
+
+// One walk over mapped words, by the loops of one level.
+class CLevelWalk
+{
+public:
+    explicit CLevelWalk(TextKernels const& level)
+        : mLevel(level)
+    {
+    }
+
+    bool Next(CUnicodeWordDelimiter& delimiter, CExactText const& text, CUnicodeMappingTable& table)
+    {
+        StTextKernels const guard(mLevel);
+        return delimiter.GetNextMappedWordInRawText(text.Units(), text.Length(), table, mStart,
+                                                    mRawLength, mBlock, mMappedLength);
+    }
+
+    bool IsAs(NaiveWords::MappedWalk const& naive)
+    {
+        size_t const size = mBlock.size();
+        return mStart == naive.mStart && mRawLength == naive.mRawLength &&
+               mMappedLength == naive.mMappedLength &&
+               size == naive.mBlock.size() * sizeof(char16_t) &&
+               (size == 0 || std::memcmp(mBlock.data(), naive.mBlock.data(), size) == 0);
+    }
+
+    std::string Told()
+    {
+        return std::string(mLevel.mName) + ": " + std::to_string(mStart) + ' ' +
+               std::to_string(mRawLength) + ' ' + std::to_string(mMappedLength) + ' ' +
+               Escaped(UnitsIn(mBlock));
+    }
+
+private:
+    TextKernels const& mLevel;
+    unsigned int mStart = 0;
+    unsigned int mRawLength = 0;
+    unsigned int mMappedLength = 0;
+    amortizedmemblock mBlock;
+};
+
+// The same for mapped words, by the loops of all levels at once.
 inline bool WalksAsNaive(CUnicodeWordDelimiter& delimiter,
                          NaiveWords::Rule rule,
                          std::u16string_view text,
@@ -194,24 +251,21 @@ inline bool WalksAsNaive(CUnicodeWordDelimiter& delimiter,
 {
     CExactText const exact(text);
     NaiveWords::MappedWalk naive;
-    unsigned int start = 0;
-    unsigned int rawLength = 0;
-    unsigned int mappedLength = 0;
-    amortizedmemblock block;
+    std::vector<CLevelWalk> walks;
+    for (TextKernels const* const level : WordLevels())
+        walks.emplace_back(*level);
     for (size_t calls = 0; calls <= MostWords(text); ++calls) {
-        bool const isFound = delimiter.GetNextMappedWordInRawText(
-            exact.Units(), exact.Length(), table, start, rawLength, block, mappedLength);
         bool const isNaive = NaiveWords::NextMappedWord(rule, text, map, naive);
-        std::u16string const units = UnitsIn(block);
-        if (isFound != isNaive || start != naive.mStart || rawLength != naive.mRawLength ||
-            mappedLength != naive.mMappedLength || units != naive.mBlock) {
-            ADD_FAILURE() << Escaped(text) << ", call " << calls << ": " << isFound << ' ' << start
-                          << ' ' << rawLength << ' ' << mappedLength << ' ' << Escaped(units)
-                          << ", naive " << isNaive << ' ' << naive.mStart << ' ' << naive.mRawLength
-                          << ' ' << naive.mMappedLength << ' ' << Escaped(naive.mBlock);
+        for (CLevelWalk& walk : walks) {
+            bool const isFound = walk.Next(delimiter, exact, table);
+            if (isFound == isNaive && walk.IsAs(naive)) continue;
+            ADD_FAILURE() << Escaped(text) << ", call " << calls << ": " << isFound << ' '
+                          << walk.Told() << ", naive " << isNaive << ' ' << naive.mStart << ' '
+                          << naive.mRawLength << ' ' << naive.mMappedLength << ' '
+                          << Escaped(naive.mBlock);
             return false;
         }
-        if (!isFound) return true;
+        if (!isNaive) return true;
     }
     ADD_FAILURE() << "the walk over " << Escaped(text) << " doesn't end";
     return false;
