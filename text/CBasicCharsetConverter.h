@@ -11,7 +11,9 @@
 // charset lacks are no failure: they become "?". After a failure a buffer may hold anything, a
 // string is empty or holds the text that came before.
 //
-// Operations are const and serve any number of threads at once.
+// Operations are const and serve any number of threads at once. Those into a string hold at most 2
+// bytes for each byte that becomes UTF-16, three times that in the rare charset with more units
+// than bytes, and 6 for each unit that is converted from it; the result is among them.
 #pragma once
 
 #include "foundation/LoamExport.h"

@@ -254,6 +254,34 @@ constexpr Operation kConversions[] = {
          Table().MapText(units, units);
          return 4 * text.mUnits.size() + 2 * WhileGrowing(2 * text.mUnits.size(), units.size());
      }},
+    {"a charset by number to UTF-16",
+     [](Text const& text) {
+         std::u16string target;
+         CCharsetConverter(CCharsetSelector::kCP1252).mImp->ToUnicode(text.mBytes, &target);
+         return 2 * text.mBytes.size();
+     }},
+    {"UTF-16 to a charset by number",
+     [](Text const& text) {
+         std::string target;
+         CCharsetConverter(CCharsetSelector::kISO_8859_15).mImp->FromUnicode(text.mUnits, &target);
+         return text.mUnits.size();
+     }},
+    {"a charset by name to UTF-16",
+     [](Text const& text) {
+         CCharsetConverter converter;
+         converter.SetCharset(std::string("KOI8-R"));
+         std::u16string target;
+         converter.mImp->ToUnicode(text.mBytes, &target);
+         return 2 * text.mBytes.size();
+     }},
+    {"UTF-16 to a charset by name",
+     [](Text const& text) {
+         CCharsetConverter converter;
+         converter.SetCharset(std::string("Shift_JIS"));
+         std::string target;
+         converter.mImp->FromUnicode(text.mUnits, &target);
+         return 6 * text.mUnits.size();
+     }},
     {"Base64",
      [](Text const& text) {
          memblock target;
