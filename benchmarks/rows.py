@@ -154,6 +154,107 @@ LINEAR = [
     ]
 ]
 
+SECURITY = [
+    Work("Base64 of 1 MB", "bench_security", "EncodeLoam/1048576", "GB/s", "EncodeOpenSSL/1048576",
+         "OpenSSL `EVP_EncodeBlock`", level="best", goal=17),
+    Work("Base64 of 100 bytes", "bench_security", "EncodeLoam/100", "MB/s", "EncodeOpenSSL/100",
+         "OpenSSL `EVP_EncodeBlock`", level="best", goal=6),
+    Work("1 MB from Base64", "bench_security", "DecodeLoam/one_line/1048576", "GB/s", "DecodeOpenSSL/1048576",
+         "OpenSSL `EVP_DecodeBlock`", level="best", goal=18),
+    Work("100 bytes from Base64", "bench_security", "DecodeLoam/one_line/100", "MB/s", "DecodeOpenSSL/100",
+         "OpenSSL `EVP_DecodeBlock`", level="best", goal=3),
+    Work("1 MB from Base64 in lines of 76", "bench_security", "DecodeLoam/lines/1048576", "GB/s",
+         "DecodeLinesOpenSSL/1048576", "OpenSSL `EVP_DecodeUpdate`", level="best", goal=30),
+    Work("AES, 1 MB encrypted", "bench_security", "AESLoam/encrypt/1048576", "MB/s", "AESOpenSSL/encrypt/1048576",
+         "OpenSSL"),
+    Work("AES, 1 MB decrypted", "bench_security", "AESLoam/decrypt/1048576", "MB/s", "AESOpenSSL/decrypt/1048576",
+         "OpenSSL"),
+    Work("AES, 64 bytes encrypted", "bench_security", "AESLoam/encrypt/64", "MB/s", "AESOpenSSL/encrypt/64", "OpenSSL"),
+    Work("AES, 64 bytes decrypted", "bench_security", "AESLoam/decrypt/64", "MB/s", "AESOpenSSL/decrypt/64", "OpenSSL"),
+]
+
+COMPRESSION = [
+    Work(f"zstd level {level}, {name}", "bench_compression", f"{ours}Loam/{level}/process_time", "MB/s",
+         f"{ours}Zstd/{level}/process_time", "libzstd")
+    for ours, name in [("OneShot", "one shot"), ("Chunks", "chunks of 128 KB")] for level in (1, 3, 19)
+] + [
+    Work("zstd, decompressed", "bench_compression", "DecompressLoam", "MB/s", "DecompressZstd", "libzstd"),
+    Work("zstd, 1,000 small documents with a dictionary", "bench_compression", "SmallDocumentsLoam", "MB/s",
+         "SmallDocumentsZstd", "libzstd"),
+    Work("bzip2, one shot", "bench_compression", "Bzip2Loam", "MB/s", "Bzip2Direct", "libbz2"),
+    Work("bzip2, chunks of 128 KB", "bench_compression", "Bzip2ChunksLoam", "MB/s", "Bzip2ChunksDirect", "libbz2"),
+    Work("zstd, memory to compress 2 MB", "bench_compression", "PeakCompressLoam/iterations:1", "KB",
+         "PeakCompressZstd/iterations:1", "libzstd", counter="KB"),
+    Work("zstd, memory to decompress 2 MB", "bench_compression", "PeakDecompressLoam/iterations:1", "KB",
+         "PeakDecompressZstd/iterations:1", "libzstd", counter="KB"),
+]
+
+# By benchmarks/search_tree.py, which ends the names of its rows with the second of each pair.
+SEARCHES = [
+    Work(f"`loamctl search -j 2` through 500 MB of {tree}, a word that {occurs}", "search_tree.py",
+         f"search {name}: a word that occurs {ending}", "MB/s",
+         f"search {name}: a word that occurs {ending}/peer" if peer else "", peer, **goal, peer_may_lack=True, all_cores=True)
+    for tree, name, peer, goal in [
+        ("seven charsets", "mixed", "", {"least": 400}),
+        ("ASCII", "ascii", "`rg -i`", {"goal": 1 / 3}),
+    ]
+    for occurs, ending in [
+        ("never occurs", "never"),
+        ("occurs often, counted", "often, counted"),
+        ("occurs often, shown", "often, shown"),
+    ]
+]
+
+FILES = [
+    Work("walk of 100,000 files", "bench_files", "Walk", "files/s", "WalkByReaddir", "`readdir` alone", goal=0.7),
+    Work("walk, and whether each is visible", "bench_files", "WalkVisible", "files/s"),
+    Work("walk, and whether each is a real file", "bench_files", "WalkRealFiles", "files/s", "WalkAndLstat",
+         "walk and `lstat`"),
+    Work("a `CFileSpec` of a path", "bench_files", "MakeFromPath", "ns"),
+    Work("a `CFileSpec` of a folder and a name", "bench_files", "MakeInFolder", "ns"),
+    Work("a `CFileSpec` in a well-known folder", "bench_files", "MakeInWellKnownFolder", "ns"),
+    Work("a copy of a `CFileSpec`", "bench_files", "Copy", "ns"),
+    Work("500 volumes, with all that is known of each", "bench_volumes", "AllVolumes", "ms", needs="linux"),
+    Work("the volume of a path", "bench_volumes", "PathOnAVolume", "us", needs="linux"),
+    Work("`loamctl search` through 8 files of each text, a word that occurs", "bench_text",
+         "SearchTree/a_word_that_occurs/real_time", "MB/s", all_cores=True),
+    Work("`loamctl search` through 8 files of each text, a word that never does", "bench_text",
+         "SearchTree/a_word_that_never_does/real_time", "MB/s", all_cores=True),
+    *SEARCHES,
+]
+
+SYSTEM = [
+    Work("start and end of a program that links the library", "bench_startup", "Start/with/manual_time", "us",
+         "Start/without/manual_time", "the same without it"),
+    Work("what linking the library adds to a start", "bench_startup", "Added/iterations:50", "us", counter="added_us",
+         least=1000),
+    Work("`CMutex`, locked and unlocked", "bench_concurrency", "LockLoam", "ns", "LockStandard", "`std::mutex`"),
+    Work("`CMutex`, entered again", "bench_concurrency", "ReenterLoam", "ns", "ReenterStandard",
+         "`std::recursive_mutex`"),
+    Work("`CSemaphore`, posted and taken", "bench_concurrency", "PostAndTake<CSemaphore>", "ns",
+         "PostAndTake<CPlainSemaphore>", "a condition and a count"),
+    Work("`CSemaphore`, two threads in turn", "bench_concurrency", "PingPong<CSemaphore>/real_time", "us",
+         "PingPong<CPlainSemaphore>/real_time", "a condition and a count"),
+    Work("a log line", "bench_log", "PlainLoam", "ns", "PlainSpdlog", "spdlog, flushed"),
+    Work("a stamped log line", "bench_log", "StampedLoam", "ns", "StampedSpdlog", "spdlog, flushed"),
+    Work("echo of 64 bytes over the loopback", "bench_net", "EchoLoam/seconds:0/real_time", "us",
+         "EchoPlain/seconds:0/real_time", "plain sockets"),
+    Work("echo with a limit of time", "bench_net", "EchoLoam/seconds:5/real_time", "us",
+         "EchoPlain/seconds:5/real_time", "plain sockets"),
+    Work("lines of 80 bytes received", "bench_net", "LinesLoam/real_time", "MB/s", "LinesByteByByte/real_time",
+         "`recv` byte by byte"),
+    Work("a cancelled call returns, median", "bench_net", "CancelWakesUp/iterations:1000/real_time", "us",
+         counter="p50_us"),
+    Work("a program launched", "bench_process", "LaunchLoam/manual_time", "us", "LaunchPosixSpawn/manual_time",
+         "`posix_spawn`"),
+    Work("load of this machine", "bench_process", "LoadOfThisMachine", "us"),
+    Work("load of 64 processors", "bench_process", "SnapshotOf64Processors", "us"),
+    Work("type identifier that is known", "bench_types", "TypeLoam/real_time/threads:1", "ns",
+         "TypePlainMap/real_time/threads:1", "`std::map` under a shared lock"),
+    Work("the same by 8 threads", "bench_types", "TypeLoam/real_time/threads:8", "ns",
+         "TypePlainMap/real_time/threads:8", "`std::map` under a shared lock"),
+]
+
 WORKS: Sequence[Work] = [
     *UTF, *TEXT, *CHARSETS, *CHARSET_TESTS, *LANGUAGE, *LINEAR, *SECURITY, *COMPRESSION, *FILES, *SYSTEM,
 ]
