@@ -83,13 +83,19 @@ LOAM_BASE64_INLINE __m512i MultiShift(__m512i shifts, __m512i groups)
     return _mm512_maskz_multishift_epi64_epi8(kAll, shifts, groups);
 }
 
-// How far ahead the lines that will be written are fetched. Beyond the end nothing is: it would
-// cost short texts more than all their work.
-constexpr std::size_t kAhead = 512;
+// Fetches what will be read and written some blocks later. Beyond the ends nothing is fetched: that
+// would cost short texts more than all their work.
+constexpr std::size_t kReadAhead = 1024;
+constexpr std::size_t kWriteAhead = 512;
 
-LOAM_BASE64_INLINE void PrefetchForWriting(void const* out)
+LOAM_BASE64_INLINE void FetchForReading(void const* in)
 {
-    _mm_prefetch(static_cast<char const*>(out) + kAhead, _MM_HINT_ET0);
+    _mm_prefetch(static_cast<char const*>(in) + kReadAhead, _MM_HINT_T0);
+}
+
+LOAM_BASE64_INLINE void FetchForWriting(void const* out)
+{
+    _mm_prefetch(static_cast<char const*>(out) + kWriteAhead, _MM_HINT_ET0);
 }
 
 // A mask of the first `count`, 64 at most.
@@ -116,11 +122,17 @@ LOAM_BASE64_INLINE __m512i LookUp(Values const& values, __m512i text)
     return _mm512_permutex2var_epi8(Load(values.data()), text, Load(values.data() + 64));
 }
 
+LOAM_BASE64_INLINE __m512i Or(__m512i a, __m512i b, __m512i c)
+{
+    return _mm512_ternarylogic_epi64(a, b, c, 0xFE);
+}
+
 LOAM_BASE64_INLINE std::uint64_t FindBad(__m512i text, __m512i values)
 {
     return _mm512_movepi8_mask(_mm512_or_si512(values, text));
 }
 
+// Four values to three bytes, 64 to 48.
 struct Joiner
 {
     __m512i mPairs;
@@ -141,13 +153,6 @@ struct Joiner
     }
 };
 
-LOAM_BASE64_INLINE __m512i Join(__m512i values)
-{
-    __m512i const pairs = _mm512_maddubs_epi16(values, EachUnit<0x0140>());
-    __m512i const groups = _mm512_madd_epi16(pairs, EachLane<0x00011000>());
-    return Permute(Load(kJoinOrder.mPlaces), groups);
-}
-
 // How many there are in front of the first that `mask` marks.
 LOAM_BASE64_INLINE std::size_t CountBefore(std::uint64_t mask)
 {
@@ -159,12 +164,33 @@ LOAM_BASE64_INLINE std::size_t WholeGroups(std::size_t count)
     return count & ~std::size_t{3};
 }
 
-// The groups in front of the first bad character; answers how many characters they are.
-LOAM_BASE64_INLINE std::size_t StoreGood(unsigned char* out, std::uint64_t bad, __m512i values)
+LOAM_BASE64_INLINE void FetchForFour(char const* in, unsigned char* out)
 {
-    std::size_t const good = WholeGroups(CountBefore(bad));
-    StoreFirst(out, good / 4 * 3, Join(values));
-    return good;
+    for (std::size_t line = 0; line < 4; ++line)
+        FetchForReading(in + 64 * line);
+    for (std::size_t line = 0; line < 3; ++line)
+        FetchForWriting(out + 64 * line);
+}
+
+// Decodes four blocks, unless there is a bad character in them. Behind the bytes 16 more are
+// written.
+LOAM_BASE64_INLINE bool DecodeFour(char const* in, unsigned char* out, Joiner const& join)
+{
+    __m512i const a = LoadOnce(in);
+    __m512i const b = LoadOnce(in + 64);
+    __m512i const c = LoadOnce(in + 128);
+    __m512i const d = LoadOnce(in + 192);
+    __m512i const p = LookUp(kValues, a);
+    __m512i const q = LookUp(kValues, b);
+    __m512i const r = LookUp(kValues, c);
+    __m512i const s = LookUp(kValues, d);
+    __m512i const bad = Or(Or(a, b, c), Or(d, p, q), _mm512_or_si512(r, s));
+    if (_mm512_movepi8_mask(bad) != 0) return false;
+    _mm512_storeu_si512(out, join(p));
+    _mm512_storeu_si512(out + 48, join(q));
+    _mm512_storeu_si512(out + 96, join(r));
+    _mm512_storeu_si512(out + 144, join(s));
+    return true;
 }
 
 // Those of `spaces` that stand inside of a group. What is kept begins with one.
@@ -200,7 +226,7 @@ struct LineCursor
         std::uint64_t const kept = ~spaces & block;
         __m512i const text = LoadOnce(mNext - mPending);
         __m512i const values = LookUp(kLineValues, text);
-        bad = _mm512_ternarylogic_epi64(bad, values, text, 0xFE);
+        bad = Or(bad, values, text);
         misplaced |= FindMisplaced(spaces, kept);
         auto const count = static_cast<std::size_t>(_mm_popcnt_u64(kept));
         _mm512_storeu_si512(mOut, join(_mm512_maskz_compress_epi8(kept, values)));
@@ -247,8 +273,9 @@ LOAM_BASE64 void EncodeBase64AVX512(unsigned char const* in, std::size_t size, c
 {
     __m512i const order = Load(kSplitOrder.mPlaces);
     __m512i const alphabet = Load(cEncodingTable);
-    for (; size >= kAhead; in += 48, size -= 48, out += 64) {
-        PrefetchForWriting(out);
+    for (; size >= kReadAhead + 64; in += 48, size -= 48, out += 64) {
+        FetchForReading(in);
+        FetchForWriting(out);
         _mm512_storeu_si512(out, EncodeVector(Load(in), order, alphabet));
     }
     for (; size >= 64; in += 48, size -= 48, out += 64)
@@ -258,10 +285,12 @@ LOAM_BASE64 void EncodeBase64AVX512(unsigned char const* in, std::size_t size, c
         _mm512_storeu_si512(out, EncodeVector(bytes, order, alphabet));
         in += 48, size -= 48, out += 64;
     }
-    __m512i const bytes = _mm512_maskz_loadu_epi8(First(size), in);
-    __m512i const text = _mm512_mask_mov_epi8(EachByte<'='>(), First((size * 4 + 2) / 3),
-                                              EncodeVector(bytes, order, alphabet));
-    _mm512_mask_storeu_epi8(out, First((size + 2) / 3 * 4), text);
+    if (size == 0) return;
+    // Padding first, where it would be: what there is of the last two characters overwrites it.
+    auto const left = static_cast<std::uint32_t>(size);
+    std::memcpy(out + (left + 2) / 3 * 4 - 2, "==", 2);
+    __m512i const bytes = _mm512_maskz_loadu_epi8(First(left), in);
+    _mm512_mask_storeu_epi8(out, First((left * 4 + 2) / 3), EncodeVector(bytes, order, alphabet));
 }
 
 // Where all is good, which branches foresee, the answer doesn't wait for the characters: the next
@@ -269,26 +298,38 @@ LOAM_BASE64 void EncodeBase64AVX512(unsigned char const* in, std::size_t size, c
 LOAM_BASE64 std::size_t
 DecodeBase64AVX512(char const* in, std::size_t size, std::size_t padding, unsigned char* out)
 {
+    Joiner const join;
     std::size_t const unpadded = size - padding;
     std::size_t done = 0;
-    for (; unpadded - done >= 64; done += 64, out += 48) {
-        if (unpadded - done >= 2 * kAhead) PrefetchForWriting(out);
-        __m512i const text = LoadOnce(in + done);
+    // 64 bytes are written where 48 are meant.
+    for (; unpadded - done >= 5 * 64; done += 4 * 64, out += 4 * 48) {
+        if (unpadded - done >= kReadAhead + 4 * 64) FetchForFour(in + done, out);
+        if (!DecodeFour(in + done, out, join)) break;
+    }
+    while (true) {
+        std::size_t const left = std::min<std::size_t>(unpadded - done, 64);
+        __m512i const text = _mm512_mask_loadu_epi8(EachByte<'A'>(), First(left), in + done);
         __m512i const values = LookUp(kValues, text);
         std::uint64_t const bad = FindBad(text, values);
-        if (bad != 0) return done + StoreGood(out, bad, values);
-        StoreFirst(out, 48, Join(values));
+        __m512i const bytes = join(values);
+        if (bad != 0) {
+            std::size_t const good = WholeGroups(CountBefore(bad));
+            StoreFirst(out, good / 4 * 3, bytes);
+            return done + good;
+        }
+        if (size - done <= 64) {
+            StoreFirst(out, (size - done) / 4 * 3 - padding, bytes);
+            return size;
+        }
+        StoreFirst(out, 48, bytes);
+        done += 64;
+        out += 48;
     }
-    __m512i const text = _mm512_mask_loadu_epi8(EachByte<'A'>(), First(unpadded - done), in + done);
-    __m512i const values = LookUp(kValues, text);
-    std::uint64_t const bad = FindBad(text, values);
-    if (bad != 0) return done + StoreGood(out, bad, values);
-    StoreFirst(out, (size - done) / 4 * 3 - padding, Join(values));
-    return size;
 }
 
 LOAM_BASE64 Base64Run DecodeBase64LinesAVX512(char const* in, std::size_t size, unsigned char* out)
 {
+    Joiner const join;
     unsigned char* to = out;
     std::size_t next = DecodeBlocksOfLines(in, size, &to);
     Base64Run done{next, 0};
@@ -306,7 +347,7 @@ LOAM_BASE64 Base64Run DecodeBase64LinesAVX512(char const* in, std::size_t size, 
         std::uint64_t const kept = ~spaces & First(CountBefore(wrong));
         std::size_t const count = WholeGroups(static_cast<std::size_t>(_mm_popcnt_u64(kept)));
         std::uint64_t const groups = _pdep_u64(First(count), kept);
-        StoreFirst(to, count / 4 * 3, Join(_mm512_maskz_compress_epi8(groups, values)));
+        StoreFirst(to, count / 4 * 3, join(_mm512_maskz_compress_epi8(groups, values)));
         to += count / 4 * 3;
         if (groups != 0)
             done.mRead = next + 64 - static_cast<std::size_t>(std::countl_zero(groups));

@@ -32,7 +32,8 @@ std::size_t PaddingOf(char const* text, std::size_t size)
     return text[size - 2] == '=' ? 2 : 1;
 }
 
-void EncodeLines(memblock const& in, memblock* out)
+// Not inlined: a short text is short of work even for the frame.
+[[gnu::noinline]] void EncodeLines(memblock const& in, memblock* out)
 {
     std::size_t left = in.size();
     std::size_t const characters = EncodedSize(left);
@@ -56,7 +57,7 @@ void EncodeLines(memblock const& in, memblock* out)
 
 // Goes on behind what a run has `done`. What is special comes first: white space, then a group that
 // can have anything in it. Padding at the end may have no room, so runs end in front of it. Not
-// inlined: a text without any of that is short of work even for the frame.
+// inlined for the same reason.
 [[gnu::noinline]] Base64Run DecodeRest(Base64Kernels const& kernels,
                                        char const* in,
                                        std::size_t size,

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <functional>
 #include <random>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -576,14 +577,18 @@ TEST(Base64Kernels, DecodeAlikeAtEveryLengthAndPadding)
 
 TEST(Base64Kernels, StopAtEveryBadByteInEveryPlace)
 {
-    std::string const bytes = RandomBytes(150);
+    constexpr std::string_view kNeighbours = "*,.:@[`{\x7F\x80\xC1\xFF";
+    std::string const bytes = RandomBytes(360);
     std::string const text = EncodeBase64Naively(bytes, false);
     WithEachKernels([&](CFencedKernels& kernels) {
         for (int byte = 0; byte < 256; ++byte) {
-            if (IsOfAlphabet(static_cast<char>(byte))) continue;
-            for (std::size_t place = 0; place < text.size(); ++place) {
+            auto const character = static_cast<char>(byte);
+            if (IsOfAlphabet(character)) continue;
+            bool const isNeighbour = kNeighbours.find(character) != kNeighbours.npos;
+            std::size_t const places = isNeighbour ? text.size() : 68;
+            for (std::size_t place = 0; place < places; ++place) {
                 std::string bad = text;
-                bad[place] = static_cast<char>(byte);
+                bad[place] = character;
                 std::size_t const group = place / 4;
                 NaivelyDecoded const expected{bytes.substr(0, group * 3), group * 4};
                 ASSERT_EQ(kernels.Decode(bad), expected) << byte << " " << place;
