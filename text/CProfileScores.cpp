@@ -2,6 +2,7 @@
 
 #include "text/LanguageGuesser.h"
 #include "text/TextProfile.h"
+#include "text/simd/TextKernels.h"
 
 #include <iterator>
 #include <new>

@@ -1,7 +1,7 @@
 // Compares one text's profile with all languages' in one pass. Inner to the guesser.
 #pragma once
 
-#include "text/simd/TextKernels.h"
+#include "text/simd/LanguageKernels.h"
 
 #include <cstddef>
 #include <memory>

@@ -1,6 +1,7 @@
 #include "text/TextProfile.h"
 
 #include "text/GramHash.h"
+#include "text/simd/TextKernels.h"
 
 #include <algorithm>
 #include <array>
@@ -25,24 +26,16 @@ public:
 
     bool IsFull() const { return mSize == kRow; }
 
-    // Takes as many bytes as there is certainly room for, and answers where it stopped. No branch
-    // looks for blanks: where words end can't be foreseen.
+    // Takes as many bytes as there is certainly room for, and answers where it stopped.
     char const* Take(char const* text, char const* end)
     {
-        char const* const stop = text + std::min(end - text, static_cast<ptrdiff_t>(kRow - mSize));
-        size_t size = mSize;
-        bool takesBlank = mTakesBlank;
-        for (; text < stop; ++text) {
-            auto const byte = static_cast<unsigned char>(*text);
-            mBytes[size] = byte;
-            bool const isTaken = byte >= ' ' + !takesBlank;
-            size += isTaken;
-            takesBlank = isTaken ? byte != ' ' : takesBlank;
-        }
-        mSize = size;
-        mTakesBlank = takesBlank;
-        return stop;
+        size_t const size = std::min(static_cast<size_t>(end - text), kRow - mSize);
+        mSize += GetTextKernels().mTakeBytes(text, size, mBytes + mSize, mTakesBlank);
+        return text + size;
     }
+
+    // Makes 8 bytes readable from each place.
+    void Terminate() { std::memset(mBytes + mSize, 0, 8); }
 
     void KeepWaiting()
     {
@@ -51,8 +44,7 @@ public:
     }
 
 private:
-    // Eight bytes can be read from each place.
-    unsigned char mBytes[kRow + 8] = {};
+    unsigned char mBytes[kRow + kSpareOfRow];
     size_t mSize = 0;
     bool mTakesBlank = false;  // not at the start, and not behind a blank
 };
@@ -134,18 +126,6 @@ constexpr unsigned char kOwn[UDM_LM_MAXGRAM][8] = {
     {kFF, kFF, kFF, kFF, kFF, kFF},
 };
 
-// The buckets of which `isFilled` is true. No branch: which ones they are can't be foreseen.
-template <class IsFilled>
-void ListFilled(IsFilled isFilled, TextCounts& counts)
-{
-    size_t filled = 0;
-    for (size_t bucket = 0; bucket < UDM_LM_BUCKETS; ++bucket) {
-        counts.mBuckets[filled] = static_cast<uint16_t>(bucket);
-        filled += isFilled(bucket);
-    }
-    counts.mFilled = filled;
-}
-
 // Of the counts of one row.
 struct Sums
 {
@@ -156,7 +136,7 @@ struct Sums
 // Adds what a row came to, and lists the buckets that got something.
 Sums AddTally(Tally const& tally, Row const& row, UDM_LANGMAP& map, TextCounts& counts)
 {
-    ListFilled([&](size_t bucket) { return tally[bucket] != 0; }, counts);
+    counts.mFilled = GetTextKernels().mListFilled(tally.data(), tally.size(), counts.mBuckets);
     Sums sums;
     for (size_t i = 0; i < counts.mFilled; ++i) {
         UDM_LANGITEM& item = map.memb[counts.mBuckets[i]];
@@ -177,6 +157,19 @@ Sums AddTally(Tally const& tally, Row const& row, UDM_LANGMAP& map, TextCounts& 
     return sums;
 }
 
+// No branch: which buckets are filled can't be foreseen.
+void ListCounts(UDM_LANGMAP const& map, TextCounts& counts)
+{
+    size_t filled = 0;
+    for (size_t bucket = 0; bucket < UDM_LM_BUCKETS; ++bucket) {
+        int const count = map.memb[bucket].count;
+        counts.mBuckets[filled] = static_cast<uint16_t>(bucket);
+        counts.mCounts[filled] = static_cast<float>(count);
+        filled += count != 0;
+    }
+    counts.mFilled = filled;
+}
+
 // The sums of a text that fits in one row.
 std::optional<Sums> AddText(UDM_LANGMAP& map, char const* text, long length, TextCounts& counts)
 {
@@ -187,12 +180,14 @@ std::optional<Sums> AddText(UDM_LANGMAP& map, char const* text, long length, Tex
     while (text < end) {
         text = row.Take(text, end);
         if (!row.IsFull()) continue;
+        row.Terminate();
         CountRow(row, false, tally);
         AddTally(tally, row, map, counts);
         tally.fill(0);
         row.KeepWaiting();
         isOneRow = false;
     }
+    row.Terminate();
     CountRow(row, true, tally);
     Sums const sums = AddTally(tally, row, map, counts);
     return isOneRow ? std::optional(sums) : std::nullopt;
@@ -216,11 +211,7 @@ bool Prepare(UDM_LANGMAP& map, Sums const& sums)
 void MakeTextProfile(UDM_LANGMAP& map, char const* text, long length, TextCounts& counts)
 {
     std::optional<Sums> const sums = AddText(map, text, length, counts);
-    if (!sums) {
-        ListFilled([&](size_t bucket) { return map.memb[bucket].count != 0; }, counts);
-        for (size_t i = 0; i < counts.mFilled; ++i)
-            counts.mCounts[i] = static_cast<float>(map.memb[counts.mBuckets[i]].count);
-    }
+    if (!sums) ListCounts(map, counts);
     if (!sums || !Prepare(map, *sums)) UdmPrepareLangMap(&map);
 }
 

@@ -4,7 +4,7 @@
 // and after its sum.
 #pragma once
 
-#include "text/simd/TextKernels.h"
+#include "text/simd/LanguageKernels.h"
 
 #include <cstddef>
 #include <cstring>

@@ -13,12 +13,11 @@
 #pragma once
 
 #include "text/ConvertUTF.h"
+#include "text/simd/LanguageKernels.h"
 #include "text/simd/MappingKernels.h"
 #include "text/simd/ScanKernels.h"
 
 #include <atomic>
-#include <cstddef>
-#include <cstdint>
 #include <vector>
 
 class CUnicodeMappingTable;
@@ -38,40 +37,16 @@ using RunToUTF8 = void(AnyUTF16 const*& source,
                        UTF8*& target,
                        UTF8* targetEnd);
 
-/// Sixteen numbers on a cache line of their own.
-struct alignas(64) SixteenFloats
-{
-    float mLanes[16];
-};
-
-/// Rows of a table, each with what it counts.
-struct WeightedRows
-{
-    uint16_t const* mRows;
-    float const* mWeights;
-    size_t mCount;
-};
-
-/// The sum of weighted rows of a table whose rows are `groups` wide. Each of its numbers is added
-/// up from 0 in the order of `rows`, rounded to `float` after each product and each sum.
-using SumRows = void(SixteenFloats const* table,
-                     size_t groups,
-                     WeightedRows const& rows,
-                     SixteenFloats* sums);
-
 /// The plain loops, with which the others do what is left for them, and those of processors.
 RunToUTF16 RunToUTF16Plain;
 RunToUTF8 RunToUTF8Plain;
-SumRows SumRowsPlain;
 #if defined(__x86_64__)
 RunToUTF16 RunToUTF16SSE42;
 RunToUTF8 RunToUTF8SSE42;
 RunToUTF16 RunToUTF16AVX2;
 RunToUTF8 RunToUTF8AVX2;
-SumRows SumRowsAVX2;
 RunToUTF16 RunToUTF16AVX512;
 RunToUTF8 RunToUTF8AVX512;
-SumRows SumRowsAVX512;
 #elif defined(__aarch64__)
 RunToUTF16 RunToUTF16NEON;
 RunToUTF8 RunToUTF8NEON;
@@ -107,6 +82,8 @@ struct TextKernels
     FindUnit* mFindLastUnit;
     ClassifyBytes* mClassify;
     WeighPairs* mWeighPairs;
+    TakeBytes* mTakeBytes;
+    ListFilled* mListFilled;
     SumRows* mSumRows;
     NextMappedWord* mNextStubWord;
     NextMappedWord* mNextLegacyWord;

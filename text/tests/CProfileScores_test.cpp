@@ -73,10 +73,9 @@ float PlainScore(UDM_LANGMAP const& map, UDM_LANGMAP const& text)
 }
 
 // Whether all bits are the same.
-template <class Value>
-bool AreSame(std::vector<Value> const& a, std::vector<Value> const& b)
+bool AreSame(std::vector<float> const& a, std::vector<float> const& b)
 {
-    return a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(Value)) == 0;
+    return std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0;
 }
 
 }  // namespace
@@ -131,41 +130,4 @@ TEST(CProfileScores, RoundsAlikeAtEveryLevel)
         }
     }
     EXPECT_EQ(differing, 0U);
-}
-
-TEST(CProfileScores, SumsRowsOfAnyWidthAtEveryLevel)
-{
-    constexpr size_t kRows = 40;
-    std::mt19937 random(310);
-    std::normal_distribution<float> numbers(0, 1e5f);
-    for (size_t groups = 0; groups <= 20; ++groups) {
-        SCOPED_TRACE(groups);
-        std::vector<SixteenFloats> table(kRows * groups);
-        for (SixteenFloats& group : table) {
-            for (float& lane : group.mLanes)
-                lane = numbers(random);
-        }
-        uint16_t rows[kRows];
-        float weights[kRows];
-        for (size_t i = 0; i < kRows; ++i) {
-            rows[i] = static_cast<uint16_t>(random() % kRows);
-            weights[i] = numbers(random);
-        }
-
-        for (size_t const count : {size_t{0}, size_t{1}, size_t{2}, kRows}) {
-            std::vector<SixteenFloats> expected(groups);
-            for (size_t i = 0; i < count; ++i) {
-                for (size_t at = 0; at < groups * 16; ++at) {
-                    float& sum = expected[at / 16].mLanes[at % 16];
-                    float const lane = table[rows[i] * groups + at / 16].mLanes[at % 16];
-                    sum = AddProduct(sum, lane, weights[i]);
-                }
-            }
-            for (TextKernels const* const kernels : GetAllTextKernels()) {
-                std::vector<SixteenFloats> found(groups);
-                kernels->mSumRows(table.data(), groups, {rows, weights, count}, found.data());
-                EXPECT_TRUE(AreSame(found, expected)) << kernels->mName << ", " << count << " rows";
-            }
-        }
-    }
 }
