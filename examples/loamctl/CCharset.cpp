@@ -3,20 +3,14 @@
 #include <algorithm>
 #include <utility>
 
-#include "loamctl/Surrogates.h"
+#include "loamctl/UTF16Loops.h"
 #include "marl/HierarchicalException.h"
 #include "text/CCharsetConverter.h"
 #include "text/CUTFConverter.h"
 
 namespace {
 
-// No charset has longer characters; of ISO-2022, no longer escape sequences.
-constexpr std::size_t kLongestCharacter = 4;
-constexpr std::size_t kFirstPiece = 4096;
-constexpr std::size_t kLeastPiece = 16;
-
 constexpr char16_t kMark = 0xFEFF;
-constexpr char16_t kReplacement = 0xFFFD;
 
 std::string Lowercased(std::string text)
 {
@@ -24,27 +18,6 @@ std::string Lowercased(std::string text)
         if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
     }
     return text;
-}
-
-// The number of the first units that are good, where all that end before a bad one are so, but for
-// `slack` units that may stand within a character.
-template <class Test>
-std::size_t CountGood(std::size_t size, std::size_t slack, Test const& isGood)
-{
-    auto const lastGood = [&](std::size_t end) {
-        for (std::size_t back = 0; back < slack && back <= end; ++back) {
-            if (isGood(end - back)) return end - back;
-        }
-        return std::string::npos;
-    };
-    std::size_t good = 0;
-    std::size_t bad = size + 1;
-    while (bad - good > 1) {
-        std::size_t const middle = good + (bad - good) / 2;
-        (lastGood(middle) != std::string::npos ? good : bad) = middle;
-    }
-    std::size_t const last = lastGood(good);
-    return last == std::string::npos ? 0 : last;
 }
 
 }  // namespace
@@ -131,41 +104,21 @@ std::size_t CCharset::FindOffset(std::string_view bytes, std::size_t unit) const
     });
 }
 
-// Whether a byte means one thing or another by what came long before it.
-bool CCharset::IsStateful() const
+ByteMemory CCharset::GetMemory() const
 {
     std::string const lowercased = Lowercased(mName);
-    return lowercased.starts_with("iso-2022") || lowercased.starts_with("hz") ||
-           lowercased.starts_with("utf-7");
+    if (lowercased.starts_with("utf-7")) return ByteMemory::kWholeText;
+    bool const hasEscapes = lowercased.starts_with("iso-2022") || lowercased.starts_with("hz");
+    return hasEscapes ? ByteMemory::kEscapes : ByteMemory::kCharacter;
 }
 
-// In pieces, which grow while all is well, so that the bad bytes of a long text don't each cost a
-// look at all of it. Where a byte's meaning hangs on what came before, all at once.
 std::u16string CCharset::DecodeLossily(std::string_view bytes) const
 {
     if (mMarked) return OrderOf(bytes).DecodeLossily(bytes.substr(HasMark(bytes) ? mUnitSize : 0));
-    std::u16string result;
-    std::u16string text;
-    bool const whole = IsStateful();
-    std::size_t size = kFirstPiece;
-    while (!bytes.empty()) {
-        std::string_view const piece = whole ? bytes : bytes.substr(0, size);
-        std::size_t const good = Decode(piece, text) ? piece.size() : CountDecodable(piece);
-        Decode(piece.substr(0, good), text);
-        result += text;
-        bytes.remove_prefix(good);
-        // A character that the piece cut in two comes whole with the next one.
-        bool const cut = piece.size() < bytes.size() + good && good > 0 &&
-                         good + kLongestCharacter > piece.size();
-        if (good == piece.size() || cut) {
-            size = std::min(2 * size, kFirstPiece);
-            continue;
-        }
-        result += kReplacement;
-        bytes.remove_prefix(std::min(mUnitSize, bytes.size()));
-        size = std::max(size / 2, kLeastPiece);
-    }
-    return result;
+    auto const decode = [this](std::string_view piece, std::u16string& text) {
+        return Decode(piece, text);
+    };
+    return DecodeAroundBadBytes(bytes, mUnitSize, GetMemory(), decode);
 }
 
 bool CCharset::Encode(std::u16string const& text, std::string& bytes) const

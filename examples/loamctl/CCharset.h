@@ -11,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include "loamctl/LossyDecoding.h"
+
 class CCharsetConverter;
 
 class CCharset
@@ -46,7 +48,7 @@ private:
     bool Convert(std::string_view bytes, std::u16string& text) const;
     bool Convert(std::u16string const& text, std::string& bytes) const;
     std::size_t CountDecodable(std::string_view bytes) const;
-    bool IsStateful() const;
+    ByteMemory GetMemory() const;
     CCharset OrderOf(std::string_view bytes) const;
     bool HasMark(std::string_view bytes) const;
 

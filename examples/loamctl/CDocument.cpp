@@ -10,10 +10,12 @@
 #include <fmt/format.h>
 
 #include "files/CFile.h"
+#include "loamctl/CByteTable.h"
 #include "loamctl/CCharset.h"
 #include "loamctl/CharsetGuess.h"
 #include "loamctl/Interruption.h"
-#include "loamctl/Surrogates.h"
+#include "loamctl/KnownCharsets.h"
+#include "loamctl/UTF16Loops.h"
 #include "text/CCharsetConverter.h"
 #include "text/CUTFConverter.h"
 #include "text/ConvertUTF.h"
@@ -44,6 +46,33 @@ Mark MarkOf(std::string_view bytes)
     if (bytes.starts_with("\xFF\xFE"sv)) return Mark::kUTF16LE;
     if (bytes.starts_with("\xFE\xFF"sv)) return Mark::kUTF16BE;
     return bytes.starts_with("\xEF\xBB\xBF"sv) ? Mark::kUTF8 : Mark::kNone;
+}
+
+// What bytes can be, from the first look at them.
+enum class ByteKind
+{
+    kASCII,       // with neither of the two controls below
+    kNoControls,  // without a null byte and an escape
+    kAny,
+};
+
+ByteKind KindOfBytes(std::string_view bytes)
+{
+    constexpr std::size_t kBlock = 64;
+    unsigned char all = 0;
+    unsigned char controls = 0;
+    auto const look = [&](char c) {
+        all |= static_cast<unsigned char>(c);
+        controls |= static_cast<unsigned char>(c == '\0' || c == '\x1B');
+    };
+    // Whole blocks, which compilers make vectors of.
+    for (; bytes.size() >= kBlock && controls == 0; bytes.remove_prefix(kBlock)) {
+        for (std::size_t i = 0; i < kBlock; ++i)
+            look(bytes.data()[i]);
+    }
+    std::for_each(bytes.begin(), bytes.end(), look);
+    if (controls != 0) return ByteKind::kAny;
+    return all < 0x80 ? ByteKind::kASCII : ByteKind::kNoControls;
 }
 
 unsigned char ByteOf(char c)
@@ -134,6 +163,7 @@ void CDocument::Forget()
     mReason.clear();
     mSize = 0;
     mText = {};
+    mIsASCII = false;
     mMarkSize = 0;
 }
 
@@ -173,9 +203,18 @@ void CDocument::Decode()
     mMarkSize = mark == Mark::kUTF8 ? 3 : 0;
     // Almost all documents end here. Zero bytes and escapes are well-formed, but rather UTF-16 and
     // ISO-2022.
-    bool const hasOthers = Bytes().find('\0') != std::string_view::npos ||
-                           Bytes().find('\x1B') != std::string_view::npos;
-    if (mark <= Mark::kUTF8 && !hasOthers && TryUTF8()) return;
+    switch (mark <= Mark::kUTF8 ? KindOfBytes(Bytes()) : ByteKind::kAny) {
+    case ByteKind::kASCII:
+        mKind = Kind::kUTF8;
+        mIsASCII = true;
+        NeedUnits(mSize);
+        return;
+    case ByteKind::kNoControls:
+        if (TryUTF8()) return;
+        break;
+    case ByteKind::kAny:
+        break;
+    }
     DecodeGuessed();
 }
 
@@ -215,14 +254,20 @@ bool CDocument::RefuseNullByte()
 bool CDocument::TryUTF8()
 {
     mKind = mMarkSize == 0 ? Kind::kUTF8 : Kind::kUTF8WithMark;
+    NeedUnits(mSize);
     return ConvertUTF8(Bytes().substr(static_cast<std::size_t>(mMarkSize)));
 }
 
-// There are no more units than bytes, so that with this room the converter never takes another
-// block, and can go on at any place of this one.
-bool CDocument::ConvertUTF8(std::string_view bytes)
+std::u16string_view CDocument::GetText() const
 {
-    NeedUnits(static_cast<long long>(bytes.size()));
+    if (mIsASCII && mText.empty()) ConvertUTF8(Bytes());
+    return mText;
+}
+
+// There is a unit of room for each byte, and there are no more units than bytes: the converter
+// never takes another block, and can go on at any place of this one.
+bool CDocument::ConvertUTF8(std::string_view bytes) const
+{
     std::size_t done = 0;
     while (!bytes.empty()) {
         ThrowIfInterrupted();
@@ -250,7 +295,22 @@ void CDocument::RefuseUTF8()
 // A guess is made by a part of the document, so that the rest may still not fit.
 void CDocument::DecodeOther(CharsetGuess const& guess)
 {
-    CCharset const charset(guess.GetDecoder());
+    KnownCharset const* const known = FindKnownCharset(guess.GetDecoder());
+    if (known && known->mTable) {
+        NeedUnits(mSize);
+        if (known->mTable->Decode(Bytes(), mUnits)) {
+            mKind = Kind::kOtherCharset;
+            mCharset = guess.mCharset;
+            mText = {mUnits, static_cast<std::size_t>(mSize)};
+            return;
+        }
+    }
+    if (known) return DecodeOther(guess, known->mCharset);
+    DecodeOther(guess, CCharset(guess.GetDecoder()));
+}
+
+void CDocument::DecodeOther(CharsetGuess const& guess, CCharset const& charset)
+{
     if (charset.Decode(Bytes(), mOther)) {
         mKind = Kind::kOtherCharset;
         mCharset = guess.mCharset;
@@ -274,18 +334,15 @@ void CDocument::DecodeUTF16(bool bigEndian)
     auto const length = static_cast<std::size_t>(mSize - mMarkSize) / 2;
     std::memcpy(mUnits, mBytes.data() + mMarkSize, length * 2);
     mText = {mUnits, length};
-    if (bigEndian != (std::endian::native == std::endian::big)) {
-        std::for_each(mUnits, mUnits + length,
-                      [](char16_t& unit) { unit = static_cast<char16_t>(unit << 8 | unit >> 8); });
-    }
+    if (bigEndian != (std::endian::native == std::endian::big)) SwapBytes(mUnits, length);
 
     ThrowIfInterrupted();
     auto const offset = [this](std::size_t unit) {
         return static_cast<std::size_t>(mMarkSize) + 2 * unit;
     };
-    if (std::size_t const null = GetText().find(u'\0'); null != std::u16string_view::npos) {
+    if (std::size_t const null = FindNull(mText); null < length) {
         Refuse(Kind::kBinary, fmt::format("a null character at offset {}", offset(null)));
-    } else if (std::size_t const lone = FindLoneSurrogate(GetText()); lone < length) {
+    } else if (std::size_t const lone = FindLoneSurrogate(mText); lone < length) {
         Refuse(Kind::kUnknownCharset,
                fmt::format("not UTF-16: lone surrogate at offset {}", offset(lone)));
     }

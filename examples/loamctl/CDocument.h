@@ -11,6 +11,7 @@
 
 #include "marl/amortizedmemblock.h"
 
+class CCharset;
 class CFileSpec;
 struct CharsetGuess;
 
@@ -58,8 +59,12 @@ public:
     /// The file's bytes, as far as they were read: all of them if it is a text.
     std::string_view GetBytes() const { return Bytes(); }
 
-    /// The text, without a byte-order mark and without a lone surrogate; empty if it is none.
-    std::u16string_view GetText() const { return mText; }
+    /// The text, without a byte-order mark and without a lone surrogate; empty if it is none. That
+    /// of ASCII is made when it is first asked for: who only looks at the bytes has no use for it.
+    std::u16string_view GetText() const;
+
+    /// The bytes are the text, unit by unit.
+    bool IsASCII() const { return mIsASCII; }
 
     /// A short name for people and for JSON: "UTF-8", "windows-1252", "binary".
     std::string GetKindName() const;
@@ -84,9 +89,10 @@ private:
     bool TryUTF8();
     void DecodeGuessed();
     void RefuseUTF8();
-    bool ConvertUTF8(std::string_view bytes);
+    bool ConvertUTF8(std::string_view bytes) const;
     void DecodeUTF16(bool bigEndian);
     void DecodeOther(CharsetGuess const& guess);
+    void DecodeOther(CharsetGuess const& guess, CCharset const& charset);
     void Refuse(Kind kind, std::string reason);
     void NeedUnits(long long count);
 
@@ -95,7 +101,9 @@ private:
     char16_t* mUnits = nullptr;  // owned, from malloc, as CUTFConverter wants it
     int mCapacity = 0;           // of mUnits
     std::u16string mOther;       // the text of another charset than UTF-8 and UTF-16
-    std::u16string_view mText;   // of mUnits or mOther
+    bool mIsASCII = false;
+    mutable std::u16string_view
+        mText;  // of mUnits or mOther; of ASCII, empty until it is asked for
     int mMarkSize = 0;
     Kind mKind = Kind::kEmpty;
     std::string mCharset;  // the other one

@@ -1,7 +1,9 @@
 #include "loamctl/CFoldedFinder.h"
 
+#include <algorithm>
 #include <utility>
 
+#include "loamctl/CDocument.h"
 #include "loamctl/Interruption.h"
 #include "text/CUnicodeMappingTable.h"
 
@@ -29,6 +31,7 @@ bool Passes(unsigned first, unsigned second)
 CFoldedFinder::CFoldedFinder(std::u16string folded)
     : mTable(*CUnicodeMappingTable::GetDefaultTable())
     , mNeedle(std::move(folded))
+    , mASCIIFinder(mNeedle, mTable)
     // Room for a hit that begins late in one expansion and ends in another.
     , mMapped(mNeedle.size() + 2UL * CUnicodeMappingTable::kLongestMapping, u' ')
     , mOffsets(mMapped.size() + 1)
@@ -59,11 +62,21 @@ void CFoldedFinder::SetText(std::u16string_view text)
     // Not sooner, since there may be nothing to look into.
     if (!mHasTraits) FillTraits();
     mText = text;
+    mASCII = {};
+    mAt = 0;
+}
+
+void CFoldedFinder::SetDocument(CDocument const& document)
+{
+    bool const isASCII = document.IsASCII() && mASCIIFinder.IsUsable();
+    if (!isASCII) return SetText(document.GetText());
+    mASCII = document.GetBytes();
     mAt = 0;
 }
 
 bool CFoldedFinder::Next(Span& hit)
 {
+    if (!mASCII.empty()) return NextInASCII(hit);
     for (; FindCandidate(); ++mAt) {
         if (MatchHere(hit)) {
             mAt = hit.mEnd;
@@ -71,6 +84,15 @@ bool CFoldedFinder::Next(Span& hit)
         }
     }
     return false;
+}
+
+bool CFoldedFinder::NextInASCII(Span& hit)
+{
+    mAt = std::min(mASCIIFinder.Find(mASCII, mAt), mASCII.size());
+    if (mAt == mASCII.size()) return false;
+    hit = {mAt, mAt + mNeedle.size()};
+    mAt = hit.mEnd;
+    return true;
 }
 
 // Moves mAt to the next unit that may begin a hit. Nearly all the time of a search is spent here.

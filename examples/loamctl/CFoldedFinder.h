@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "loamctl/CASCIIFinder.h"
 #include "loamctl/CBasicFinder.h"
 
 class CUnicodeMappingTable;
@@ -24,6 +25,7 @@ public:
     explicit CFoldedFinder(std::u16string folded);
 
     void SetText(std::u16string_view text) override;
+    void SetDocument(CDocument const& document) override;
     bool Next(Span& hit) override;
 
     /// Goes on looking from `unit`, which lies behind the last hit.
@@ -31,14 +33,17 @@ public:
 
 private:
     void FillTraits();
+    bool NextInASCII(Span& hit);
     bool FindCandidate();
     bool MatchHere(Span& hit);
 
     CUnicodeMappingTable const& mTable;
     std::u16string mNeedle;
+    CASCIIFinder mASCIIFinder;
     bool mHasTraits = false;
     std::array<unsigned char, 65536> mTraits;  // by raw unit
     std::u16string_view mText;
+    std::string_view mASCII;  // in the place of mText, if that isn't empty
     std::size_t mAt = 0;
     std::u16string mMapped;     // of one candidate
     std::vector<int> mOffsets;  // back into mText, one more than mMapped has units

@@ -1,9 +1,9 @@
 #include "loamctl/CLetterFit.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <iterator>
 
-#include "loamctl/LetterTables.h"
+#include "loamctl/CByteTable.h"
 #include "text/CUnicodeCategoriesTable.h"
 #include "text/CUnicodeMappingTable.h"
 
@@ -88,31 +88,178 @@ int CostOf(LetterClass first, LetterClass second)
         kTransitionCosts[static_cast<int>(first) * kLetterClassCount + static_cast<int>(second)]);
 }
 
-int CostOf(char16_t letter, LetterCosts const& costs)
+// The letters of a table with their number, which takes a while to count.
+struct CountedCosts
 {
-    std::u16string_view const letters(costs.mLetters);
-    auto const found = std::lower_bound(letters.begin(), letters.end(), letter);
-    if (found == letters.end() || *found != letter) return kHighestCost;
-    return CostOf(costs.mCosts[found - letters.begin()]);
+    explicit CountedCosts(LetterCosts const& costs)
+        : mLetters(costs.mLetters)
+        , mCosts(costs.mCosts)
+    {
+    }
+
+    int CostOf(char16_t letter) const
+    {
+        if (mLetters.empty() || letter < mLetters.front() || letter > mLetters.back())
+            return kHighestCost;
+        auto const found = std::lower_bound(mLetters.begin(), mLetters.end(), letter);
+        return *found == letter ? ::CostOf(mCosts[found - mLetters.begin()]) : kHighestCost;
+    }
+
+    std::u16string_view mLetters;
+    char const* mCosts;
+};
+
+std::vector<CountedCosts> const& Languages()
+{
+    static std::vector<CountedCosts> const languages(kLanguages, kLanguages + kLanguageCount);
+    return languages;
+}
+
+// What a unit is and what it costs in any language.
+struct UnitFacts
+{
+    LetterClass mClass;
+    unsigned char mCost;
+};
+
+UnitFacts FactsOf(char16_t unit)
+{
+    static CountedCosts const symbols(kSymbolCosts);
+    LetterClass const letterClass = ClassOf(unit);
+    int cost = 0;
+    if (letterClass == LetterClass::kControl) cost = kHighestCost;
+    if (letterClass == LetterClass::kSymbol) cost = symbols.CostOf(unit);
+    return {letterClass, static_cast<unsigned char>(cost)};
+}
+
+// Of all units, made at first use.
+std::vector<UnitFacts> const& AllFacts()
+{
+    static std::vector<UnitFacts> const facts = [] {
+        std::vector<UnitFacts> made;
+        made.reserve(0x10000);
+        for (unsigned code = 0; code < 0x10000; ++code)
+            made.push_back(FactsOf(static_cast<char16_t>(code)));
+        return made;
+    }();
+    return facts;
+}
+
+bool IsASCII(LetterClass letterClass)
+{
+    return letterClass <= LetterClass::kASCIIOther;
+}
+
+bool IsLetter(LetterClass letterClass)
+{
+    return letterClass > LetterClass::kControl && letterClass != LetterClass::kSymbol;
+}
+
+char16_t Folded(char16_t unit, CUnicodeMappingTable const& table)
+{
+    char16_t const folded = table.MapToSingleUnit(unit);
+    return folded == CUnicodeMappingTable::kNoSingleUnit ? unit : folded;
+}
+
+constexpr std::size_t kFirstUpper = 0x80;
+constexpr std::size_t kUpperBytes = 0x80;
+
+// One byte for all of ASCII that has the same class.
+constexpr unsigned char kASCIIStandIns[] = {'a', 'A', ' '};
+constexpr std::size_t kKinds = std::size(kASCIIStandIns) + kUpperBytes;
+
+// The stand-ins first, and then the bytes beyond ASCII.
+std::size_t KindOf(char c)
+{
+    auto const byte = static_cast<unsigned char>(c);
+    if (byte >= kFirstUpper) return byte - kFirstUpper + std::size(kASCIIStandIns);
+    return static_cast<std::size_t>(ClassOfASCII(byte));
+}
+
+unsigned char ByteOfKind(std::size_t kind)
+{
+    if (kind < std::size(kASCIIStandIns)) return kASCIIStandIns[kind];
+    return static_cast<unsigned char>(kind - std::size(kASCIIStandIns) + kFirstUpper);
 }
 
 }  // namespace
+
+CByteLetters::CByteLetters(CByteTable const& units)
+    : mUnits(units)
+    , mClasses{}
+    , mCosts{}
+{
+    for (std::size_t code = 0; code < mClasses.size(); ++code) {
+        UnitFacts const facts = FactsOf(mUnits[static_cast<char>(code)]);
+        mClasses[code] = facts.mClass;
+        mCosts[code] = facts.mCost;
+    }
+}
+
+bool CByteLetters::IsLetter(unsigned char byte) const
+{
+    return ::IsLetter(mClasses[byte]);
+}
+
+int CByteLetters::GetCost(unsigned char byte, int language) const
+{
+    std::call_once(mFilled, [this] { FillLanguageCosts(); });
+    return mLanguageCosts[static_cast<std::size_t>(language) * kUpperBytes + byte - kFirstUpper];
+}
+
+void CByteLetters::FillLanguageCosts() const
+{
+    CUnicodeMappingTable const& folding = *CUnicodeMappingTable::GetCaseFoldingTable();
+    mLanguageCosts.resize(static_cast<std::size_t>(kLanguageCount) * kUpperBytes);
+    auto cost = mLanguageCosts.begin();
+    for (CountedCosts const& language : Languages()) {
+        for (std::size_t code = kFirstUpper; code < mClasses.size(); ++code) {
+            char16_t const unit = mUnits[static_cast<char>(code)];
+            *cost++ = static_cast<unsigned char>(language.CostOf(Folded(unit, folding)));
+        }
+    }
+}
 
 CLetterFit::CLetterFit(std::string_view bytes)
     : mHints(static_cast<std::size_t>(kLanguageCount), 0)
     , mCounts(0x10000, 0)
 {
-    long counts[26] = {};
-    for (char const c : bytes) {
-        char const letter = static_cast<char>(c | 0x20);
-        if (letter >= 'a' && letter <= 'z') ++counts[letter - 'a'];
+    for (char const c : bytes)
+        ++mByteCounts[static_cast<unsigned char>(c)];
+    for (std::size_t code = kFirstUpper; code < mByteCounts.size(); ++code) {
+        if (mByteCounts[code] > 0) mUpperBytes += static_cast<char>(code);
     }
+    CountPairs(bytes);
+    FindHints();
+}
+
+// In front of the first byte stands something of ASCII.
+void CLetterFit::CountPairs(std::string_view bytes)
+{
+    std::vector<unsigned> counts(kKinds * kKinds, 0);
+    std::size_t before = KindOf(' ');
+    for (char const c : bytes) {
+        std::size_t const now = KindOf(c);
+        ++counts[before * kKinds + now];
+        before = now;
+    }
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        if (counts[i] == 0) continue;
+        Pair const pair = {ByteOfKind(i / kKinds), ByteOfKind(i % kKinds), counts[i]};
+        if (pair.mFirst >= kFirstUpper || pair.mSecond >= kFirstUpper) mPairs.push_back(pair);
+    }
+}
+
+void CLetterFit::FindHints()
+{
     long least = -1;
     for (std::size_t i = 0; i < mHints.size(); ++i) {
         char const* const costs = kLanguages[i].mASCIICosts;
         if (*costs == '\0') continue;
-        for (std::size_t letter = 0; letter < 26; ++letter)
-            mHints[i] += counts[letter] * CostOf(costs[letter]);
+        for (std::size_t letter = 0; letter < 26; ++letter) {
+            long const count = mByteCounts['a' + letter] + mByteCounts['A' + letter];
+            mHints[i] += count * CostOf(costs[letter]);
+        }
         if (least < 0 || mHints[i] < least) least = mHints[i];
     }
     for (std::size_t i = 0; i < mHints.size(); ++i) {
@@ -123,46 +270,90 @@ CLetterFit::CLetterFit(std::string_view bytes)
 
 void CLetterFit::SetText(std::u16string_view text)
 {
+    mText = text;
+    mBytes = nullptr;
+    mCount = static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char16_t unit) { return unit >= 0x80; }));
+}
+
+void CLetterFit::SetBytes(CByteLetters const& letters)
+{
+    mBytes = &letters;
+    mCount = 0;
+    for (char const c : mUpperBytes)
+        mCount += static_cast<std::size_t>(mByteCounts[static_cast<unsigned char>(c)]);
+}
+
+long CLetterFit::FindLeastCost(long limit)
+{
+    mLeastCost = 0;
+    mBytes ? ReadBytes() : ReadText(limit);
+    return mLeastCost;
+}
+
+void CLetterFit::ReadText(long limit)
+{
     for (char16_t const letter : mLetters)
         mCounts[letter] = 0;
     mLetters.clear();
-    mCount = 0;
-    mLeastCost = 0;
+    UnitFacts const* const allFacts = AllFacts().data();
+    CUnicodeMappingTable const& folding = *CUnicodeMappingTable::GetCaseFoldingTable();
     auto before = LetterClass::kASCIIOther;
-    for (char16_t const unit : text) {
-        LetterClass const now = ClassOf(unit);
-        if (now > LetterClass::kASCIIOther || before > LetterClass::kASCIIOther)
-            mLeastCost += CostOf(before, now);
-        if (now == LetterClass::kControl) {
-            mLeastCost += kHighestCost;
-        } else if (now == LetterClass::kSymbol) {
-            mLeastCost += CostOf(unit, kSymbolCosts);
-        } else if (now > LetterClass::kASCIIOther) {
-            Count(unit);
+    for (char16_t const unit : mText) {
+        if (mLeastCost >= limit) return;
+        UnitFacts const facts = allFacts[unit];
+        if (!IsASCII(facts.mClass) || !IsASCII(before))
+            mLeastCost += CostOf(before, facts.mClass) + facts.mCost;
+        if (IsLetter(facts.mClass)) {
+            char16_t const letter = Folded(unit, folding);
+            if (mCounts[letter]++ == 0) mLetters += letter;
         }
-        mCount += unit >= 0x80;
-        before = now;
+        before = facts.mClass;
     }
 }
 
-void CLetterFit::Count(char16_t unit)
+void CLetterFit::ReadBytes()
 {
-    char16_t const folded = CUnicodeMappingTable::GetCaseFoldingTable()->MapToSingleUnit(unit);
-    char16_t const letter = folded == CUnicodeMappingTable::kNoSingleUnit ? unit : folded;
-    if (mCounts[letter]++ == 0) mLetters += letter;
+    mByteLetters.clear();
+    for (Pair const& pair : mPairs) {
+        LetterClass const first = mBytes->GetClass(pair.mFirst);
+        mLeastCost += pair.mCount * CostOf(first, mBytes->GetClass(pair.mSecond));
+    }
+    for (char const c : mUpperBytes) {
+        auto const byte = static_cast<unsigned char>(c);
+        mLeastCost += mByteCounts[byte] * mBytes->GetCost(byte);
+        if (mBytes->IsLetter(byte)) mByteLetters += c;
+    }
 }
 
-LanguageFit CLetterFit::FindLanguage() const
+LanguageFit CLetterFit::FindLanguage(long limit) const
 {
-    LanguageFit best = {mLeastCost, ""};
-    if (mLetters.empty()) return best;
+    bool const isWordless = mBytes ? mByteLetters.empty() : mLetters.empty();
+    if (isWordless) return {mLeastCost, ""};
+    LanguageFit best = {limit, ""};
     for (int i = 0; i < kLanguageCount; ++i) {
-        long cost = mLeastCost + mHints[static_cast<std::size_t>(i)];
-        for (char16_t const letter : mLetters) {
-            if (*best.mLanguage != '\0' && cost >= best.mCost) break;
-            cost += CostOf(letter, kLanguages[i]) * static_cast<long>(mCounts[letter]);
-        }
-        if (*best.mLanguage == '\0' || cost < best.mCost) best = {cost, kLanguages[i].mLanguage};
+        long const hint = mHints[static_cast<std::size_t>(i)];
+        long const cost = CostOfLetters(i, mLeastCost + hint, best.mCost);
+        if (cost < best.mCost) best = {cost, kLanguages[i].mLanguage};
     }
     return best;
+}
+
+// On top of `cost`, up to `limit`.
+long CLetterFit::CostOfLetters(int language, long cost, long limit) const
+{
+    if (mBytes) {
+        for (char const c : mByteLetters) {
+            if (cost >= limit) break;
+            auto const byte = static_cast<unsigned char>(c);
+            cost += mBytes->GetCost(byte, language) * mByteCounts[byte];
+        }
+        return cost;
+    }
+    CountedCosts const& costs = Languages()[static_cast<std::size_t>(language)];
+    for (char16_t const letter : mLetters) {
+        if (cost >= limit) break;
+        cost += costs.CostOf(letter) * static_cast<long>(mCounts[letter]);
+    }
+    return cost;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "loamctl/CDocument.h"
 #include "loamctl/CWordWalk.h"
 #include "loamctl/Lines.h"
 
@@ -33,7 +34,20 @@ CPhraseFinder::CPhraseFinder(std::vector<std::u16string> words)
 void CPhraseFinder::SetText(std::u16string_view text)
 {
     mText = text;
+    mDocument = nullptr;
     mCandidates.SetText(text);
+    Restart();
+}
+
+void CPhraseFinder::SetDocument(CDocument const& document)
+{
+    mDocument = &document;
+    mCandidates.SetDocument(document);
+    Restart();
+}
+
+void CPhraseFinder::Restart()
+{
     mHits.clear();
     mNextHit = 0;
 }
@@ -43,6 +57,8 @@ bool CPhraseFinder::Next(Span& hit)
     while (mNextHit == mHits.size()) {
         Span candidate;
         if (!mCandidates.Next(candidate)) return false;
+        if (mDocument) mText = mDocument->GetText();
+        mDocument = nullptr;
         Span const line = LineAround(mText, candidate.mStart);
         CollectHits(line);
         mCandidates.SkipTo(line.mEnd);

@@ -18,13 +18,16 @@ public:
     explicit CPhraseFinder(std::vector<std::u16string> words);
 
     void SetText(std::u16string_view text) override;
+    void SetDocument(CDocument const& document) override;
     bool Next(Span& hit) override;
 
 private:
+    void Restart();
     void CollectHits(Span line);
 
     std::vector<std::u16string> mWords;
-    CFoldedFinder mCandidates;  // of the longest word, also inside others
+    CFoldedFinder mCandidates;             // of the longest word, also inside others
+    CDocument const* mDocument = nullptr;  // not owned; until its text is in mText
     std::u16string_view mText;
     std::vector<Span> mHits;  // of the last line that was taken apart
     std::size_t mNextHit = 0;

@@ -25,6 +25,9 @@ public:
     Place const& At(std::size_t unit);
 
 private:
+    template <class Unit>
+    void SkipBlock(Unit const* block);
+
     CDocument const& mDocument;
     std::size_t mUnit = 0;
     Place mPlace;

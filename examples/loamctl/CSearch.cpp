@@ -68,7 +68,7 @@ Outcome CSearch::Work(TreeEntry const& entry, COutput& output)
 
 long long CSearch::Search(std::string const& path, COutput& output)
 {
-    mFinder->SetText(mDocument.GetText());
+    mFinder->SetDocument(mDocument);
     Span first;
     if (!mFinder->Next(first)) return 0;
     switch (mOptions.mShow) {

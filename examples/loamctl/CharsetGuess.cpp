@@ -1,31 +1,25 @@
 #include "loamctl/CharsetGuess.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <utility>
-#include <vector>
 
 #include <fmt/format.h>
 
 #include "loamctl/CCharset.h"
 #include "loamctl/CLetterFit.h"
+#include "loamctl/KnownCharsets.h"
 #include "text/CCharsetConverter.h"
 #include "text/CUnicodeCategoriesTable.h"
 #include "text/ConvertUTF.h"
 
 namespace {
 
-using Question = bool (*)(char const*, long long);
-
-bool CanBeAnything(char const* /*data*/, long long /*size*/)
-{
-    return true;
-}
-
 // How much is decoded to see how it fits.
 constexpr std::size_t kSampleSize = 8192;
-constexpr std::size_t kLongestCharacter = 4;
 // How much is looked at to tell bytes that were never text.
 constexpr std::size_t kBinaryProbe = 4096;
 
@@ -34,69 +28,7 @@ constexpr std::size_t kBinaryProbe = 4096;
 constexpr long kHighestCostOfAUnit = 40;
 constexpr long kHighestCostOfAFew = 150;
 
-struct Candidate
-{
-    char const* mName;
-    Question mQuestion;
-    long mCost;  // the rarer, the higher
-};
-
 using C = CCharsetConverter;
-
-// A charset that holds all of another one stands for both. The names are those of the library's
-// platform.
-constexpr Candidate kCandidates[] = {
-    {"windows-1252", C::CanConvertFromCP_1252, 0},
-    {"Shift_JIS", CanBeAnything, 6},
-    {"EUC-JP", CanBeAnything, 6},
-    {"GBK", CanBeAnything, 6},
-    {"GB18030", CanBeAnything, 7},
-    {"Big5", CanBeAnything, 6},
-    {"EUC-KR", CanBeAnything, 6},
-    {"windows-949", CanBeAnything, 7},
-    {"windows-1251", C::CanConvertFromCP_1251, 4},
-    {"windows-1256", C::CanConvertFromCP_1256, 4},
-    {"KOI8-R", CanBeAnything, 4},
-    {"windows-1250", C::CanConvertFromCP_1250, 9},
-    {"ISO-8859-2", C::CanConvertFromISO_8859_2, 9},
-    {"ISO-8859-7", C::CanConvertFromISO_8859_7, 9},
-    {"windows-1253", C::CanConvertFromCP_1253, 9},
-    {"windows-1254", C::CanConvertFromCP_1254, 9},
-    {"windows-1255", C::CanConvertFromCP_1255, 9},
-    {"windows-874", CanBeAnything, 9},
-    {"KOI8-U", CanBeAnything, 9},
-    {"windows-1257", C::CanConvertFromCP_1257, 13},
-    {"ISO-8859-5", C::CanConvertFromISO_8859_5, 13},
-    {"ISO-8859-6", C::CanConvertFromISO_8859_6, 13},
-    {"ISO-8859-8", C::CanConvertFromISO_8859_8, 13},
-    {"ISO-8859-15", C::CanConvertFromISO_8859_15, 13},
-    {"windows-1258", C::CanConvertFromCP_1258, 17},
-    {"ISO-8859-13", C::CanConvertFromISO_8859_13, 17},
-    {"ISO-8859-4", C::CanConvertFromISO_8859_4, 22},
-    {"cp866", CanBeAnything, 22},
-    {"macintosh", CanBeAnything, 26},
-    {"x-mac-cyrillic", CanBeAnything, 26},
-    {"ISO-8859-3", C::CanConvertFromISO_8859_3, 26},
-    {"ISO-8859-10", C::CanConvertFromISO_8859_10, 26},
-    {"ISO-8859-14", C::CanConvertFromISO_8859_14, 26},
-    {"ISO-8859-16", C::CanConvertFromISO_8859_16, 26},
-    {"cp437", CanBeAnything, 30},
-    {"x-mac-centraleurroman", CanBeAnything, 30},
-    {"x-mac-greek", CanBeAnything, 30},
-    {"x-mac-turkish", CanBeAnything, 35},
-};
-
-// Converters are made once, in the order of the candidates.
-std::vector<CCharset> const& Charsets()
-{
-    static std::vector<CCharset> const charsets = [] {
-        std::vector<CCharset> made;
-        for (Candidate const& candidate : kCandidates)
-            made.emplace_back(candidate.mName);
-        return made;
-    }();
-    return charsets;
-}
 
 bool IsASCII(char c)
 {
@@ -136,10 +68,10 @@ bool DecodeStart(CCharset const& charset, std::string_view bytes, std::u16string
     return false;
 }
 
-bool IsPlausible(CLetterFit const& fit, LanguageFit const& language)
+// At so much a reading is no text.
+long CostOfNoText(CLetterFit const& fit)
 {
-    return language.mCost <=
-           kHighestCostOfAFew + kHighestCostOfAUnit * static_cast<long>(fit.GetCount());
+    return kHighestCostOfAFew + kHighestCostOfAUnit * static_cast<long>(fit.GetCount()) + 1;
 }
 
 // Control bytes that no text holds in any charset; tabs, line ends, page breaks, backspaces, the
@@ -246,9 +178,29 @@ struct UTF8Tally
 {
     std::size_t mCharacters = 0;  // beyond ASCII
     std::size_t mBadBytes = 0;
+
+    // What is damaged in a few places is UTF-8 all the same: no other charset looks like it.
+    bool IsUTF8(std::size_t furtherCharacters) const
+    {
+        return mCharacters + furtherCharacters > 2 * mBadBytes;
+    }
 };
 
-// A character that is cut off at the end counts as neither.
+UTF8 const* BehindASCII(UTF8 const* at, UTF8 const* end)
+{
+    constexpr std::uint64_t kHighBits = 0x8080808080808080;
+    std::uint64_t eight = 0;
+    for (; end - at >= static_cast<std::ptrdiff_t>(sizeof eight); at += sizeof eight) {
+        std::memcpy(&eight, at, sizeof eight);
+        if ((eight & kHighBits) != 0) break;
+    }
+    while (at < end && *at < 0x80)
+        ++at;
+    return at;
+}
+
+// A character that is cut off at the end counts as neither. Stops where what is left can't make
+// UTF-8 of it any more.
 UTF8Tally TallyUTF8(std::string_view bytes)
 {
     UTF8Tally tally;
@@ -256,32 +208,47 @@ UTF8Tally TallyUTF8(std::string_view bytes)
     UTF8 const* const end = at + bytes.size();
     while (at < end) {
         if (*at < 0x80) {
-            ++at;
+            at = BehindASCII(at, end);
             continue;
         }
         std::ptrdiff_t const size = *at < 0xE0 ? 2 : *at < 0xF0 ? 3 : 4;
-        bool const isSurrogate = *at == 0xED && end - at > 1 && at[1] >= 0xA0;
-        if (!isSurrogate && isLegalUTF8Sequence(at, end)) {
+        bool const isLead = *at >= 0xC2 && *at < 0xF5;
+        bool const isStart = isLead && end - at > 1 && (at[1] & 0xC0) == 0x80;
+        bool const isSurrogate = isStart && *at == 0xED && at[1] >= 0xA0;
+        if (isStart && !isSurrogate && isLegalUTF8Sequence(at, end)) {
             ++tally.mCharacters;
             at += size;
-        } else if (*at >= 0xC2 && *at < 0xF5 && end - at < size) {
+        } else if (isLead && end - at < size) {
             break;
         } else {
             ++tally.mBadBytes;
             ++at;
+            if (!tally.IsUTF8(static_cast<std::size_t>(end - at) / 2)) break;
         }
     }
     return tally;
 }
 
-// What is damaged in a few places is UTF-8 all the same: no other charset looks like it.
 CharsetGuess GuessUTF8(std::string_view bytes)
 {
     if (!HasBeyondASCII(bytes)) return {"US-ASCII", "", "no byte of 0x80 and above"};
     UTF8Tally const tally = TallyUTF8(bytes);
-    if (tally.mCharacters <= 2 * tally.mBadBytes) return {};
+    if (!tally.IsUTF8(0)) return {};
     if (tally.mBadBytes == 0) return {"UTF-8", "", "well-formed UTF-8"};
     return {"UTF-8", "", fmt::format("UTF-8, but for {} bytes", tally.mBadBytes)};
+}
+
+// Each of them once.
+std::string BytesIn(std::string_view bytes)
+{
+    std::array<bool, 256> isThere{};
+    for (char const c : bytes)
+        isThere[static_cast<unsigned char>(c)] = true;
+    std::string found;
+    for (std::size_t code = 0; code < isThere.size(); ++code) {
+        if (isThere[code]) found += static_cast<char>(code);
+    }
+    return found;
 }
 
 // The two readings that cost least, of those that differ.
@@ -290,56 +257,121 @@ class CContest
 public:
     explicit CContest(std::string_view sample)
         : mSample(sample)
+        , mBytes(BytesIn(sample))
         , mFit(sample)
     {
     }
 
-    void Try(CCharset const& charset, long cost);
+    void Try(KnownCharset const& charset);
 
     CharsetGuess GetGuess() const;
 
 private:
     struct Reading
     {
-        CCharset const* mCharset = nullptr;
+        KnownCharset const* mCharset = nullptr;
         LanguageFit mFit = {0, ""};
+        CByteTable const* mTable = nullptr;  // not owned; null if the text is in mText
         std::u16string mText;
     };
 
+    void TryTable(KnownCharset const& charset);
+    void TryText(KnownCharset const& charset);
+    long GetLimit(KnownCharset const& charset) const;
+    void Enter(KnownCharset const& charset, Reading& reading);
+    bool IsKnown(Reading const& reading) const;
+    bool IsSame(Reading const& a, Reading const& b) const;
+    bool IsSame(CByteTable const& table, std::u16string_view text) const;
+
     std::string_view mSample;
+    std::string mBytes;  // of the sample, each once
     CLetterFit mFit;
-    std::u16string mText;
+    Reading mReading;  // the one in work
     Reading mBest;
     Reading mSecond;
 };
 
-void CContest::Try(CCharset const& charset, long cost)
+void CContest::Try(KnownCharset const& charset)
 {
-    if (!DecodeStart(charset, mSample, mText)) return;
-    if (mBest.mCharset && mText == mBest.mText) return;
-    if (mSecond.mCharset && mText == mSecond.mText) return;
-    mFit.SetText(mText);
-    if (mSecond.mCharset && mFit.GetLeastCost() + cost >= mSecond.mFit.mCost) return;
-    LanguageFit fit = mFit.FindLanguage();
-    if (!IsPlausible(mFit, fit)) return;
-    fit.mCost += cost;
-    if (!mBest.mCharset || fit.mCost < mBest.mFit.mCost) {
-        mSecond = std::move(mBest);
-        mBest = {&charset, fit, mText};
-    } else if (!mSecond.mCharset || fit.mCost < mSecond.mFit.mCost) {
-        mSecond = {&charset, fit, mText};
+    if (!charset.mTable) return TryText(charset);
+    CByteTable const& table = *charset.mTable;
+    auto const isMissing = [&table](char c) { return table[c] == CByteTable::kNoUnit; };
+    if (std::none_of(mBytes.begin(), mBytes.end(), isMissing)) return TryTable(charset);
+    // A missing one at the end may be cut off.
+    auto const first = std::find_if(mSample.begin(), mSample.end(), isMissing);
+    if (mSample.end() - first < static_cast<std::ptrdiff_t>(kLongestCharacter)) TryText(charset);
+}
+
+void CContest::TryTable(KnownCharset const& charset)
+{
+    mReading.mTable = charset.mTable.get();
+    mReading.mText.clear();
+    if (IsKnown(mReading)) return;
+    mFit.SetBytes(*charset.mLetters);
+    Enter(charset, mReading);
+}
+
+void CContest::TryText(KnownCharset const& charset)
+{
+    mReading.mTable = nullptr;
+    if (!DecodeStart(charset.mCharset, mSample, mReading.mText) || IsKnown(mReading)) return;
+    mFit.SetText(mReading.mText);
+    Enter(charset, mReading);
+}
+
+// Where the reading costs so much, it comes in behind the others or is no text.
+long CContest::GetLimit(KnownCharset const& charset) const
+{
+    long const noText = CostOfNoText(mFit);
+    return mSecond.mCharset ? std::min(noText, mSecond.mFit.mCost - charset.mCost) : noText;
+}
+
+void CContest::Enter(KnownCharset const& charset, Reading& reading)
+{
+    long const limit = GetLimit(charset);
+    if (mFit.FindLeastCost(limit) >= limit) return;
+    reading.mFit = mFit.FindLanguage(limit);
+    if (reading.mFit.mCost >= limit) return;
+    reading.mFit.mCost += charset.mCost;
+    reading.mCharset = &charset;
+    if (!mBest.mCharset || reading.mFit.mCost < mBest.mFit.mCost) {
+        std::swap(mSecond, mBest);
+        std::swap(mBest, reading);
+    } else {
+        std::swap(mSecond, reading);
     }
+}
+
+bool CContest::IsKnown(Reading const& reading) const
+{
+    return (mBest.mCharset && IsSame(reading, mBest)) ||
+           (mSecond.mCharset && IsSame(reading, mSecond));
+}
+
+bool CContest::IsSame(Reading const& a, Reading const& b) const
+{
+    if (!a.mTable && !b.mTable) return a.mText == b.mText;
+    if (!a.mTable) return IsSame(*b.mTable, a.mText);
+    if (!b.mTable) return IsSame(*a.mTable, b.mText);
+    return std::all_of(mBytes.begin(), mBytes.end(),
+                       [&](char c) { return (*a.mTable)[c] == (*b.mTable)[c]; });
+}
+
+bool CContest::IsSame(CByteTable const& table, std::u16string_view text) const
+{
+    return std::equal(mSample.begin(), mSample.end(), text.begin(), text.end(),
+                      [&table](char c, char16_t unit) { return table[c] == unit; });
 }
 
 CharsetGuess CContest::GetGuess() const
 {
     if (!mBest.mCharset) return {"", "", "no charset makes a text of it"};
-    CharsetGuess guess = {mBest.mCharset->GetName(), "", ""};
+    CharsetGuess guess = {mBest.mCharset->mCharset.GetName(), "", ""};
     bool const hasLanguage = *mBest.mFit.mLanguage != '\0';
     guess.mReason =
         hasLanguage ? fmt::format("letters as in {}", mBest.mFit.mLanguage) : "symbols of texts";
     if (mSecond.mCharset) {
-        guess.mRunnerUp = mSecond.mCharset->GetName();
+        guess.mRunnerUp = mSecond.mCharset->mCharset.GetName();
         // Costs are in thirds of a bit.
         guess.mReason += fmt::format(", {} bits better than the next",
                                      (mSecond.mFit.mCost - mBest.mFit.mCost) / 3);
@@ -347,14 +379,14 @@ CharsetGuess CContest::GetGuess() const
     return guess;
 }
 
+// No charset is asked for a byte twice: the tests look at each by itself.
 CharsetGuess GuessByLetters(std::string_view bytes)
 {
     CContest contest(SampleOf(bytes));
-    std::vector<CCharset> const& charsets = Charsets();
-    for (std::size_t i = 0; i < charsets.size(); ++i) {
-        Candidate const& candidate = kCandidates[i];
-        if (candidate.mQuestion(bytes.data(), static_cast<long long>(bytes.size())))
-            contest.Try(charsets[i], candidate.mCost);
+    std::string const found = BytesIn(bytes);
+    auto const count = static_cast<long long>(found.size());
+    for (KnownCharset const& charset : KnownCharsets()) {
+        if (!charset.mCanHold || charset.mCanHold(found.data(), count)) contest.Try(charset);
     }
     return contest.GetGuess();
 }

@@ -1,5 +1,7 @@
 #include "loamctl/DisplayText.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "text/CUTFConverter.h"
@@ -24,11 +26,24 @@ bool TurnsDirection(unsigned c)
     return (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
 }
 
+// Bytes of ASCII that are shown as they are in a name too.
+bool IsPlain(char c)
+{
+    return c >= 0x20 && c < 0x7F;
+}
+
 std::string Escape(std::string_view utf8, bool name)
 {
     std::string result;
     result.reserve(utf8.size());
     for (std::size_t at = 0, size = 0; at < utf8.size(); at += size) {
+        auto const* const start = utf8.data() + at;
+        auto const* const plainEnd = std::find_if_not(start, utf8.data() + utf8.size(), IsPlain);
+        if (plainEnd != start) {
+            size = static_cast<std::size_t>(plainEnd - start);
+            result.append(start, size);
+            continue;
+        }
         std::string_view const rest = utf8.substr(at);
         unsigned const c = CodePointAt(rest, size);
         if (c == '\t' && !name) {

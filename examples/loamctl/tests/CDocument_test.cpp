@@ -1,11 +1,13 @@
 #include "loamctl/CDocument.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "files/CFileSpec.h"
+#include "loamctl/UTF16Loops.h"
 #include "loamctl/tests/RunLoamctl.h"
 #include "marl/HierarchicalException.h"
 #include "testing/StTempDir.h"
@@ -209,6 +211,47 @@ TEST(CDocument, ReadsLargeTextsWhole)
         document.Read(CFileSpec(folder.Write("bad", bytes), false));
         EXPECT_EQ(document.GetReason(),
                   "not UTF-8: byte 0xFF at offset " + std::to_string(bytes.size() - 1));
+    }
+}
+
+std::size_t FindLonePlainly(std::u16string const& text)
+{
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        bool const isHigh = (text[i] & 0xFC00) == 0xD800;
+        bool const isLow = (text[i] & 0xFC00) == 0xDC00;
+        bool const isPair = isHigh && i + 1 < text.size() && (text[i + 1] & 0xFC00) == 0xDC00;
+        if (isLow || (isHigh && !isPair)) return i;
+        if (isPair) ++i;
+    }
+    return text.size();
+}
+
+TEST(UTF16Loops, AgreeWithThePlainRules)
+{
+    std::u16string const cases[] = {
+        u"\ud7ff\ue000",     u"\U0001F600", u"\xd83dx",      u"x\xd83d",
+        u"\U0001F600\xde00", u"x\xde00",    u"\xde00\xd83d", std::u16string(u"x\0", 2)};
+    std::size_t wrong = 0;
+    for (std::u16string const& middle : cases) {
+        for (std::size_t before = 0; before < 100; ++before) {
+            for (std::size_t behind = 0; behind < 70; ++behind) {
+                std::u16string const text =
+                    std::u16string(before, u'x') + middle + std::u16string(behind, u'x');
+                wrong += FindLoneSurrogate(text) != FindLonePlainly(text);
+                wrong += FindNull(text) != std::min(text.find(u'\0'), text.size());
+            }
+        }
+    }
+    EXPECT_EQ(wrong, 0U);
+}
+
+TEST(UTF16Loops, SwapBytesOfTextsOfAnyLength)
+{
+    for (std::size_t length = 0; length < 100; ++length) {
+        SCOPED_TRACE(length);
+        std::u16string units(length, u'\x1234');
+        SwapBytes(units.data(), units.size());
+        EXPECT_EQ(units, std::u16string(length, u'\x3412'));
     }
 }
 

@@ -6,19 +6,25 @@
 
 #include <gtest/gtest.h>
 
+#include "loamctl/CDocument.h"
 #include "text/CUnicodeMappingTable.h"
 
 namespace {
 
 using Hits = std::vector<std::pair<std::size_t, std::size_t>>;
 
-Hits FindAll(CFoldedFinder& finder, std::u16string const& text)
+Hits AllHits(CFoldedFinder& finder)
 {
-    finder.SetText(text);
     Hits result;
     for (Span hit; finder.Next(hit);)
         result.emplace_back(hit.mStart, hit.mEnd);
     return result;
+}
+
+Hits FindAll(CFoldedFinder& finder, std::u16string const& text)
+{
+    finder.SetText(text);
+    return AllHits(finder);
 }
 
 Hits Find(std::u16string const& needle, std::u16string const& text)
@@ -135,6 +141,52 @@ TEST(CFoldedFinder, AgreesWithThePlainRule)
         }
     }
     EXPECT_GT(hits, 20000U);
+}
+
+TEST(CFoldedFinder, FindsTheSameInTheBytesOfASCII)
+{
+    // Letters of the needles in both cases, and what differs from a letter by the bit of case.
+    std::string const characters = "aAbBzZ@`[{ 0\n\x7f";
+    std::mt19937 random(20240301);
+    auto const anyText = [&](std::size_t length) {
+        std::string text;
+        for (; length > 0; --length)
+            text += characters[random() % characters.size()];
+        return text;
+    };
+    CDocument document;
+    std::size_t hits = 0;
+    for (int round = 0; round < 100; ++round) {
+        std::string const raw = anyText(1 + random() % (round % 10 == 0 ? 80 : 3));
+        CFoldedFinder finder(FoldNeedle({raw.begin(), raw.end()}));
+        for (int i = 0; i < 20; ++i) {
+            std::string const text = anyText(random() % 200) + raw + anyText(random() % 200);
+            document.Read(text);
+            Hits const expected = FindAll(finder, {text.begin(), text.end()});
+            finder.SetDocument(document);
+            ASSERT_EQ(AllHits(finder), expected) << "round " << round << ", text " << i;
+            hits += expected.size();
+        }
+    }
+    EXPECT_GT(hits, 10000U);
+}
+
+TEST(CFoldedFinder, FindsNothingBeyondASCIIInBytesOfIt)
+{
+    CDocument document;
+    document.Read("strasse, cafe, 123");
+    for (char16_t const* const needle : {u"\u0444", u"caf\u0444", u"a\u0444"}) {
+        CFoldedFinder finder(FoldNeedle(needle));
+        finder.SetDocument(document);
+        EXPECT_EQ(AllHits(finder), Hits());
+    }
+    CFoldedFinder finder(FoldNeedle(u"stra\u00dfe"));
+    finder.SetDocument(document);
+    EXPECT_EQ(AllHits(finder), (Hits{{0, 7}}));
+    // And in another text, from its start.
+    document.Read("\u00e4 strasse");
+    finder.SetDocument(document);
+    EXPECT_EQ(AllHits(finder), (Hits{{2, 9}}));
 }
 
 TEST(CFoldedFinder, GoesOnWhereItIsToldTo)

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "loamctl/CDocument.h"
+
 namespace {
 
 using Hits = std::vector<std::pair<std::size_t, std::size_t>>;
@@ -51,6 +53,21 @@ TEST(CPhraseFinder, FindsWholeWords)
     for (auto const& c : cases) {
         SCOPED_TRACE(c.mWhat);
         EXPECT_EQ(Find(c.mNeedle, c.mText), c.mHits);
+    }
+}
+
+TEST(CPhraseFinder, FindsTheSameInADocument)
+{
+    CDocument document;
+    CPhraseFinder finder(SplitIntoWords(u"new york"));
+    for (std::string const text :
+         {"in New York, New-York\nnew\nyork\nnew york", "NEW YORKERS", "\u00e4 new york", ""}) {
+        document.Read(text);
+        finder.SetDocument(document);
+        Hits result;
+        for (Span hit; finder.Next(hit);)
+            result.emplace_back(hit.mStart, hit.mEnd);
+        EXPECT_EQ(result, Find(u"new york", std::u16string(document.GetText())));
     }
 }
 

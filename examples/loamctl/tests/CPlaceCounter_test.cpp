@@ -1,11 +1,14 @@
 #include "loamctl/CPlaceCounter.h"
 
+#include <random>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
 #include "files/CFileSpec.h"
 #include "loamctl/CDocument.h"
+#include "loamctl/DisplayText.h"
 #include "loamctl/LineView.h"
 #include "loamctl/Lines.h"
 #include "loamctl/tests/RunLoamctl.h"
@@ -52,6 +55,42 @@ TEST(CPlaceCounter, CountsBytesLinesAndColumns)
             EXPECT_EQ(place.mOffset, c.mPlace.mOffset);
             EXPECT_EQ(place.mLine, c.mPlace.mLine);
             EXPECT_EQ(place.mColumn, c.mPlace.mColumn);
+        }
+    }
+}
+
+TEST(CPlaceCounter, CountsTheSameInStepsOfAnySize)
+{
+    std::u16string const units = u"aab \r\n\u00e9\u07ff\u0800\uffff";
+    std::mt19937 random(20240302);
+    auto const anyText = [&](bool ascii) {
+        std::u16string text;
+        for (std::size_t length = random() % 400; length > 0; --length) {
+            char16_t const unit = units[random() % (ascii ? 6 : units.size())];
+            text += unit;
+            if (!ascii && unit == u'a') text += u"\U0001F600";
+            // Lines that are longer than a block too.
+            if (unit == u' ') text += std::u16string(random() % 150, u'x');
+        }
+        return text;
+    };
+    CDocument document;
+    for (int round = 0; round < 300; ++round) {
+        std::u16string const text = anyText(round % 3 == 0);
+        document.Read(round % 3 == 1 ? "\xFF\xFE" + AsUTF16(text, false) : ToUTF8(text));
+        ASSERT_EQ(document.GetText(), text);
+        CPlaceCounter inSteps(document);
+        CPlaceCounter inOne(document);
+        CPlaceCounter inJumps(document);
+        std::size_t jump = 0;
+        for (std::size_t unit = 0; unit <= text.size(); ++unit) {
+            Place const place = inSteps.At(unit);
+            if (unit < jump && unit < text.size()) continue;
+            jump = unit + random() % 300;
+            Place const other = unit == text.size() ? inOne.At(unit) : inJumps.At(unit);
+            ASSERT_EQ(std::tie(place.mOffset, place.mLine, place.mColumn),
+                      std::tie(other.mOffset, other.mLine, other.mColumn))
+                << "round " << round << ", unit " << unit;
         }
     }
 }

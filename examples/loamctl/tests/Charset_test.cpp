@@ -1,4 +1,5 @@
 // Charsets: telling them apart, converting between them, and searching in all of them.
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -6,8 +7,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "loamctl/CByteTable.h"
 #include "loamctl/CCharset.h"
 #include "loamctl/CharsetGuess.h"
+#include "loamctl/KnownCharsets.h"
+#include "loamctl/LossyDecoding.h"
 #include "loamctl/tests/RunLoamctl.h"
 #include "testing/StTempDir.h"
 
@@ -217,6 +221,88 @@ TEST(CCharset, DecodesLossilyPastThePieces)
         expected += isBad ? u'\ufffd' : u'\u3042';
     }
     EXPECT_EQ(CCharset("EUC-JP").DecodeLossily(bytes), expected);
+}
+
+TEST(CCharset, DecodesLossilyBehindEscapes)
+{
+    // After a bad byte it begins anew, in ASCII. Escapes in a row with nothing between are bad.
+    CCharset const charset("ISO-2022-JP");
+    std::string const word = "\x1b$B4A;z\x1b(B";
+    std::string bytes;
+    std::u16string expected;
+    for (int i = 1; i < 100; ++i) {
+        bytes += word + std::string(static_cast<std::size_t>(i), 'x') + "\x1b$B4A\xff;z";
+        expected +=
+            u"\u6f22\u5b57" + std::u16string(static_cast<std::size_t>(i), u'x') + u"\u6f22\ufffd;z";
+    }
+    EXPECT_EQ(charset.DecodeLossily(bytes), expected);
+    EXPECT_EQ(charset.DecodeLossily(bytes + "\x1b$B4"), expected + u"\ufffd");
+    EXPECT_EQ(charset.DecodeLossily(word), u"\u6f22\u5b57");
+}
+
+// By a charset of ASCII that counts what it is given.
+TEST(LossyDecoding, LooksAtEachByteAFewTimesHoweverManyAreBad)
+{
+    std::size_t work = 0;
+    auto const decode = [&work](std::string_view bytes, std::u16string& text) {
+        work += bytes.size();
+        text.assign(bytes.begin(), bytes.end());
+        return std::all_of(bytes.begin(), bytes.end(),
+                           [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    };
+    for (std::size_t const distance : {1U, 10U, 1000U}) {
+        for (std::size_t const size : {1000U, 10000U, 100000U}) {
+            std::string bytes(size, 'x');
+            std::u16string expected(size, u'x');
+            for (std::size_t i = 0; i < size; i += distance) {
+                bytes[i] = '\xff';
+                expected[i] = u'\ufffd';
+            }
+            for (ByteMemory const memory : {ByteMemory::kCharacter, ByteMemory::kEscapes}) {
+                SCOPED_TRACE(testing::Message()
+                             << distance << ", " << size << ", " << static_cast<int>(memory));
+                work = 0;
+                EXPECT_EQ(DecodeAroundBadBytes(bytes, 1, memory, decode), expected);
+                EXPECT_LT(work, size * 200);
+            }
+        }
+    }
+}
+
+TEST(CByteTable, TellsOfEachByteWhatTheConverterDoesBesideAnyOther)
+{
+    std::size_t tables = 0;
+    for (KnownCharset const& known : KnownCharsets()) {
+        if (!known.mTable) continue;
+        SCOPED_TRACE(known.mCharset.GetName());
+        ++tables;
+        std::string pairs;
+        for (unsigned pair = 0; pair < 0x10000; ++pair) {
+            char const first = static_cast<char>(pair >> 8);
+            char const second = static_cast<char>(pair & 0xFF);
+            bool const hasUnits = (*known.mTable)[first] != CByteTable::kNoUnit &&
+                                  (*known.mTable)[second] != CByteTable::kNoUnit;
+            if (hasUnits) pairs.append({first, second});
+        }
+        std::u16string text;
+        EXPECT_TRUE(known.mCharset.Decode(pairs, text));
+        std::u16string byTable(pairs.size(), u' ');
+        EXPECT_TRUE(known.mTable->Decode(pairs, byTable.data()));
+        EXPECT_TRUE(byTable == text);
+    }
+    EXPECT_EQ(tables, 31U);
+}
+
+TEST(CByteTable, RefusesBytesWithoutAUnitAndCharsetsOfOtherKinds)
+{
+    CByteTable const table(CCharset("windows-1252"));
+    ASSERT_TRUE(table.IsWhole());
+    char16_t units[3] = {};
+    EXPECT_TRUE(table.Decode("a\x80z", units));
+    EXPECT_EQ(std::u16string(units, 3), u"a\u20acz");
+    EXPECT_FALSE(table.Decode("a\x81z", units));
+    for (char const* const name : {"UTF-16", "UTF-7", "IBM037", "no-such-charset"})
+        EXPECT_FALSE(CByteTable(CCharset(name)).IsWhole()) << name;
 }
 
 TEST(CCharset, EncodesAllOrNothing)
