@@ -1,7 +1,9 @@
-// UTF-8 to UTF-16 and back at each level of instructions that the processor has, beside ICU. Bytes
-// a second are those of the input. What hosts get is the last level: bench_text measures it.
+// UTF-8 to UTF-16 and back at each level of instructions that the processor has, beside ICU, and
+// mapping and searching UTF-16 with the default table. Bytes a second are those of the input. What
+// hosts get is the last level: bench_text measures it.
 #include "benchmarks/Corpora.h"
 #include "text/CUTFConverter.h"
+#include "text/CUnicodeMappingTable.h"
 #include "text/ConvertUTF.h"
 #include "text/simd/TextKernels.h"
 
@@ -58,6 +60,25 @@ void ToUTF8ByICU(Input& input)
     benchmark::DoNotOptimize(length);
 }
 
+void Map(Input& input)
+{
+    int from = 0;
+    int to = 0;
+    CUnicodeMappingTable::GetDefaultTable()->MapText(
+        input.mText16.data(), static_cast<int>(input.mText16.size()), from, input.mRoom16.data(),
+        static_cast<int>(input.mRoom16.size()), to, nullptr);
+    benchmark::DoNotOptimize(to);
+}
+
+void FindNothing(Input& input)
+{
+    int at = 0;
+    int length = 0;
+    bool const isFound = CUnicodeMappingTable::GetDefaultTable()->FindMappedText(
+        input.mText16.data(), static_cast<int>(input.mText16.size()), 0, at, length, u"zqxqz", 5);
+    benchmark::DoNotOptimize(isFound);
+}
+
 void Register(std::string const& name,
               TextKernels const* kernels,
               void (*convert)(Input&),
@@ -80,13 +101,15 @@ void RegisterCorpus(Corpus const& corpus)
     auto* const input = new Input{corpus.mText, {}, {}, {}};
     CUTFConverter::ConvertUTF8toUTF16(input->mText8, input->mText16, CUTFConverter::kStrictMode);
     input->mRoom8.resize(input->mText16.size() * 3);
-    input->mRoom16.resize(input->mText8.size());
+    input->mRoom16.resize(2 * input->mText8.size());
     size_t const bytes8 = input->mText8.size();
     size_t const bytes16 = input->mText16.size() * sizeof(char16_t);
     for (TextKernels const* const kernels : GetAllTextKernels()) {
         std::string const end = "/" + corpus.mName + "/" + kernels->mName;
         Register("utf8_to_utf16" + end, kernels, ToUTF16, input, bytes8);
         Register("utf16_to_utf8" + end, kernels, ToUTF8, input, bytes16);
+        Register("map_text" + end, kernels, Map, input, bytes16);
+        Register("find_miss" + end, kernels, FindNothing, input, bytes16);
     }
     TextKernels const* const any = GetAllTextKernels().front();
     Register("utf8_to_utf16/" + corpus.mName + "/icu", any, ToUTF16ByICU, input, bytes8);

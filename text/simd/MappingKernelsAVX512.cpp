@@ -10,12 +10,18 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdint>
+#include <cstring>
 
 #include "text/CUnicodeMappingTable.h"
 
 namespace {
 
 constexpr int kWindow = 32;
+
+// What is shorter is done unit by unit before a window is set up.
+constexpr int kShort = 12;
+
 constexpr __mmask32 kAll = ~__mmask32{0};
 
 // Half of a page in registers.
@@ -90,13 +96,14 @@ public:
         __mmask32 const isCapital =
             _mm512_cmplt_epu16_mask(_mm512_sub_epi16(units, EachUnit<'A'>()), mCapitals);
         Mapped mapped{_mm512_mask_add_epi16(units, isCapital, units, EachUnit<0x20>()), 0, 0};
-        mRecent = mRecent << 2 | _mm512_mask_cmpge_epu16_mask(lanes, units, mFirstOther);
+        __mmask32 left = _mm512_mask_cmpge_epu16_mask(lanes, units, mFirstOther);
+        mRecent = mRecent << 2 | left;
         if (mRecent == 0) return mapped;
 
         __m512i const numbers = _mm512_srli_epi16(units, 7);
-        __mmask32 left = lanes & HaveMappedHalf(units, numbers);
         mNewer.Map(units, numbers, left, mapped.mUnits);
         mOlder.Map(units, numbers, left, mapped.mUnits);
+        if (left != 0) left &= HaveMappedHalf(units, numbers);
         while (left != 0) {
             mOlder = mNewer;
             mNewer = Half(mTable, HalfOf(text, left));
@@ -157,25 +164,91 @@ private:
     std::uint64_t mRecent = 0;
 };
 
-// The units or offsets of `lanes`, side by side; others in memory stay as they are.
-
-LOAM_AVX512_INLINE void PutUnits(char16_t* target, __m512i units, __mmask32 lanes, __mmask32 room)
+// Where mapped units go, and their offsets if they are wanted. Nothing else is written to.
+template <bool kWithOffsets>
+class CTarget
 {
-    if (lanes != room) units = _mm512_maskz_compress_epi16(lanes, units);
-    _mm512_mask_storeu_epi16(target, room, units);
-}
-
-LOAM_AVX512_INLINE void PutOffsets(int* target, int from, __mmask32 lanes)
-{
-    __m512i const places = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-    for (int half = 0; half < 2; ++half) {
-        auto const here = static_cast<__mmask16>(lanes >> 16 * half);
-        __m512i const values = _mm512_add_epi32(places, _mm512_set1_epi32(from + 16 * half));
-        int const count = std::popcount(here);
-        _mm512_mask_storeu_epi32(target, static_cast<__mmask16>(LowBits(count)),
-                                 _mm512_maskz_compress_epi32(here, values));
-        target += count;
+public:
+    CTarget(char16_t* units, int capacity, int at, int* offsets)
+        : mUnits(units)
+        , mOffsets(offsets)
+        , mCapacity(capacity)
+        , mAt(at)
+    {
     }
+
+    int At() const { return mAt; }
+
+    int Room() const { return mCapacity - mAt; }
+
+    // The units of `lanes`, for which there is room. The window begins at `from`.
+    LOAM_AVX512_INLINE void Put(__m512i units, __mmask32 lanes, int from)
+    {
+        int const count = std::popcount(lanes);
+        auto const room = static_cast<__mmask32>(LowBits(count));
+        if (lanes != room) units = _mm512_maskz_compress_epi16(lanes, units);
+        _mm512_mask_storeu_epi16(mUnits + mAt, room, units);
+        if constexpr (kWithOffsets) {
+            int const half = std::popcount(lanes & 0xFFFF);
+            PutOffsets(mOffsets + mAt, from, static_cast<__mmask16>(lanes));
+            PutOffsets(mOffsets + mAt + half, from + 16, static_cast<__mmask16>(lanes >> 16));
+        }
+        mAt += count;
+    }
+
+    // What a single unit gives; false if there is no room for it.
+    LOAM_AVX512_INLINE bool PutEntry(CUnicodeMappingTable const& table, char16_t unit, int from)
+    {
+        char16_t const* units = &unit;
+        int count = 1;
+        table.FindEntry(unit, units, count);
+        if (count > Room()) return false;
+        for (int k = 0; k < count; ++k, ++mAt) {
+            mUnits[mAt] = units[k];
+            if constexpr (kWithOffsets) mOffsets[mAt] = from;
+        }
+        return true;
+    }
+
+private:
+    static LOAM_AVX512_INLINE void PutOffsets(int* target, int from, __mmask16 lanes)
+    {
+        __m512i const values = _mm512_add_epi32(
+            _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15),
+            _mm512_set1_epi32(from));
+        auto const room = static_cast<__mmask16>(LowBits(std::popcount(lanes)));
+        _mm512_mask_storeu_epi32(target, room, _mm512_maskz_compress_epi32(lanes, values));
+    }
+
+    char16_t* mUnits;
+    int* mOffsets;
+    int mCapacity;
+    int mAt;
+};
+
+// Maps the first `count` units of a window at `from`, for which there is room if they give one unit
+// each, and answers how many have been done.
+template <bool kWithOffsets>
+LOAM_AVX512_INLINE int MapWindow(CMapper& mapper,
+                                 CUnicodeMappingTable const& table,
+                                 char16_t const* source,
+                                 int from,
+                                 int count,
+                                 __mmask32 lanes,
+                                 CTarget<kWithOffsets>& target)
+{
+    Mapped const mapped = mapper.Map(source + from, lanes);
+    __mmask32 kept = lanes & ~mapped.mDeleted;
+    for (__mmask32 left = mapped.mSeveral; left != 0; left &= left - 1) {
+        int const at = std::countr_zero(left);
+        auto const before = static_cast<__mmask32>(LowBits(at));
+        target.Put(mapped.mUnits, kept & before, from);
+        if (!target.PutEntry(table, source[from + at], from + at)) return at;
+        if (target.Room() < count - at) return at + 1;
+        kept &= ~before & ~(__mmask32{1} << at);
+    }
+    target.Put(mapped.mUnits, kept, from);
+    return count;
 }
 
 template <bool kWithOffsets>
@@ -183,101 +256,124 @@ LOAM_AVX512 bool MapAll(CUnicodeMappingTable const& table,
                         char16_t const* source,
                         int sourceLength,
                         int& sourcePos,
-                        char16_t* target,
+                        char16_t* targetUnits,
                         int targetCapacity,
                         int& targetPos,
                         int* offsets)
 {
     CMapper mapper(table);
+    CTarget<kWithOffsets> target(targetUnits, targetCapacity, targetPos, offsets);
     int from = sourcePos;
-    int to = targetPos;
-    while (from < sourceLength && to < targetCapacity) {
-        int count = std::min({kWindow, sourceLength - from, targetCapacity - to});
+    // Whole windows by themselves: nothing in them waits for how much the one before came to.
+    while (sourceLength - from >= kWindow && target.Room() >= kWindow) {
+        int const done = MapWindow(mapper, table, source, from, kWindow, kAll, target);
+        from += done;
+        if (done == 0) break;
+    }
+    while (from < sourceLength && target.Room() > 0) {
+        int const count = std::min({kWindow, sourceLength - from, target.Room()});
         auto const lanes = static_cast<__mmask32>(LowBits(count));
-        Mapped const mapped = mapper.Map(source + from, lanes);
-        if (mapped.mSeveral != 0) count = std::countr_zero(mapped.mSeveral);
-        __mmask32 const kept = static_cast<__mmask32>(LowBits(count)) & ~mapped.mDeleted;
-        int const written = std::popcount(kept);
-        PutUnits(target + to, mapped.mUnits, kept, static_cast<__mmask32>(LowBits(written)));
-        if constexpr (kWithOffsets) PutOffsets(offsets + to, from, kept);
-        from += count;
-        to += written;
-        if (mapped.mSeveral == 0) continue;
-
-        char16_t const* units = &source[from];
-        int several = 1;
-        table.FindEntry(source[from], units, several);
-        if (several > targetCapacity - to) break;
-        for (int k = 0; k < several; ++k, ++to) {
-            target[to] = units[k];
-            if constexpr (kWithOffsets) offsets[to] = from;
-        }
-        ++from;
+        int const done = MapWindow(mapper, table, source, from, count, lanes, target);
+        from += done;
+        if (done == 0) break;
     }
     sourcePos = from;
-    targetPos = to;
-    // What is deleted where there is no room left, and the answer.
-    return MapUnitsPlain(table, source, sourceLength, sourcePos, target, targetCapacity, targetPos,
-                         offsets);
+    targetPos = target.At();
+    if (from < sourceLength) {
+        // What is deleted where there is no room left, and the answer.
+        return MapUnitsPlain(table, source, sourceLength, sourcePos, targetUnits, targetCapacity,
+                             targetPos, offsets);
+    }
+    if constexpr (kWithOffsets) offsets[targetPos] = from;
+    return true;
 }
 
-// One of the first units of a needle.
-struct NeedleUnit
-{
-    __m512i mUnits;       // in each lane
-    std::uint64_t mOpen;  // all bits where the needle is too short to have it
-
-    LOAM_AVX512_INLINE NeedleUnit(char16_t const* needle, int needleLength, int at)
-        : mUnits(_mm512_set1_epi16(static_cast<short>(needle[std::min(at, needleLength - 1)])))
-        , mOpen(at < needleLength ? 0 : ~std::uint64_t{0})
-    {
-    }
-};
-
-// Where in a window the first units of a needle can be, a bit for each mapped unit: the lanes of
-// deleted units are taken out, so that neighbours in a mask are neighbours in the mapped text.
-// Where nothing is known, in lanes of several units and behind the window, everything agrees.
-class CCandidates
+// The first units of a needle, as far as a window is compared with them.
+class CNeedle
 {
 public:
-    LOAM_AVX512_INLINE CCandidates(Mapped const& mapped, __mmask32 lanes)
-        : mMapped(mapped)
-        , mLanes(lanes)
-        , mKept(lanes & ~mapped.mDeleted)
-        , mSeveral(Close(mapped.mSeveral))
-        , mUnknown(mSeveral | ~LowBits(std::popcount(mKept)))
+    static constexpr int kCompared = 4;
+
+    LOAM_AVX512_INLINE CNeedle(char16_t const* units, int length)
+        : mFirst(EachAt(units, length, 0))
+        , mSecond(EachAt(units, length, 1))
+        , mThird(EachAt(units, length, 2))
+        , mFourth(EachAt(units, length, 3))
+        , mOpenSecond(OpenAt(length, 1))
+        , mOpenThird(OpenAt(length, 2))
+        , mOpenFourth(OpenAt(length, 3))
     {
     }
 
-    // The places in front of those with `unit` that are in `next`.
-    LOAM_AVX512_INLINE std::uint64_t Before(NeedleUnit const& unit, std::uint64_t next) const
+    // The lanes of a window in which the needle can begin.
+    //
+    // The masks have a bit for each mapped unit: the lanes of deleted units are taken out, so that
+    // neighbours in a mask are neighbours in the mapped text. Where nothing is known, in lanes of
+    // several units and behind the window, everything agrees.
+    LOAM_AVX512_INLINE std::uint64_t FindStarts(Mapped const& mapped, __mmask32 lanes) const
     {
-        return (mUnknown | unit.mOpen | (Find(unit) & next)) >> 1;
-    }
-
-    // The lanes with `unit` that are in `next`.
-    LOAM_AVX512_INLINE std::uint64_t Begin(NeedleUnit const& unit, std::uint64_t next) const
-    {
-        return _pdep_u64(mSeveral | (Find(unit) & next), mKept);
+        std::uint64_t const kept = lanes & ~mapped.mDeleted;
+        std::uint64_t const several = _pext_u64(mapped.mSeveral, kept);
+        std::uint64_t const unknown = several | ~LowBits(std::popcount(kept));
+        std::uint64_t next = (unknown | mOpenFourth | Find(mFourth, mapped, lanes, kept)) >> 1;
+        next = (unknown | mOpenThird | (Find(mThird, mapped, lanes, kept) & next)) >> 1;
+        next = (unknown | mOpenSecond | (Find(mSecond, mapped, lanes, kept) & next)) >> 1;
+        return _pdep_u64(several | (Find(mFirst, mapped, lanes, kept) & next), kept);
     }
 
 private:
-    LOAM_AVX512_INLINE std::uint64_t Close(std::uint64_t lanes) const
+    // In each lane, but the last one again where the needle is too short.
+    static LOAM_AVX512_INLINE __m512i EachAt(char16_t const* units, int length, int at)
     {
-        return mMapped.mDeleted == 0 ? lanes : _pext_u64(lanes, mKept);
+        return _mm512_set1_epi16(static_cast<short>(units[std::min(at, length - 1)]));
     }
 
-    LOAM_AVX512_INLINE std::uint64_t Find(NeedleUnit const& unit) const
+    // All bits where it is too short.
+    static LOAM_AVX512_INLINE std::uint64_t OpenAt(int length, int at)
     {
-        return Close(_mm512_mask_cmpeq_epi16_mask(mLanes, mMapped.mUnits, unit.mUnits));
+        return at < length ? 0 : ~std::uint64_t{0};
     }
 
-    Mapped const& mMapped;
-    __mmask32 mLanes;
-    __mmask32 mKept;
-    std::uint64_t mSeveral;
-    std::uint64_t mUnknown;
+    static LOAM_AVX512_INLINE std::uint64_t
+    Find(__m512i unit, Mapped const& mapped, __mmask32 lanes, std::uint64_t kept)
+    {
+        return _pext_u64(_mm512_mask_cmpeq_epi16_mask(lanes, mapped.mUnits, unit), kept);
+    }
+
+    __m512i mFirst;
+    __m512i mSecond;
+    __m512i mThird;
+    __m512i mFourth;
+    std::uint64_t mOpenSecond;
+    std::uint64_t mOpenThird;
+    std::uint64_t mOpenFourth;
 };
+
+LOAM_AVX512 int FindStart(CUnicodeMappingTable const& table,
+                          char16_t const* text,
+                          int textLength,
+                          int at,
+                          char16_t const* needle,
+                          int needleLength)
+{
+    CMapper mapper(table);
+    CNeedle const compared(needle, needleLength);
+    while (textLength - at >= kWindow) {
+        std::uint64_t const starts = compared.FindStarts(mapper.Map(text + at, kAll), kAll);
+        if (starts == 0) {
+            at += kWindow;
+            continue;
+        }
+        int const start = std::countr_zero(starts);
+        at += start;
+        // Nearer to the end of the window there is more to compare with behind it.
+        if (start <= kWindow - CNeedle::kCompared) return at;
+    }
+    if (at >= textLength) return at;
+    auto const lanes = static_cast<__mmask32>(LowBits(textLength - at));
+    std::uint64_t const starts = compared.FindStarts(mapper.Map(text + at, lanes), lanes);
+    return starts == 0 ? textLength : at + std::countr_zero(starts);
+}
 
 }  // namespace
 
@@ -290,42 +386,20 @@ bool MapUnitsAVX512(CUnicodeMappingTable const& table,
                     int& targetPos,
                     int* offsets)
 {
-    auto* const map = offsets ? MapAll<true> : MapAll<false>;
+    auto* map = offsets ? MapAll<true> : MapAll<false>;
+    if (sourceLength - sourcePos < kShort) map = MapUnitsPlain;
     return map(table, source, sourceLength, sourcePos, target, targetCapacity, targetPos, offsets);
 }
 
-// A window at a time is compared with the first four units of the needle.
-LOAM_AVX512 int FindMappedStartAVX512(CUnicodeMappingTable const& table,
-                                      char16_t const* text,
-                                      int textLength,
-                                      int at,
-                                      char16_t const* needle,
-                                      int needleLength)
+int FindMappedStartAVX512(CUnicodeMappingTable const& table,
+                          char16_t const* text,
+                          int textLength,
+                          int at,
+                          char16_t const* needle,
+                          int needleLength)
 {
-    CMapper mapper(table);
-    NeedleUnit const first(needle, needleLength, 0);
-    NeedleUnit const second(needle, needleLength, 1);
-    NeedleUnit const third(needle, needleLength, 2);
-    NeedleUnit const fourth(needle, needleLength, 3);
-    while (at < textLength) {
-        int const count = std::min(kWindow, textLength - at);
-        auto const lanes = static_cast<__mmask32>(LowBits(count));
-        Mapped const mapped = mapper.Map(text + at, lanes);
-        CCandidates const candidates(mapped, lanes);
-        std::uint64_t starts = candidates.Before(fourth, ~std::uint64_t{0});
-        starts = candidates.Before(third, starts);
-        starts = candidates.Before(second, starts);
-        starts = candidates.Begin(first, starts);
-        if (starts == 0) {
-            at += count;
-            continue;
-        }
-        int const start = std::countr_zero(starts);
-        at += start;
-        // Too near to the end of the window to tell, unless it is that of the text.
-        if (start <= kWindow - 4 || count < kWindow) return at;
-    }
-    return at;
+    auto* const find = textLength - at < kShort ? FindMappedStartPlain : FindStart;
+    return find(table, text, textLength, at, needle, needleLength);
 }
 
 #endif

@@ -75,6 +75,14 @@ void WriteOffsets(int* target, int from)
         std::memcpy(target + at, &values, sizeof values);
 }
 
+bool IsDeleted(CUnicodeMappingTable const& table, char16_t unit)
+{
+    char16_t const* units = nullptr;
+    int count = 1;
+    table.FindEntry(unit, units, count);
+    return count == 0;
+}
+
 template <bool kWithOffsets>
 bool MapAll(CUnicodeMappingTable const& table,
             char16_t const* source,
@@ -167,7 +175,7 @@ int FindMappedStartPlain(CUnicodeMappingTable const& table,
         int const stop = at + std::min(textLength - at, kWindow);
         for (; at < stop; ++at) {
             char16_t const single = table.MapToSingleUnit(text[at]);
-            if (single == kNoSingleUnit) return at;
+            if (single == kNoSingleUnit && !IsDeleted(table, text[at])) return at;
             if (single != first) continue;
             if (!hasSecond || at + 1 == textLength) return at;
             char16_t const next = table.MapToSingleUnit(text[at + 1]);
