@@ -17,7 +17,7 @@ namespace {
 constexpr size_t kRow = 10922;
 constexpr size_t kWaiting = UDM_LM_MAXGRAM - 1;
 
-class Row
+class CRow
 {
 public:
     unsigned char const* GetBytes() const { return mBytes; }
@@ -59,7 +59,7 @@ static_assert(kRow * UDM_LM_MAXGRAM < kOne);
 using Tally = std::array<uint32_t, UDM_LM_BUCKETS>;
 
 // The buckets of the n-grams that begin at a byte.
-class Buckets
+class CBuckets
 {
 public:
     // Goes on to the byte before.
@@ -91,11 +91,11 @@ constexpr size_t GramAt(size_t place, size_t length)
 }
 
 // Counts the n-grams of a row; without `isEnd` those that begin in its last bytes wait.
-void CountRow(Row const& row, bool isEnd, Tally& tally)
+void CountRow(CRow const& row, bool isEnd, Tally& tally)
 {
     unsigned char const* const bytes = row.GetBytes();
     size_t const size = row.GetSize();
-    Buckets buckets;
+    CBuckets buckets;
     size_t const whole = size > kWaiting ? size - kWaiting : 0;
     size_t at = size;
     while (at > whole) {
@@ -115,7 +115,7 @@ void CountRow(Row const& row, bool isEnd, Tally& tally)
     }
 }
 
-// Which of an n-gram's 8 bytes are its own, by its length but one.
+// Which of an n-gram's 8 bytes are its own, by its length less 1.
 constexpr unsigned char kFF = 0xFF;
 constexpr unsigned char kOwn[UDM_LM_MAXGRAM][8] = {
     {kFF},
@@ -134,7 +134,7 @@ struct Sums
 };
 
 // Adds what a row came to, and lists the buckets that got something.
-Sums AddTally(Tally const& tally, Row const& row, UDM_LANGMAP& map, TextCounts& counts)
+Sums AddTally(Tally const& tally, CRow const& row, UDM_LANGMAP& map, TextCounts& counts)
 {
     counts.mFilled = GetTextKernels().mListFilled(tally.data(), tally.size(), counts.mBuckets);
     Sums sums;
@@ -173,7 +173,7 @@ void ListCounts(UDM_LANGMAP const& map, TextCounts& counts)
 // The sums of a text that fits in one row.
 std::optional<Sums> AddText(UDM_LANGMAP& map, char const* text, long length, TextCounts& counts)
 {
-    Row row;
+    CRow row;
     Tally tally{};
     bool isOneRow = true;
     char const* const end = text + std::max(length, 0L);

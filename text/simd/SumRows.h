@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr size_t kVectorsInGroup = sizeof(SixteenFloats) / sizeof(Floats);
-
 template <size_t... kAt>
 LOAM_VECTOR_INLINE void SumVectors(SixteenFloats const* table,
                                    size_t groups,
@@ -39,9 +37,10 @@ LOAM_VECTOR_INLINE void SumGroups(SixteenFloats const* table,
                                   SixteenFloats* sums,
                                   size_t left)
 {
+    constexpr size_t kVectors = kAtOnce * sizeof(SixteenFloats) / sizeof(Floats);
     for (; left >= kAtOnce; left -= kAtOnce) {
         SumVectors(table + (groups - left), groups, rows, sums + (groups - left),
-                   std::make_index_sequence<kAtOnce * kVectorsInGroup>());
+                   std::make_index_sequence<kVectors>());
     }
     if constexpr (kAtOnce > 1) SumGroups<kAtOnce - 1>(table, groups, rows, sums, left);
 }

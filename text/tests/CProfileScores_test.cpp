@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <memory>
@@ -118,9 +119,9 @@ TEST(CProfileScores, RoundsAlikeAtEveryLevel)
             auto const text = std::make_unique<UDM_LANGMAP>();
             TextCounts counts;
             MakeTextProfile(*text, bytes.data(), static_cast<long>(size), counts);
-            std::vector<float> expected;
-            for (UDM_LANGMAP const& map : maps)
-                expected.push_back(PlainScore(map, *text));
+            std::vector<float> expected(count);
+            std::transform(maps.begin(), maps.end(), expected.begin(),
+                           [&](UDM_LANGMAP const& map) { return PlainScore(map, *text); });
             for (TextKernels const* const kernels : GetAllTextKernels()) {
                 StTextKernels const inUse(*kernels);
                 std::vector<float> found(count, 7);
