@@ -73,7 +73,7 @@ UTF = [
 
 TEXT = [
     Work("mapped word walk, default table", "bench_text", "words/loam/{text}", "MB/s", "words/fts5/{text}",
-         "FTS5 `unicode61`, diacritics removed", [*LANGUAGES, "short_ascii_lines"], goal=WORDS),
+         "FTS5 `unicode61`, diacritics removed", [*LANGUAGES, "short_ascii_lines"], level="best", goal=WORDS),
     Work("raw word walk", "bench_text", "raw_words/loam/{text}", "MB/s", texts=["en", "ru", "ja"]),
     Work("`MapText`, default table", "bench_text", "map_text/loam/{text}", "MB/s", "map_text/icu/{text}",
          "ICU NFKD, case folded", LANGUAGES, level="best", goal=4),
@@ -83,7 +83,26 @@ TEXT = [
          "ICU `usearch`, primary strength", LANGUAGES, level="best", goal=40),
     Work("`FindMappedText`, a word that never does", "bench_text", "find_miss/loam/{text}", "MB/s",
          "find_miss/icu/{text}", "ICU `usearch`, primary strength", LANGUAGES, level="best", goal=40),
-    Work("`HasMappableText`, nothing to find", "bench_text", "has_mappable/loam/{text}", "MB/s", texts=["en", "ru", "zh"]),
+]
+
+SCANS = [
+    Work("`HasMappableText`, nothing to find", "bench_text", "walk/has_mappable/{text}", "GB/s", texts=LANGUAGES,
+         level="best", least=10),
+    Work("`HasMappableText`, diacritics", "bench_text", "walk/has_diacritics/{text}", "GB/s", texts=["en", "ru", "zh"],
+         level="best", least=10),
+    Work("first separator, none there", "bench_text", "walk/first_separator/{text}", "GB/s",
+         "walk/first_separator_icu/{text}", "ICU `uset_span`", LANGUAGES, level="best", least=10),
+    *(
+        Work(f"{named}, none there", "bench_text", f"walk/{name}/{{text}}", "GB/s", texts=["en", "ru", "zh"], level="best",
+             least=10)
+        for named, name in [
+            ("last separator", "last_separator"),
+            ("first separator, by a table of pages", "first_separator_pages"),
+            ("first unit that is no letter", "first_other"),
+            ("last unit that is no letter", "last_other"),
+            ("first pictograph", "first_pictograph"),
+        ]
+    ),
 ]
 
 CHARSETS = [
@@ -118,8 +137,8 @@ CHARSET_TESTS = [
     Work("can units be ISO 8859-1", "bench_charset_tests", "TestUnits/iso_8859_1", "GB/s", "TestUnitsOneByOne",
          "a loop", least=10),
     Work("escapes of ISO 2022", "bench_charset_tests", "SniffISO2022", "GB/s", least=10),
-    Work("byte order of UTF-16, of bytes", "bench_charset_tests", "SniffUTF16/no_zeros", "GB/s", least=10),
-    Work("byte order of UTF-16, of UTF-16", "bench_charset_tests", "SniffUTF16/letters", "GB/s", least=10),
+    Work("byte order of UTF-16, of bytes", "bench_charset_tests", "SniffUTF16/no_zeros", "GB/s", level="best", least=10),
+    Work("byte order of UTF-16, of UTF-16", "bench_charset_tests", "SniffUTF16/letters", "GB/s", level="best", least=10),
 ]
 
 LANGUAGE = [
@@ -256,5 +275,5 @@ SYSTEM = [
 ]
 
 WORKS: Sequence[Work] = [
-    *UTF, *TEXT, *CHARSETS, *CHARSET_TESTS, *LANGUAGE, *LINEAR, *SECURITY, *COMPRESSION, *FILES, *SYSTEM,
+    *UTF, *TEXT, *SCANS, *CHARSETS, *CHARSET_TESTS, *LANGUAGE, *LINEAR, *SECURITY, *COMPRESSION, *FILES, *SYSTEM,
 ]
