@@ -5,7 +5,6 @@
 #include "text/simd/AVX512.h"
 
 #include <bit>
-#include <cstring>
 
 // With a hint for lines that will be written, beyond what the shared macros name.
 #define LOAM_BASE64                                                                                \
@@ -164,6 +163,8 @@ LOAM_BASE64_INLINE std::size_t WholeGroups(std::size_t count)
     return count & ~std::size_t{3};
 }
 
+constexpr std::size_t kFour = 256;
+
 LOAM_BASE64_INLINE void FetchForFour(char const* in, unsigned char* out)
 {
     for (std::size_t line = 0; line < 4; ++line)
@@ -235,21 +236,26 @@ struct LineCursor
         mNext += kStep;
     }
 
-    // Decodes `kBlocks` at a time, up to some that have a bad character or white space inside a
-    // group.
-    template <std::ptrdiff_t kBlocks>
+    // Decodes one or four blocks at a time, up to some that have a bad character or white space
+    // inside a group.
+    template <std::size_t kBlocks>
     LOAM_BASE64_INLINE void Run(char const* end)
     {
         Joiner const join;
-        while (end - mNext >= static_cast<std::ptrdiff_t>(kRoom + (kBlocks - 1) * kStep)) {
+        while (true) {
+            auto const left = static_cast<std::size_t>(end - mNext);
+            if (left < kRoom + (kBlocks - 1) * kStep) return;
             LineCursor after = *this;
             __m512i bad = _mm512_setzero_si512();
             std::uint64_t misplaced = 0;
             after.Step(join, bad, misplaced);
-            if constexpr (kBlocks > 1) after.Step(join, bad, misplaced);
-            if constexpr (kBlocks > 2) after.Step(join, bad, misplaced);
-            if constexpr (kBlocks > 2) after.Step(join, bad, misplaced);
-            if ((_mm512_movepi8_mask(bad) | misplaced) != 0) break;
+            if constexpr (kBlocks == 4) {
+                if (left >= kReadAhead + kFour) FetchForFour(mNext, mOut);
+                after.Step(join, bad, misplaced);
+                after.Step(join, bad, misplaced);
+                after.Step(join, bad, misplaced);
+            }
+            if ((_mm512_movepi8_mask(bad) | misplaced) != 0) return;
             *this = after;
         }
     }
@@ -288,7 +294,8 @@ LOAM_BASE64 void EncodeBase64AVX512(unsigned char const* in, std::size_t size, c
     if (size == 0) return;
     // Padding first, where it would be: what there is of the last two characters overwrites it.
     auto const left = static_cast<std::uint32_t>(size);
-    std::memcpy(out + (left + 2) / 3 * 4 - 2, "==", 2);
+    std::size_t const groups = (left + 2) / 3;
+    std::fill_n(out + groups * 4 - 2, 2, '=');
     __m512i const bytes = _mm512_maskz_loadu_epi8(First(left), in);
     _mm512_mask_storeu_epi8(out, First((left * 4 + 2) / 3), EncodeVector(bytes, order, alphabet));
 }
@@ -301,9 +308,8 @@ DecodeBase64AVX512(char const* in, std::size_t size, std::size_t padding, unsign
     Joiner const join;
     std::size_t const unpadded = size - padding;
     std::size_t done = 0;
-    // 64 bytes are written where 48 are meant.
-    for (; unpadded - done >= 5 * 64; done += 4 * 64, out += 4 * 48) {
-        if (unpadded - done >= kReadAhead + 4 * 64) FetchForFour(in + done, out);
+    for (; unpadded - done >= kFour + 64; done += kFour, out += kFour / 4 * 3) {
+        if (unpadded - done >= kReadAhead + kFour) FetchForFour(in + done, out);
         if (!DecodeFour(in + done, out, join)) break;
     }
     while (true) {

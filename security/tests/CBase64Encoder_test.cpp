@@ -191,7 +191,9 @@ TEST(CBase64Encoder, DecodesLinesOfAnyLengths)
         for (std::size_t const second : kLengths) {
             SCOPED_TRACE(std::to_string(first) + " " + std::to_string(second));
             std::string const line = text.substr(0, second);
-            std::string const lines = text.substr(0, first) + "\r\n" + line + "\r\n" + line;
+            std::string lines = text.substr(0, first);
+            for (int i = 0; i < 2; ++i)
+                lines.append("\r\n").append(line);
             for (char const* const end : {"", "=", "QQ==", "\r\nQUI=\r\n", " Q!JD", "=\nQQ=="}) {
                 NaivelyDecoded const expected = DecodeBase64Naively(lines + end);
                 AtEveryLevel([&] { ASSERT_EQ(Decode(lines + end), expected); });
