@@ -129,7 +129,7 @@ TEST(CompressionFailures, KeepsTheMemoryOfARunThatIsDeletedInIt)
     ASSERT_TRUE(NewCompressor(kBzip2)->StartCompressChunks(10, out));
     EXPECT_EQ(sEnds, 0);
     bz_stream heir = sLastBegun;
-    bz_stream* const self = &heir;
+    void* const self = &heir;
     std::memcpy(heir.state, &self, sizeof(self));
     EXPECT_EQ(__real_BZ2_bzCompressEnd(&heir), BZ_OK);
 }

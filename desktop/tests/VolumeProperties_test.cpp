@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace std::literals;
+
 namespace {
 
 // ---- Merging
@@ -491,7 +493,7 @@ TEST_F(VolumePropertiesTest, OfAServerComeFromTheRecord)
 TEST_F(VolumePropertiesTest, OfAnUnknownServerAreTheMountsOwn)
 {
     for (bool const hasRecord : {false, true}) {
-        if (hasRecord) mPlatform.mRecord = "\x20\x00xxxx and what no one knows of";
+        if (hasRecord) mPlatform.mRecord = "\x20\0xxxx and what no one knows of"s;
         mPlatform.mMount = Mount("devfs", "/dev", "dev");
         EXPECT_EQ(PropertiesForPath("/dev"), (VolumeProperties{{kVolumeFSTypeName, "devfs"},
                                                                {kVolumeMountPoint, "/dev"},

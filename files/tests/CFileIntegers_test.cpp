@@ -92,7 +92,7 @@ TEST(CFileIntegers, AreReadAndWrittenInTheOrderOfTheFile)
             std::string const native = Pattern(form.mSize, 1, false);
             // Not aligned.
             char memory[9] = {};
-            std::memcpy(memory + 1, native.data(), native.size());
+            std::copy(native.begin(), native.end(), memory + 1);
 
             file.SetEOF(0);
             file.SetCursorPos(0, basic_binstream::cursor_from_start);

@@ -241,7 +241,7 @@ TEST(Train, MakesADictionaryThatSaves)
     EXPECT_THAT(told.mOutput, HasSubstr("% less\n"));
 
     std::string const letter = folder.Read("letters/7.txt");
-    auto const run = [&folder](std::vector<std::string> arguments) {
+    auto const run = [&folder](std::vector<std::string> const& arguments) {
         return RunLoamctlIn(folder.Path(), arguments);
     };
     EXPECT_EQ(run({"pack", "letters/7.txt", "--dict", "D"}).mExitCode, 0);

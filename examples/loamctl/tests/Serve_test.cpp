@@ -15,7 +15,6 @@
 namespace {
 
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 // A server of a folder on a port of this machine.
 class StServer
