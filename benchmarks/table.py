@@ -52,6 +52,7 @@ class Result(NamedTuple):
     unit: str
     ours: Optional[float]
     most: Optional[float]  # over sizes
+    each: List[float]  # by size
     peer: Optional[float]
     by: str
     ratio: Optional[float]  # how many times as fast as the peer, or as small
@@ -141,10 +142,13 @@ def is_here(row: Row, levels: List[str]) -> bool:
 def measured(row: Row, figures: Figures, levels: List[str]) -> Result:
     of = row.of
     ours = most = peer = ratio = None
+    each: List[float] = []
     error = ""
     try:
         values = [figures.get(of.program, name, of.unit, of.counter) for name in row.ours]
-        ours, most = min(values), max(values) if of.sizes else None
+        ours = min(values)
+        if of.sizes:
+            most, each = max(values), values
         if row.peer and not (of.peer_may_lack and (of.program, row.peer) not in figures.runs):
             peer = figures.get(of.program, row.peer, of.unit, of.counter)
             ratio = ours / peer if is_rate(of.unit) else peer / ours
@@ -153,7 +157,7 @@ def measured(row: Row, figures: Figures, levels: List[str]) -> Result:
     level = of.level or "portable"
     if level == "best":
         level = levels[-1]
-    return Result(row.work, of.unit, ours, most, peer, of.by if peer else "", ratio, level, row.goal, row.least, error)
+    return Result(row.work, of.unit, ours, most, each, peer, of.by if peer else "", ratio, level, row.goal, row.least, error)
 
 
 # ----------------------------------------------------------------------------------------------------------- measuring

@@ -126,6 +126,7 @@ class TheResult(unittest.TestCase):
         work = Work("walk", "bench", "{size}", "ns/byte", sizes=["ours", "far"])
         result = table.measured(row_of(work), self.FIGURES, ["plain"])
         self.assertEqual(table.cells(result)[1], "0.17 to 1.00 ns/byte")
+        self.assertEqual(result.each[1], 1.0)
 
     def test_that_could_not_be_measured_says_why(self):
         self.assertEqual(table.cells(self.result("no", "ns"))[1], "not measured: not root")
