@@ -118,7 +118,9 @@ void CBase64Encoder::Encode(memblock const& in, memblock* out, bool lineBreaks)
     if (lineBreaks) return EncodeLines(in, out);
     std::size_t const size = in.size();
     out->resize(EncodedSize(size));
-    GetBase64Kernels().mEncode(BytesOf(in.data()), size, out->data());
+    unsigned char const* const from = BytesOf(in.data());
+    char* const to = out->data();
+    GetBase64Kernels().mEncode(from, size, to);
 }
 
 void CBase64Encoder::Decode(memblock const& in, memblock* out, unsigned long* consumed)
