@@ -180,7 +180,7 @@ void WriteUTF8(UTF32 value, int count, UTF8*& target)
 
 }  // namespace
 
-ConversionResult ConvertUTF8toUTF16(UTF8 const** sourceStart,
+ConversionResult WholeToUTF16ByRuns(UTF8 const** sourceStart,
                                     UTF8 const* sourceEnd,
                                     UTF16** targetStart,
                                     UTF16* targetEnd,
@@ -196,6 +196,15 @@ ConversionResult ConvertUTF8toUTF16(UTF8 const** sourceStart,
     *sourceStart = source;
     *targetStart = target;
     return result;
+}
+
+ConversionResult ConvertUTF8toUTF16(UTF8 const** sourceStart,
+                                    UTF8 const* sourceEnd,
+                                    UTF16** targetStart,
+                                    UTF16* targetEnd,
+                                    ConversionFlags flags)
+{
+    return GetTextKernels().mWholeToUTF16(sourceStart, sourceEnd, targetStart, targetEnd, flags);
 }
 
 ConversionResult ConvertUTF8toUTF32(UTF8 const** sourceStart,
@@ -222,11 +231,11 @@ ConversionResult ConvertUTF8toUTF32(UTF8 const** sourceStart,
     return result;
 }
 
-ConversionResult ConvertUTF16toUTF8(UTF16 const** sourceStart,
-                                    UTF16 const* sourceEnd,
-                                    UTF8** targetStart,
-                                    UTF8* targetEnd,
-                                    ConversionFlags flags)
+ConversionResult WholeToUTF8ByRuns(UTF16 const** sourceStart,
+                                   UTF16 const* sourceEnd,
+                                   UTF8** targetStart,
+                                   UTF8* targetEnd,
+                                   ConversionFlags flags)
 {
     AnyUTF16 const* source = *sourceStart;
     UTF8* target = *targetStart;
@@ -238,6 +247,15 @@ ConversionResult ConvertUTF16toUTF8(UTF16 const** sourceStart,
     *sourceStart = source;
     *targetStart = target;
     return result;
+}
+
+ConversionResult ConvertUTF16toUTF8(UTF16 const** sourceStart,
+                                    UTF16 const* sourceEnd,
+                                    UTF8** targetStart,
+                                    UTF8* targetEnd,
+                                    ConversionFlags flags)
+{
+    return GetTextKernels().mWholeToUTF8(sourceStart, sourceEnd, targetStart, targetEnd, flags);
 }
 
 ConversionResult ConvertUTF16toUTF32(UTF16 const** sourceStart,

@@ -37,6 +37,22 @@ using RunToUTF8 = void(AnyUTF16 const*& source,
                        UTF8*& target,
                        UTF8* targetEnd);
 
+/// The whole of `ConvertUTF8toUTF16` and `ConvertUTF16toUTF8`. By runs is the way of all levels;
+/// where there is another one, it is for short texts, which cost less than the calls that a run
+/// takes, and leaves the others to that way.
+using WholeToUTF16 = ConversionResult(UTF8 const** sourceStart,
+                                      UTF8 const* sourceEnd,
+                                      UTF16** targetStart,
+                                      UTF16* targetEnd,
+                                      ConversionFlags flags);
+using WholeToUTF8 = ConversionResult(UTF16 const** sourceStart,
+                                     UTF16 const* sourceEnd,
+                                     UTF8** targetStart,
+                                     UTF8* targetEnd,
+                                     ConversionFlags flags);
+WholeToUTF16 WholeToUTF16ByRuns;
+WholeToUTF8 WholeToUTF8ByRuns;
+
 /// The plain loops, with which the others do what is left for them, and those of processors.
 RunToUTF16 RunToUTF16Plain;
 RunToUTF8 RunToUTF8Plain;
@@ -47,6 +63,8 @@ RunToUTF16 RunToUTF16AVX2;
 RunToUTF8 RunToUTF8AVX2;
 RunToUTF16 RunToUTF16AVX512;
 RunToUTF8 RunToUTF8AVX512;
+WholeToUTF16 WholeToUTF16AVX512;
+WholeToUTF8 WholeToUTF8AVX512;
 #elif defined(__aarch64__)
 RunToUTF16 RunToUTF16NEON;
 RunToUTF8 RunToUTF8NEON;
@@ -76,6 +94,8 @@ struct TextKernels
     char const* mName;
     RunToUTF16* mToUTF16;
     RunToUTF8* mToUTF8;
+    WholeToUTF16* mWholeToUTF16;
+    WholeToUTF8* mWholeToUTF8;
     MapUnits* mMapText;
     FindMappedStart* mFindMappedStart;
     FindUnit* mFindFirstUnit;

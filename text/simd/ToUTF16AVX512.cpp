@@ -271,39 +271,49 @@ ConvertBlocks(UTF8 const*& source, UTF8 const* sourceEnd, AnyUTF16*& target, Any
     return true;
 }
 
-// A text that is short, as far as it is ASCII. True if that is all of it.
-LOAM_AVX512_INLINE bool ConvertShortASCII(UTF8 const*& sourceStart,
-                                          UTF8 const* sourceEnd,
-                                          AnyUTF16*& targetStart,
-                                          AnyUTF16* targetEnd)
+// A text that is short, beyond its ASCII. Apart, so that what is ASCII alone is spared its
+// registers.
+[[gnu::noinline]] LOAM_AVX512 ConversionResult ShortToUTF16(UTF8 const** sourceStart,
+                                                            UTF8 const* sourceEnd,
+                                                            UTF16** targetStart,
+                                                            UTF16* targetEnd,
+                                                            ConversionFlags flags)
 {
-    // Copied, so that they may stay in registers: bytes could be anything in memory.
-    UTF8 const* source = sourceStart;
-    AnyUTF16* target = targetStart;
-    ptrdiff_t left = sourceEnd - source;
-    if (left == 0 || left > kShort || targetEnd - target < left) return false;
-    bool isASCII = true;
+    UTF8 const* const begin = *sourceStart;
+    UTF8 const* source = begin;
+    UTF16* target = *targetStart;
+    uint64_t last = 0;
     do {
-        ptrdiff_t const count = std::min(left, kBytes);
+        ptrdiff_t const count = std::min(sourceEnd - source, kBytes);
         uint64_t const mask = LowBits(count);
-        __m512i const bytes = _mm512_maskz_loadu_epi8(mask, source);
-        isASCII = _mm512_movepi8_mask(bytes) == 0;
-        if (!isASCII) break;
-        StoreSome(Widen(bytes), mask, target);
+        Window const window = LoadSome(begin, source, mask);
+        if (HasFourBytes(window)) break;
+        Units const units = Decode<false>(window);
+        if ((units.mBad & mask) != 0) break;
+        uint64_t const written = units.mWritten & mask;
+        ptrdiff_t const writtenCount = _mm_popcnt_u64(written);
+        StoreSome(Squeeze(units), LowBits(writtenCount), target);
         source += count;
-        target += count;
-        left -= count;
-    } while (left > 0);
-    sourceStart = source;
-    targetStart = target;
-    return isASCII;
+        target += writtenCount;
+        last = written >> (count - 1);
+    } while (source < sourceEnd);
+    // The last byte ends a character.
+    if (source == sourceEnd && last != 0) {
+        *sourceStart = source;
+        *targetStart = target;
+        return conversionOK;
+    }
+    return WholeToUTF16ByRuns(sourceStart, sourceEnd, targetStart, targetEnd, flags);
 }
 
-[[gnu::noinline]] LOAM_AVX512 void ConvertAny(UTF8 const*& sourceStart,
-                                              UTF8 const* sourceEnd,
-                                              AnyUTF16*& targetStart,
-                                              AnyUTF16* targetEnd)
+}  // namespace
+
+LOAM_AVX512 void RunToUTF16AVX512(UTF8 const*& sourceStart,
+                                  UTF8 const* sourceEnd,
+                                  AnyUTF16*& targetStart,
+                                  AnyUTF16* targetEnd)
 {
+    // Copied, so that they may stay in registers: bytes could be anything in memory.
     UTF8 const* const begin = sourceStart;
     UTF8 const* source = begin;
     AnyUTF16* target = targetStart;
@@ -320,13 +330,31 @@ LOAM_AVX512_INLINE bool ConvertShortASCII(UTF8 const*& sourceStart,
     if (!mayGoOn) RunToUTF16Plain(sourceStart, sourceEnd, targetStart, targetEnd);
 }
 
-}  // namespace
-
-LOAM_AVX512 void
-RunToUTF16AVX512(UTF8 const*& source, UTF8 const* sourceEnd, AnyUTF16*& target, AnyUTF16* targetEnd)
+LOAM_AVX512 ConversionResult WholeToUTF16AVX512(UTF8 const** sourceStart,
+                                                UTF8 const* sourceEnd,
+                                                UTF16** targetStart,
+                                                UTF16* targetEnd,
+                                                ConversionFlags flags)
 {
-    if (!ConvertShortASCII(source, sourceEnd, target, targetEnd))
-        ConvertAny(source, sourceEnd, target, targetEnd);
+    UTF8 const* source = *sourceStart;
+    UTF16* target = *targetStart;
+    ptrdiff_t left = sourceEnd - source;
+    if (left > kShort || left > targetEnd - target)
+        return WholeToUTF16ByRuns(sourceStart, sourceEnd, targetStart, targetEnd, flags);
+    while (left > 0) {
+        ptrdiff_t const count = std::min(left, kBytes);
+        uint64_t const mask = LowBits(count);
+        __m512i const bytes = _mm512_maskz_loadu_epi8(mask, source);
+        if (_mm512_movepi8_mask(bytes) != 0) break;
+        StoreSome(Widen(bytes), mask, target);
+        source += count;
+        target += count;
+        left -= count;
+    }
+    *sourceStart = source;
+    *targetStart = target;
+    return left == 0 ? conversionOK
+                     : ShortToUTF16(sourceStart, sourceEnd, targetStart, targetEnd, flags);
 }
 
 #endif

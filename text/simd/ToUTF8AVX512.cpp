@@ -282,41 +282,62 @@ ConvertSome(AnyUTF16 const*& source, AnyUTF16 const* sourceEnd, UTF8*& target, U
     return true;
 }
 
-// A text that is short, as far as it is ASCII. True if that is all of it.
-LOAM_AVX512_INLINE bool ConvertShortASCII(AnyUTF16 const*& sourceStart,
-                                          AnyUTF16 const* sourceEnd,
-                                          UTF8*& targetStart,
-                                          UTF8* targetEnd)
+// The units of `lanes`, none of them surrogates, for which there is room: how many bytes they are.
+LOAM_AVX512_INLINE ptrdiff_t PutShort(__m512i first, __m512i second, uint64_t lanes, UTF8* target)
 {
-    // Copied, so that they may stay in registers: what is written could be anything in memory.
-    AnyUTF16 const* source = sourceStart;
-    UTF8* target = targetStart;
-    ptrdiff_t left = sourceEnd - source;
-    if (left == 0 || left > kShort || targetEnd - target < left) return false;
-    bool isASCII = true;
-    do {
-        ptrdiff_t const count = std::min(left, kBytes);
-        uint64_t const lanes = LowBits(count);
-        __m512i const first = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes), source);
-        __m512i const second =
-            _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes >> kUnits), source + kUnits);
-        isASCII = IsOther(_mm512_or_si512(first, second)) == 0;
-        if (!isASCII) break;
-        _mm512_mask_storeu_epi8(target, lanes, Narrow(first, second));
-        source += count;
-        target += count;
-        left -= count;
-    } while (left > 0);
-    sourceStart = source;
-    targetStart = target;
-    return isASCII;
+    UTF8* const start = target;
+    auto const put = [&target](Encoded const& encoded) LOAM_AVX512 {
+        _mm512_mask_storeu_epi8(target, LowBits(encoded.mCount), encoded.mBytes);
+        target += encoded.mCount;
+    };
+    EncodedBlock const block = EncodePlain(first, static_cast<__mmask32>(lanes));
+    put(block.mParts[0]);
+    put(block.mParts[1]);
+    if (lanes >> kUnits != 0) {
+        EncodedBlock const next = EncodePlain(second, static_cast<__mmask32>(lanes >> kUnits));
+        put(next.mParts[0]);
+        put(next.mParts[1]);
+    }
+    return target - start;
 }
 
-[[gnu::noinline]] LOAM_AVX512 void ConvertAny(AnyUTF16 const*& sourceStart,
-                                              AnyUTF16 const* sourceEnd,
-                                              UTF8*& targetStart,
-                                              UTF8* targetEnd)
+// A text that is short, beyond its ASCII. Apart, so that what is ASCII alone is spared its
+// registers.
+[[gnu::noinline]] LOAM_AVX512 ConversionResult ShortToUTF8(UTF16 const** sourceStart,
+                                                           UTF16 const* sourceEnd,
+                                                           UTF8** targetStart,
+                                                           UTF8* targetEnd,
+                                                           ConversionFlags flags)
 {
+    constexpr ptrdiff_t kMostBytes = 3;  // for a unit
+    UTF16 const* source = *sourceStart;
+    UTF8* target = *targetStart;
+    if (targetEnd - target >= kMostBytes * (sourceEnd - source)) {
+        do {
+            ptrdiff_t const count = std::min(sourceEnd - source, kBytes);
+            uint64_t const lanes = LowBits(count);
+            __m512i const first = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes), source);
+            __m512i const second =
+                _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes >> kUnits), source + kUnits);
+            if ((IsSurrogate(first) | IsSurrogate(second)) != 0) break;
+            target += PutShort(first, second, lanes, target);
+            source += count;
+        } while (source < sourceEnd);
+        *sourceStart = source;
+        *targetStart = target;
+        if (source == sourceEnd) return conversionOK;
+    }
+    return WholeToUTF8ByRuns(sourceStart, sourceEnd, targetStart, targetEnd, flags);
+}
+
+}  // namespace
+
+LOAM_AVX512 void RunToUTF8AVX512(AnyUTF16 const*& sourceStart,
+                                 AnyUTF16 const* sourceEnd,
+                                 UTF8*& targetStart,
+                                 UTF8* targetEnd)
+{
+    // Copied, so that they may stay in registers: what is written could be anything in memory.
     AnyUTF16 const* source = sourceStart;
     UTF8* target = targetStart;
     bool mayGoOn = true;
@@ -328,13 +349,33 @@ LOAM_AVX512_INLINE bool ConvertShortASCII(AnyUTF16 const*& sourceStart,
     if (!mayGoOn) RunToUTF8Plain(sourceStart, sourceEnd, targetStart, targetEnd);
 }
 
-}  // namespace
-
-LOAM_AVX512 void
-RunToUTF8AVX512(AnyUTF16 const*& source, AnyUTF16 const* sourceEnd, UTF8*& target, UTF8* targetEnd)
+LOAM_AVX512 ConversionResult WholeToUTF8AVX512(UTF16 const** sourceStart,
+                                               UTF16 const* sourceEnd,
+                                               UTF8** targetStart,
+                                               UTF8* targetEnd,
+                                               ConversionFlags flags)
 {
-    if (!ConvertShortASCII(source, sourceEnd, target, targetEnd))
-        ConvertAny(source, sourceEnd, target, targetEnd);
+    UTF16 const* source = *sourceStart;
+    UTF8* target = *targetStart;
+    ptrdiff_t left = sourceEnd - source;
+    if (left > kShort || left > targetEnd - target)
+        return WholeToUTF8ByRuns(sourceStart, sourceEnd, targetStart, targetEnd, flags);
+    while (left > 0) {
+        ptrdiff_t const count = std::min(left, kBytes);
+        uint64_t const lanes = LowBits(count);
+        __m512i const first = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes), source);
+        __m512i const second =
+            _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes >> kUnits), source + kUnits);
+        if (IsOther(_mm512_or_si512(first, second)) != 0) break;
+        _mm512_mask_storeu_epi8(target, lanes, Narrow(first, second));
+        source += count;
+        target += count;
+        left -= count;
+    }
+    *sourceStart = source;
+    *targetStart = target;
+    return left == 0 ? conversionOK
+                     : ShortToUTF8(sourceStart, sourceEnd, targetStart, targetEnd, flags);
 }
 
 #endif
