@@ -11,7 +11,8 @@
 //
 // A loaded table only gets read, by any number of threads; an operation that changes it needs the
 // object for itself. Lengths, positions and capacities are in UTF-16 units. What a string or vector
-// throws when it can't grow goes on to the caller; nothing else fails.
+// throws when it can't grow goes on to the caller; nothing else fails. A table takes 4 KB and, for
+// each page of 256 units with a mapping, 1088 bytes and its entries: 87 KB for the default one.
 #pragma once
 
 #include <array>
@@ -200,8 +201,7 @@ public:
     static CUnicodeMappingTable* GetStripNSTable();
 
 private:
-    // What becomes of the units of a page, by low byte; 1 KB, and 55 KB in the largest of the
-    // built-in tables.
+    // What becomes of the units of a page, by low byte.
     struct alignas(64) PageIndex
     {
         std::uint16_t mSteps[256];    // as `GetSteps` tells
