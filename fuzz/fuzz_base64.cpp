@@ -51,7 +51,8 @@ std::string MakeLines(std::string const& text)
     std::string lines;
     std::size_t next = 0;
     for (std::size_t i = 0; next < text.size(); ++i) {
-        std::size_t const length = static_cast<unsigned char>(text[i % 8]) % 32 * 4;
+        std::size_t const groups = static_cast<unsigned char>(text[i % 8]) % 32;
+        std::size_t const length = 4 * groups;
         lines += text.substr(next, length) + (i % 3 == 0 ? "\n" : "\r\n");
         next += std::max<std::size_t>(length, 1);
     }
