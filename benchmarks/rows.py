@@ -83,6 +83,10 @@ TEXT = [
          "ICU `usearch`, primary strength", LANGUAGES, level="best", goal=40),
     Work("`FindMappedText`, a word that never does", "bench_text", "find_miss/loam/{text}", "MB/s",
          "find_miss/icu/{text}", "ICU `usearch`, primary strength", LANGUAGES, level="best", goal=40),
+    Work("`MapText`, of UTF-16", "bench_utf_levels", "map_text/{text}/AVX2", "GB/s", texts=["en", "fr", "ru", "zh"],
+         level="AVX2"),
+    Work("`FindMappedText`, of UTF-16, a word that never does", "bench_utf_levels", "find_miss/{text}/AVX2", "GB/s",
+         texts=["en", "fr", "ru", "zh"], level="AVX2"),
 ]
 
 SCANS = [
