@@ -19,7 +19,16 @@ namespace {
 
 constexpr int kEntries = 100000;
 
+enum FolderKind
+{
+    kPlain,
+    kDeep,        // twenty folders down
+    kLongNames,   // of 200 bytes
+    kOtherNames,  // beyond ASCII
+};
+
 /// A folder of empty files, made at its first use and removed at exit.
+template <FolderKind kKind>
 class CCrowdedFolder
 {
 public:
@@ -34,13 +43,20 @@ private:
     {
         std::string path = std::filesystem::temp_directory_path() / "loam-bench-XXXXXX";
         if (!mkdtemp(path.data())) std::abort();
-        mPath = path;
+        mTop = mPath = path;
+        for (int depth = 0; kKind == kDeep && depth < 20; ++depth)
+            mPath += "/a folder in a folder";
+        std::filesystem::create_directories(mPath);
+        std::string name = "document ";
+        if (kKind == kLongNames) name += std::string(180, 'x');
+        if (kKind == kOtherNames) name = "\u0434\u043e\u043a\u0443\u043c\u0435\u043d\u0442 ";
         for (int i = 0; i < kEntries; ++i)
-            std::ofstream(mPath + "/document " + std::to_string(i) + ".txt");
+            std::ofstream(mPath + "/" + name + std::to_string(i) + ".txt");
     }
 
-    ~CCrowdedFolder() { std::filesystem::remove_all(mPath); }
+    ~CCrowdedFolder() { std::filesystem::remove_all(mTop); }
 
+    std::string mTop;
     std::string mPath;
 };
 
@@ -86,9 +102,10 @@ void MakeInWellKnownFolder(benchmark::State& state)
     }
 }
 
-void Walk(benchmark::State& state)
+template <FolderKind kKind>
+void WalkFolder(benchmark::State& state)
 {
-    CFileSpec const folder(CCrowdedFolder::Path(), false);
+    CFileSpec const folder(CCrowdedFolder<kKind>::Path(), false);
     for (auto _ : state) {
         CFileSpecIterator iterator(folder);
         for (CFileSpec entry; iterator.Next(&entry);)
@@ -97,9 +114,10 @@ void Walk(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * kEntries);
 }
 
-void WalkByReaddir(benchmark::State& state)
+template <FolderKind kKind>
+void WalkFolderByReaddir(benchmark::State& state)
 {
-    std::string const& path = CCrowdedFolder::Path();
+    std::string const& path = CCrowdedFolder<kKind>::Path();
     for (auto _ : state) {
         std::unique_ptr<DIR, int (*)(DIR*)> const folder(opendir(path.c_str()), closedir);
         while (dirent* const entry = readdir(folder.get())) {
@@ -110,11 +128,21 @@ void WalkByReaddir(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * kEntries);
 }
 
+void Walk(benchmark::State& state)
+{
+    WalkFolder<kPlain>(state);
+}
+
+void WalkByReaddir(benchmark::State& state)
+{
+    WalkFolderByReaddir<kPlain>(state);
+}
+
 /// Walks the folder and asks each entry.
 template <class Ask>
 void WalkAndAsk(benchmark::State& state, Ask ask)
 {
-    CFileSpec const folder(CCrowdedFolder::Path(), false);
+    CFileSpec const folder(CCrowdedFolder<kPlain>::Path(), false);
     for (auto _ : state) {
         CFileSpecIterator iterator(folder);
         for (CFileSpec entry; iterator.Next(&entry);)
@@ -154,5 +182,11 @@ BENCHMARK(Walk)->Unit(benchmark::kMillisecond);
 BENCHMARK(WalkVisible)->Unit(benchmark::kMillisecond);
 BENCHMARK(WalkAndLstat)->Unit(benchmark::kMillisecond);
 BENCHMARK(WalkRealFiles)->Unit(benchmark::kMillisecond);
+BENCHMARK(WalkFolderByReaddir<kDeep>)->Unit(benchmark::kMillisecond);
+BENCHMARK(WalkFolder<kDeep>)->Unit(benchmark::kMillisecond);
+BENCHMARK(WalkFolderByReaddir<kLongNames>)->Unit(benchmark::kMillisecond);
+BENCHMARK(WalkFolder<kLongNames>)->Unit(benchmark::kMillisecond);
+BENCHMARK(WalkFolderByReaddir<kOtherNames>)->Unit(benchmark::kMillisecond);
+BENCHMARK(WalkFolder<kOtherNames>)->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();
