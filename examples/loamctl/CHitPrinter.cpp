@@ -23,45 +23,57 @@ CHitPrinter::CHitPrinter(CDocument const& document,
 {
 }
 
-void CHitPrinter::ShowLine(Span line, std::vector<Span> const& hits)
+void CHitPrinter::BeginLine(Span line, Span hit)
 {
-    if (mOutput.IsJSON()) {
-        for (Span const& hit : hits)
-            ShowAsJSON(line, hit);
-    } else {
-        ShowAsText(line, hits);
-    }
+    mLine = line;
+    if (!mOutput.IsJSON()) BeginText(hit);
 }
 
-void CHitPrinter::ShowAsText(Span line, std::vector<Span> const& hits)
+void CHitPrinter::AddHit(Span hit)
 {
-    Span const view = ViewOfLine(mDocument.GetText(), line, hits[0], mMaxColumns);
-    mOutput.Add(Prefix(mHitPlaces.At(hits[0].mStart)));
-    if (view.mStart > line.mStart) mOutput.Add(mOutput.Painted(COutput::Style::kFaint, "…"));
+    mOutput.IsJSON() ? ShowAsJSON(hit) : AddText(hit);
+}
 
-    std::size_t at = view.mStart;
-    std::size_t shown = 0;
-    for (Span const& hit : hits) {
-        if (hit.mStart >= view.mEnd) break;
-        std::size_t const end = std::min(hit.mEnd, view.mEnd);
-        mOutput.Add(SafeText(TextOf(at, hit.mStart)));
-        mOutput.Add(mOutput.Painted(COutput::Style::kHit, SafeText(TextOf(hit.mStart, end))));
-        at = end;
-        ++shown;
+void CHitPrinter::EndLine()
+{
+    if (!mOutput.IsJSON()) EndText();
+}
+
+void CHitPrinter::BeginText(Span hit)
+{
+    mView = ViewOfLine(mDocument.GetText(), mLine, hit, mMaxColumns);
+    mShownTo = mView.mStart;
+    mHidden = 0;
+    mOutput.Add(Prefix(mHitPlaces.At(hit.mStart)));
+    if (mView.mStart > mLine.mStart) mOutput.Add(mOutput.Painted(COutput::Style::kFaint, "…"));
+}
+
+void CHitPrinter::AddText(Span hit)
+{
+    if (hit.mStart >= mView.mEnd) {
+        ++mHidden;
+        return;
     }
-    mOutput.Add(SafeText(TextOf(at, view.mEnd)));
-    if (view.mEnd < line.mEnd) mOutput.Add(mOutput.Painted(COutput::Style::kFaint, "…"));
-    if (shown < hits.size()) {
-        std::string const more =
-            fmt::format(" (+{})", Grouped(static_cast<long long>(hits.size() - shown)));
+    std::size_t const end = std::min(hit.mEnd, mView.mEnd);
+    mOutput.Add(SafeText(TextOf(mShownTo, hit.mStart)));
+    mOutput.Add(mOutput.Painted(COutput::Style::kHit, SafeText(TextOf(hit.mStart, end))));
+    mShownTo = end;
+}
+
+void CHitPrinter::EndText()
+{
+    mOutput.Add(SafeText(TextOf(mShownTo, mView.mEnd)));
+    if (mView.mEnd < mLine.mEnd) mOutput.Add(mOutput.Painted(COutput::Style::kFaint, "…"));
+    if (mHidden > 0) {
+        std::string const more = fmt::format(" (+{})", Grouped(mHidden));
         mOutput.Add(mOutput.Painted(COutput::Style::kFaint, more));
     }
     mOutput.EndLine();
 }
 
-void CHitPrinter::ShowAsJSON(Span line, Span hit)
+void CHitPrinter::ShowAsJSON(Span hit)
 {
-    Span const view = ViewOfLine(mDocument.GetText(), line, hit, mMaxColumns);
+    Span const view = ViewOfLine(mDocument.GetText(), mLine, hit, mMaxColumns);
     Place const context = mContextPlaces.At(view.mStart);
     Place const start = mHitPlaces.At(hit.mStart);
     long long const end = mHitPlaces.At(hit.mEnd).mOffset;

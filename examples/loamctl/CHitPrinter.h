@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <string>
-#include <vector>
 
 #include "loamctl/CBasicFinder.h"
 #include "loamctl/CPlaceCounter.h"
@@ -24,12 +23,17 @@ public:
                 std::size_t maxColumns,
                 COutput& output);
 
-    /// `hits` are those in `line`, at least one. Lines must come in their order.
-    void ShowLine(Span line, std::vector<Span> const& hits);
+    /// Begins a line around its first hit. Lines must come in their order.
+    void BeginLine(Span line, Span hit);
+    /// Adds the first hit and all others in their order. A line may have any number: none is kept.
+    void AddHit(Span hit);
+    void EndLine();
 
 private:
-    void ShowAsText(Span line, std::vector<Span> const& hits);
-    void ShowAsJSON(Span line, Span hit);
+    void BeginText(Span hit);
+    void AddText(Span hit);
+    void EndText();
+    void ShowAsJSON(Span hit);
     std::string Prefix(Place const& place) const;
     std::string TextOf(std::size_t start, std::size_t end) const;
 
@@ -39,4 +43,8 @@ private:
     COutput& mOutput;
     CPlaceCounter mHitPlaces;
     CPlaceCounter mContextPlaces;  // one of its own, since contexts begin before the last hit
+    Span mLine;                    // the one in work
+    Span mView;                    // the part of it that is shown
+    std::size_t mShownTo = 0;      // how much of that has been
+    long long mHidden = 0;         // hits behind it
 };

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "loamctl/CDocument.h"
-#include "loamctl/CWordWalk.h"
 #include "loamctl/Lines.h"
 
 namespace {
@@ -36,60 +35,53 @@ void CPhraseFinder::SetText(std::u16string_view text)
     mText = text;
     mDocument = nullptr;
     mCandidates.SetText(text);
-    Restart();
+    mWalk.reset();
 }
 
 void CPhraseFinder::SetDocument(CDocument const& document)
 {
     mDocument = &document;
     mCandidates.SetDocument(document);
-    Restart();
-}
-
-void CPhraseFinder::Restart()
-{
-    mHits.clear();
-    mNextHit = 0;
+    mWalk.reset();
 }
 
 bool CPhraseFinder::Next(Span& hit)
 {
-    while (mNextHit == mHits.size()) {
+    for (;;) {
+        if (mWalk) {
+            if (NextInLine(hit)) return true;
+            mWalk.reset();
+            mCandidates.SkipTo(mLine.mEnd);
+        }
         Span candidate;
         if (!mCandidates.Next(candidate)) return false;
         if (mDocument) mText = mDocument->GetText();
         mDocument = nullptr;
-        Span const line = LineAround(mText, candidate.mStart);
-        CollectHits(line);
-        mCandidates.SkipTo(line.mEnd);
+        mLine = LineAround(mText, candidate.mStart);
+        mWalk.emplace(mText.substr(mLine.mStart, mLine.mEnd - mLine.mStart), mBlock);
+        mRecent.clear();
+        mLastEnd = mLine.mStart;
     }
-    hit = mHits[mNextHit++];
-    return true;
 }
 
-void CPhraseFinder::CollectHits(Span line)
+bool CPhraseFinder::NextInLine(Span& hit)
 {
-    mHits.clear();
-    mNextHit = 0;
-    mSpans.clear();
-    mNames.clear();
-    CWordWalk words(mText.substr(line.mStart, line.mEnd - line.mStart), mBlock);
-    while (words.Next()) {
-        Span const span = words.GetSpan();
-        mSpans.push_back({line.mStart + span.mStart, line.mStart + span.mEnd});
-        mNames.push_back(NameOf(words.GetWord(), mWords));
-    }
-
-    auto at = mNames.begin();
-    for (;;) {
-        at = std::search(at, mNames.end(), mPhrase.begin(), mPhrase.end());
-        if (at == mNames.end()) return;
-        auto const first = static_cast<std::size_t>(at - mNames.begin());
-        Span const hit{mSpans[first].mStart, mSpans[first + mPhrase.size() - 1].mEnd};
+    auto const isWanted = [](Word const& word, int name) { return word.mName == name; };
+    while (mWalk->Next()) {
+        if (mRecent.size() == mPhrase.size()) mRecent.erase(mRecent.begin());
+        Span const span = mWalk->GetSpan();
+        mRecent.push_back({NameOf(mWalk->GetWord(), mWords),
+                           {mLine.mStart + span.mStart, mLine.mStart + span.mEnd}});
+        if (!std::equal(mRecent.begin(), mRecent.end(), mPhrase.begin(), mPhrase.end(), isWanted))
+            continue;
+        hit = {mRecent.front().mSpan.mStart, mRecent.back().mSpan.mEnd};
+        mRecent.clear();
         // Two words of one expansion are one place.
-        if (mHits.empty() || hit.mStart >= mHits.back().mEnd) mHits.push_back(hit);
-        at += static_cast<std::ptrdiff_t>(mPhrase.size());
+        if (hit.mStart < mLastEnd) continue;
+        mLastEnd = hit.mEnd;
+        return true;
     }
+    return false;
 }
 
 std::vector<std::u16string> SplitIntoWords(std::u16string const& raw)

@@ -93,15 +93,15 @@ long long CSearch::ShowHits(std::string const& path, Span hit, COutput& output)
     CHitPrinter printer(mDocument, path, static_cast<std::size_t>(mOptions.mMaxColumns), output);
     long long count = 0;
     for (bool more = true; more;) {
-        ThrowIfInterrupted();
         Span const line = LineAround(mDocument.GetText(), hit.mStart);
-        mLineHits.clear();
+        printer.BeginLine(line, hit);
         do {
-            mLineHits.push_back(hit);
+            ThrowIfInterrupted();
+            printer.AddHit(hit);
             ++count;
             more = count != mOptions.mMaxCount && mFinder->Next(hit);
         } while (more && hit.mStart < line.mEnd);
-        printer.ShowLine(line, mLineHits);
+        printer.EndLine();
     }
     return count;
 }
@@ -110,8 +110,8 @@ long long CSearch::ShowHits(std::string const& path, Span hit, COutput& output)
 long long CSearch::CountHits(std::string const& path, COutput& output)
 {
     long long count = 1;
-    for (Span hit; count != mOptions.mMaxCount && mFinder->Next(hit);)
-        ++count;
+    for (Span hit; count != mOptions.mMaxCount && mFinder->Next(hit); ++count)
+        ThrowIfInterrupted();
     if (output.IsJSON()) {
         output.AddJSON({{"type", "count"}, {"path", path}, {"hits", count}});
     } else {

@@ -53,5 +53,4 @@ private:
     SearchOptions const& mOptions;
     std::unique_ptr<CBasicFinder> mFinder;
     CDocument mDocument;
-    std::vector<Span> mLineHits;  // of the line in work
 };

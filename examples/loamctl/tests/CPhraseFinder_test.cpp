@@ -1,11 +1,16 @@
 #include "loamctl/CPhraseFinder.h"
 
+#include <algorithm>
+#include <iterator>
+#include <random>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "loamctl/CDocument.h"
+#include "loamctl/CWordWalk.h"
+#include "marl/amortizedmemblock.h"
 
 namespace {
 
@@ -19,6 +24,35 @@ Hits Find(std::u16string const& needle, std::u16string const& text)
     for (Span hit; finder.Next(hit);)
         result.emplace_back(hit.mStart, hit.mEnd);
     return result;
+}
+
+// All words of a line first, and then the phrase among them.
+void CollectPlainly(std::u16string_view text,
+                    Span line,
+                    std::vector<std::u16string> const& phrase,
+                    Hits& hits)
+{
+    std::vector<std::u16string> words;
+    std::vector<Span> spans;
+    amortizedmemblock block;
+    CWordWalk walk(text.substr(line.mStart, line.mEnd - line.mStart), block);
+    while (walk.Next()) {
+        words.emplace_back(walk.GetWord());
+        spans.push_back({line.mStart + walk.GetSpan().mStart, line.mStart + walk.GetSpan().mEnd});
+    }
+    std::size_t end = line.mStart;
+    for (std::size_t i = 0; i + phrase.size() <= words.size();) {
+        if (!std::equal(phrase.begin(), phrase.end(), &words[i])) {
+            ++i;
+            continue;
+        }
+        Span const hit{spans[i].mStart, spans[i + phrase.size() - 1].mEnd};
+        if (hit.mStart >= end) {
+            hits.emplace_back(hit.mStart, hit.mEnd);
+            end = hit.mEnd;
+        }
+        i += phrase.size();
+    }
 }
 
 TEST(CPhraseFinder, FindsWholeWords)
@@ -54,6 +88,31 @@ TEST(CPhraseFinder, FindsWholeWords)
         SCOPED_TRACE(c.mWhat);
         EXPECT_EQ(Find(c.mNeedle, c.mText), c.mHits);
     }
+}
+
+TEST(CPhraseFinder, AgreesWithTheWordsOfEachLine)
+{
+    char16_t const* const pieces[] = {u"a",  u"b",      u"A",       u" ",     u"-",
+                                      u"\n", u"\u2460", u"a\u0301", u"\uFDFA"};
+    std::mt19937 random(20240303);
+    std::size_t hits = 0;
+    for (char16_t const* const needle : {u"a", u"a b", u"a a", u"a b a", u"1"}) {
+        std::vector<std::u16string> const phrase = SplitIntoWords(needle);
+        for (int round = 0; round < 300; ++round) {
+            std::u16string text;
+            for (std::size_t count = random() % 40; count > 0; --count)
+                text += pieces[random() % std::size(pieces)];
+            Hits expected;
+            for (std::size_t start = 0; start <= text.size();) {
+                Span const line{start, std::min(text.find(u'\n', start), text.size())};
+                CollectPlainly(text, line, phrase, expected);
+                start = line.mEnd + 1;
+            }
+            ASSERT_EQ(Find(needle, text), expected) << round;
+            hits += expected.size();
+        }
+    }
+    EXPECT_GT(hits, 1000U);
 }
 
 TEST(CPhraseFinder, FindsTheSameInADocument)
