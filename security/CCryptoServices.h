@@ -14,8 +14,8 @@
 // status in `osError`: -4303 a ciphertext that isn't made of whole blocks, -4304 a wrong AES key or
 // a damaged end, -4305 no such cipher on this system, -4310 a key of a length that the cipher
 // doesn't take. About one wrong AES key in 250 passes and gives a wrong text, and macOS may let all
-// pass. Memory that runs out throws `std::bad_alloc` as well. Sizes are in bytes. Any thread may
-// call, but a run serves one at a time.
+// pass. Memory that runs out throws `std::bad_alloc` as well, and so does a hash on a system that
+// has no SHA-1. Sizes are in bytes. Any thread may call, but a run serves one at a time.
 #pragma once
 
 #include "foundation/LoamExport.h"

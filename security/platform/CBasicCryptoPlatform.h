@@ -48,7 +48,7 @@ public:
     /// Wipes and frees.
     virtual int ReleaseCipher(void* cipher) = 0;
 
-    /// False only where memory runs out.
+    /// False only where memory runs out, or the system has no such hash.
     virtual bool HashSHA1(void const* bytes, std::size_t size, unsigned char* hash) = 0;
     /// Answers 0 or an `errno` value.
     virtual int FillWithRandomBytes(void* bytes, std::size_t size) = 0;

@@ -166,8 +166,9 @@ public:
 
     bool HashSHA1(void const* bytes, std::size_t size, unsigned char* hash) override
     {
+        if (!mSHA1) return false;
         StOpenSSLErrors const errors;
-        return mSHA1 && openssl::EVP_Digest(bytes, size, hash, nullptr, mSHA1, nullptr) == 1;
+        return openssl::EVP_Digest(bytes, size, hash, nullptr, mSHA1, nullptr) == 1;
     }
 
     int FillWithRandomBytes(void* bytes, std::size_t size) override

@@ -149,8 +149,8 @@ PwdSearchResult Search(StStoreCall& call, PwdEntryKey const& key, bool withPassw
     return items ? kPwdFound : kPwdNotFound;
 }
 
-using StoreOperation = gint (*)(
-    SecretService*, GList*, GCancellable*, GList**, GError**);  // answers how many it changed
+// Answers how many it changed.
+using StoreOperation = gint(SecretService*, GList*, GCancellable*, GList**, GError**);
 
 class CPwdDBPlatformLinux final : public CBasicPwdDBPlatform
 {
@@ -253,7 +253,8 @@ private:
             service, SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, call.Limit(), nullptr));
     }
 
-    static bool Change(StoreOperation operation)
+    // The operation is looked for when it is clear that there is a libsecret.
+    static bool Change(CLateFunction<StoreOperation>& operation)
     {
         return Call(false, [&](StStoreCall& call) {
             SecretService* const service = call.Connect();

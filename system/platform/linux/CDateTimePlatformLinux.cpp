@@ -75,17 +75,18 @@ public:
     {
         // Mostly there is no such file, for which no library has to be loaded.
         std::string const path = PreferencesFile(domain);
-        if (access(path.c_str(), R_OK) != 0 || !glib::library.IsThere()) return false;
+        bool const isThere = euidaccess(path.c_str(), R_OK) == 0;
+        if (!isThere || !glib::library.IsThere()) return false;
         std::unique_ptr<GKeyFile, FreeKeyFile> const file(glib::key_file_new());
         if (!glib::key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_NONE, nullptr))
             return false;
         GError* error = nullptr;
         long long const found =
             glib::key_file_get_int64(file.get(), kPreferencesGroup, key, &error);
-        bool const isThere = error == nullptr;
+        bool const isInteger = error == nullptr;
         glib::clear_error(&error);
-        if (isThere) value = found;
-        return isThere;
+        if (isInteger) value = found;
+        return isInteger;
     }
 
     // The week is described by the date of a day that begins it in the locale's country (19971130
