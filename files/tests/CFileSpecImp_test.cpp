@@ -356,7 +356,8 @@ TEST(CFileSpecImp, TellsTheSizeOfTheDisk)
     StTempDir const folder;
     struct statvfs disk = {};
     ASSERT_EQ(statvfs(folder.Path().c_str(), &disk), 0);
-    auto const capacity = static_cast<long long>(disk.f_frsize * disk.f_blocks);
+    auto const capacity =
+        static_cast<long long>(disk.f_frsize) * static_cast<long long>(disk.f_blocks);
     EXPECT_EQ(Spec(folder.Path()).GetDiskCapacity(), capacity);
     EXPECT_GT(capacity, 0);
     long long const available = Spec(folder.Path()).GetAvailableDiskSpace();

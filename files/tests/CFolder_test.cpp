@@ -31,7 +31,7 @@ void OnSmallStack(Action action)
 {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 128 * 1024), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::size_t{128} * 1024), 0);
     pthread_t thread;
     ASSERT_EQ(pthread_create(
                   &thread, &attributes,

@@ -550,7 +550,7 @@ TEST(CNetIntfFaults, PiecesOfALineTakeNoStack)
     };
     pthread_attr_t small;
     pthread_attr_init(&small);
-    pthread_attr_setstacksize(&small, 512 * 1024);
+    pthread_attr_setstacksize(&small, std::size_t{512} * 1024);
     pthread_t reader{};
     ASSERT_EQ(pthread_create(&reader, &small, run, &work), 0);
     pthread_join(reader, nullptr);
