@@ -230,6 +230,15 @@ SEARCHES = [
 
 FILES = [
     Work("walk of 100,000 files", "bench_files", "Walk", "files/s", "WalkByReaddir", "`readdir` alone", goal=0.7),
+    *(
+        Work(f"walk of 100,000 files, {named}", "bench_files", f"WalkFolder<{name}>", "files/s",
+             f"WalkFolderByReaddir<{name}>", "`readdir` alone", goal=0.7)
+        for named, name in [
+            ("twenty folders down", "kDeep"),
+            ("names of 200 bytes", "kLongNames"),
+            ("names beyond ASCII", "kOtherNames"),
+        ]
+    ),
     Work("walk, and whether each is visible", "bench_files", "WalkVisible", "files/s"),
     Work("walk, and whether each is a real file", "bench_files", "WalkRealFiles", "files/s", "WalkAndLstat",
          "walk and `lstat`"),
