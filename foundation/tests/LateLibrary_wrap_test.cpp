@@ -1,4 +1,5 @@
-// What the platforms answer where the libraries that they load late aren't on the machine.
+// Libraries that are loaded late and aren't on the machine: what the platforms answer then.
+#include "foundation/platform/linux/LateLibrary.h"
 #include "net/platform/CBasicNetServicePlatform.h"
 #include "security/platform/CBasicCryptoPlatform.h"
 #include "security/platform/CBasicPwdDBPlatform.h"
@@ -12,18 +13,39 @@
 #include <memory>
 #include <string>
 
+#include <pthread.h>
+
 extern "C" {
 
-// This program has none of them.
+// This program has none of them, and may be cancelled where it looks for them.
 void* __wrap_dlopen(char const* file, int flags);
 
 void* __wrap_dlopen(char const*, int)
 {
+    pthread_testcancel();
     return nullptr;
 }
 }
 
 namespace {
+
+TEST(LateLibrary, IsNoPlaceToBeCancelled)
+{
+    bool isPassed = false;
+    pthread_t thread{};
+    auto* const look = +[](void* passed) -> void* {
+        pthread_cancel(pthread_self());
+        CLateLibrary("libloam-nowhere.so.1").IsThere();
+        *static_cast<bool*>(passed) = true;
+        pthread_testcancel();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, nullptr, look, &isPassed), 0);
+    void* result = nullptr;
+    ASSERT_EQ(pthread_join(thread, &result), 0);
+    EXPECT_TRUE(isPassed);
+    EXPECT_EQ(result, PTHREAD_CANCELED) << "it can be cancelled again behind it";
+}
 
 TEST(LateLibraryMissing, ThereAreNoCiphersAndNoHash)
 {

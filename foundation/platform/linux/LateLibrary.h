@@ -23,7 +23,7 @@ public:
     }
 
     /// Loads it, if that wasn't done yet. False if it isn't on this machine, or is broken: none of
-    /// its functions may be called then.
+    /// its functions may be called then. No thread is cancelled in here.
     bool IsThere();
 
     /// The function of that name, of the library or of those that it stands on. If there is none,
