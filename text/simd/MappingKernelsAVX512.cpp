@@ -70,8 +70,8 @@ struct Mapped
 };
 
 // Maps one window after another. The two halves that it needed last are at hand, and each window is
-// looked up in both: a branch on what a window holds can't be foreseen, and costs more. Only after
-// a run of windows of ASCII these are taken to go on.
+// looked up in both: a branch on what a window holds can't be foreseen, and costs more. What is
+// asked is whether some of the last windows had something, which seldom changes.
 class CMapper
 {
 public:
@@ -103,7 +103,8 @@ public:
         __m512i const numbers = _mm512_srli_epi16(units, 7);
         mNewer.Map(units, numbers, left, mapped.mUnits);
         mOlder.Map(units, numbers, left, mapped.mUnits);
-        if (left != 0) left &= HaveMappedHalf(units, numbers);
+        mRecentLeft = mRecentLeft << 2 | left;
+        if (mRecentLeft != 0) left &= HaveMappedHalf(units, numbers);
         while (left != 0) {
             mOlder = mNewer;
             mNewer = Half(mTable, HalfOf(text, left));
@@ -135,20 +136,22 @@ private:
         return _mm512_test_epi16_mask(_mm512_srlv_epi16(words, place), EachUnit<1>());
     }
 
-    // Tells those that are deleted from several.
+    // Tells deleted units from those that give several, by the half that was asked last.
     LOAM_AVX512_INLINE void
-    FindDeleted(char16_t const* text, __m512i units, __m512i numbers, Mapped& mapped) const
+    FindDeleted(char16_t const* text, __m512i units, __m512i numbers, Mapped& mapped)
     {
         __m512i const places = _mm512_and_si512(_mm512_srli_epi16(units, 4), EachUnit<7>());
-        for (__mmask32 left = mapped.mSeveral; left != 0;) {
-            unsigned int const half = HalfOf(text, left);
-            __mmask32 const isHere = _mm512_mask_cmpeq_epi16_mask(
-                left, numbers, _mm512_set1_epi16(static_cast<short>(half)));
-            __m512i const bits = _mm512_maskz_broadcast_i32x4(
-                0xFFFF, _mm_loadu_si128(reinterpret_cast<__m128i const*>(mTable.GetDeleted(half))));
-            __m512i const words = _mm512_maskz_permutexvar_epi16(kAll, places, bits);
+        __mmask32 left = mapped.mSeveral;
+        for (;;) {
+            __mmask32 const isHere = _mm512_mask_cmpeq_epi16_mask(left, numbers, mDeletedNumber);
+            __m512i const words = _mm512_maskz_permutexvar_epi16(kAll, places, mDeletedBits);
             mapped.mDeleted |= isHere & TestBits(words, units);
             left &= ~isHere;
+            if (left == 0) break;
+            unsigned int const half = HalfOf(text, left);
+            mDeletedNumber = _mm512_set1_epi16(static_cast<short>(half));
+            mDeletedBits = _mm512_maskz_broadcast_i32x4(
+                0xFFFF, _mm_loadu_si128(reinterpret_cast<__m128i const*>(mTable.GetDeleted(half))));
         }
         mapped.mSeveral &= ~mapped.mDeleted;
     }
@@ -159,9 +162,13 @@ private:
     __m512i mCapitals;    // how many of A to Z become a to z: all or none
     Half mNewer;
     Half mOlder;
+    __m512i mDeletedNumber = EachUnit<0xFFFF>();  // of the half whose `mDeletedBits` are at hand
+    __m512i mDeletedBits = _mm512_setzero_si512();
     // The lanes that were not ASCII, moved by two bits for each window since: zero where there was
     // nothing else for 16 to 32 windows. No branch may ask about a single window.
     std::uint64_t mRecent = 0;
+    // The same for lanes of neither ASCII nor the two halves.
+    std::uint64_t mRecentLeft = 0;
 };
 
 // Where mapped units go, and their offsets if they are wanted. Nothing else is written to.
