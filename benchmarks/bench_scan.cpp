@@ -11,10 +11,11 @@
 #include <benchmark/benchmark.h>
 #include <unicode/uset.h>
 
-#include <array>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -103,14 +104,20 @@ bool SpanByICU(std::u16string const& text)
     return uset_span(set, text.data(), length, USET_SPAN_NOT_CONTAINED) < length;
 }
 
-// Without the units at which the walk would end.
+// The units at which a walk ends, asked once.
+std::vector<bool> const& EndsOf(Walk walk)
+{
+    static std::map<Walk, std::vector<bool>> known;
+    std::vector<bool>& ends = known[walk];
+    for (unsigned int unit = 0; ends.size() < 0x10000; ++unit)
+        ends.push_back(walk(std::u16string(1, static_cast<char16_t>(unit))));
+    return ends;
+}
+
 std::u16string Without(Walk walk, std::u16string text)
 {
-    auto const ends = [walk](char16_t unit) { return walk(std::u16string(1, unit)); };
-    std::array<bool, 0x10000> isEnd{};
-    for (unsigned int unit = 0; unit < isEnd.size(); ++unit)
-        isEnd[unit] = ends(static_cast<char16_t>(unit));
-    std::erase_if(text, [&isEnd](char16_t unit) { return isEnd[unit]; });
+    std::vector<bool> const& ends = EndsOf(walk);
+    std::erase_if(text, [&ends](char16_t unit) { return ends[unit]; });
     return text;
 }
 

@@ -116,6 +116,26 @@ void RegisterCorpus(Corpus const& corpus)
     Register("utf16_to_utf8/" + corpus.mName + "/icu", any, ToUTF8ByICU, input, bytes16);
 }
 
+// The beginning of a text, which the caches hold with its result: the highest level beside ICU.
+void RegisterBeginning(Corpus const& corpus, size_t size, std::string const& ending)
+{
+    std::string text = corpus.mText.substr(0, size);
+    // Not in the middle of a character.
+    while (!text.empty() && (text.back() & 0x80) != 0)
+        text.pop_back();
+    auto* const input = new Input{text, {}, {}, {}};
+    CUTFConverter::ConvertUTF8toUTF16(input->mText8, input->mText16, CUTFConverter::kStrictMode);
+    input->mRoom8.resize(input->mText16.size() * 3);
+    input->mRoom16.resize(input->mText8.size());
+    size_t const bytes16 = input->mText16.size() * sizeof(char16_t);
+    TextKernels const* const best = GetAllTextKernels().back();
+    std::string const end = "/" + corpus.mName + ending;
+    Register("utf8_to_utf16" + end + "/" + best->mName, best, ToUTF16, input, text.size());
+    Register("utf16_to_utf8" + end + "/" + best->mName, best, ToUTF8, input, bytes16);
+    Register("utf8_to_utf16" + end + "/icu", best, ToUTF16ByICU, input, text.size());
+    Register("utf16_to_utf8" + end + "/icu", best, ToUTF8ByICU, input, bytes16);
+}
+
 // The report names the levels, the last of which is the one that hosts get.
 void TellLevels()
 {
@@ -128,8 +148,12 @@ void TellLevels()
 int RegisterAll()
 {
     TellLevels();
-    for (Corpus const& corpus : Corpora())
+    for (Corpus const& corpus : Corpora()) {
         RegisterCorpus(corpus);
+        if (IsShortLines(corpus)) continue;
+        RegisterBeginning(corpus, 64 << 10, "_64K");
+        RegisterBeginning(corpus, 256 << 10, "_256K");
+    }
     return 0;
 }
 

@@ -21,9 +21,10 @@ LOAM_AVX512_INLINE std::uint64_t LowBits(std::ptrdiff_t count)
 }
 
 /// A constant in each lane of 32 bits. It comes from memory: gcc would rather make it anew in every
-/// round of a loop, by way of another register and the port that all shuffles wait for.
+/// round of a loop, by way of another register and the port that all shuffles wait for. It belongs
+/// to one source, so that it is reached at once and not by its address in a register.
 template <std::uint32_t kValue>
-inline constexpr std::uint32_t kConstant = kValue;
+static constexpr std::uint32_t kConstant = kValue;
 
 template <std::uint32_t kValue>
 LOAM_AVX512_INLINE __m512i EachLane()
