@@ -7,7 +7,7 @@
 #     benchmarks/run.sh --quick           two short repetitions, to see that all of it runs
 #     benchmarks/run.sh --core 0          on that core and not on the last one
 #
-# It takes a quarter of an hour at most once everything is built. What is measured stands in rows.py.
+# It takes five minutes on a quiet machine once everything is built. What is measured stands in rows.py.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . tools/setup.sh
@@ -27,6 +27,12 @@ while [ $# -gt 0 ]; do
     esac
     shift
 done
+
+if [ -n "$readme" ] && [ ${#options[@]} -gt 0 ]; then
+    case " ${options[*]} " in
+        *" --quick "* | *" --filter "*) echo "run.sh: README.md gets whole tables only" >&2; exit 2 ;;
+    esac
+fi
 
 need build examples benchmarks
 build benchmarks | tail -n 1
