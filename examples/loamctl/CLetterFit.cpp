@@ -201,10 +201,10 @@ bool CByteLetters::IsLetter(unsigned char byte) const
     return ::IsLetter(mClasses[byte]);
 }
 
-int CByteLetters::GetCost(unsigned char byte, int language) const
+unsigned char const* CByteLetters::GetLetterCosts(int language) const
 {
     std::call_once(mFilled, [this] { FillLanguageCosts(); });
-    return mLanguageCosts[static_cast<std::size_t>(language) * kUpperBytes + byte - kFirstUpper];
+    return mLanguageCosts.data() + static_cast<std::size_t>(language) * kUpperBytes;
 }
 
 void CByteLetters::FillLanguageCosts() const
@@ -343,17 +343,18 @@ LanguageFit CLetterFit::FindLanguage(long limit) const
 long CLetterFit::CostOfLetters(int language, long cost, long limit) const
 {
     if (mBytes) {
+        unsigned char const* const costs = mBytes->GetLetterCosts(language);
         for (char const c : mByteLetters) {
             if (cost >= limit) break;
             auto const byte = static_cast<unsigned char>(c);
-            cost += mBytes->GetCost(byte, language) * mByteCounts[byte];
+            cost += costs[byte - kFirstUpper] * mByteCounts[byte];
         }
         return cost;
     }
-    CountedCosts const& costs = Languages()[static_cast<std::size_t>(language)];
+    CountedCosts const& counted = Languages()[static_cast<std::size_t>(language)];
     for (char16_t const letter : mLetters) {
         if (cost >= limit) break;
-        cost += costs.CostOf(letter) * static_cast<long>(mCounts[letter]);
+        cost += counted.CostOf(letter) * static_cast<long>(mCounts[letter]);
     }
     return cost;
 }

@@ -34,9 +34,9 @@ public:
 
     bool IsLetter(unsigned char byte) const;
 
-    /// What it costs more in the language of a number, if it is a letter beyond ASCII. Found out
-    /// for all of them at first use.
-    int GetCost(unsigned char byte, int language) const;
+    /// What those beyond ASCII that are letters cost more in the language of a number, by byte from
+    /// 0x80 on. Found out for all languages at first use.
+    unsigned char const* GetLetterCosts(int language) const;
 
 private:
     void FillLanguageCosts() const;
