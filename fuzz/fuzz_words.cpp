@@ -1,6 +1,7 @@
-// Walks any text by both word delimiters, raw and mapped, and compares each call with the naive
-// rule. The first byte of the input chooses the table, and how the rest becomes units: as it is, or
-// each byte one unit of a small alphabet in which everything meets everything.
+// Walks any text by both word delimiters, raw and mapped at each level of instructions, and
+// compares each call with the naive rule. The first byte of the input chooses the table, and how
+// the rest becomes units: as it is, or each byte one unit of a small alphabet in which everything
+// meets everything.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -16,6 +17,7 @@
 #include "text/CUnicodeMappingTable.h"
 #include "text/CUnicodeWordDelimiterStub.h"
 #include "text/CUnicodeWordDelimiterStubLegacy.h"
+#include "text/simd/TextKernels.h"
 
 namespace {
 
@@ -24,7 +26,8 @@ constexpr size_t kLongestText = 200;
 
 constexpr char16_t kAlphabet[] =
     u"ab YZ19#'.\u0301\u0302\u00C9\u00DF\u00BC\u2460\uFB01\uFDFA\u309F\u3300\u4E00\u3007\u3099"
-    u"\u2019\u00A0\u02BC\uFF07\uAC00\u0E33\u0345\uFFFF\xD800\xDC00\xD83D\xDE00\xD835\xDBFF\xDFFF";
+    u"\u2019\u00A0\u02BC\uFF07\uAC00\u0E33\u0345\uFFFF\xD800\xDC00\xD83D\xDE00\xD835\xDBFF\xDFFF"
+    u"\u00FF\u00B5\u0419\u0439\u03AC\u064E\u0645\u093F\u0FFF\u1000\uD7A3\uD7A4";
 
 struct Table
 {
@@ -132,7 +135,10 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
     CUnicodeWordDelimiterStubLegacy legacy;
     WalkRaw(stub, NaiveWords::Rule::kStub, text.get(), length);
     WalkRaw(legacy, NaiveWords::Rule::kLegacy, text.get(), length);
-    WalkMapped(stub, NaiveWords::Rule::kStub, text.get(), length, table);
-    WalkMapped(legacy, NaiveWords::Rule::kLegacy, text.get(), length, table);
+    for (TextKernels const* const level : GetAllTextKernels()) {
+        StTextKernels const guard(*level);
+        WalkMapped(stub, NaiveWords::Rule::kStub, text.get(), length, table);
+        WalkMapped(legacy, NaiveWords::Rule::kLegacy, text.get(), length, table);
+    }
     return 0;
 }

@@ -116,6 +116,5 @@ bool CUnicodeWordDelimiterStub::GetNextMappedWordInRawText_(char16_t const* text
     if (!kernels || !facts)
         return FirstNextMappedWord<StubWordRule>(facts, text, length, table, start, rawLength,
                                                  block, mappedLength);
-    return kernels->mNextStubWord(*facts, text, length, table, start, rawLength, block,
-                                  mappedLength);
+    return kernels->mNextStubWord(*facts, text, length, start, rawLength, block, mappedLength);
 }

@@ -130,6 +130,5 @@ bool CUnicodeWordDelimiterStubLegacy::GetNextMappedWordInRawText_(char16_t const
     if (!kernels || !facts)
         return FirstNextMappedWord<LegacyWordRule>(facts, text, length, table, start, rawLength,
                                                    block, mappedLength);
-    return kernels->mNextLegacyWord(*facts, text, length, table, start, rawLength, block,
-                                    mappedLength);
+    return kernels->mNextLegacyWord(*facts, text, length, start, rawLength, block, mappedLength);
 }

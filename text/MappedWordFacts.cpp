@@ -6,6 +6,8 @@
 
 namespace {
 
+using ASCIIMapping = CUnicodeMappingTable::ASCIIMapping;
+
 constexpr unsigned int kFirstSyllable = 0xAC00;
 constexpr unsigned int kSyllables = 11172;
 
@@ -38,7 +40,10 @@ bool AreSyllablesKept(CUnicodeMappingTable const& table)
 }  // namespace
 
 MappedWordFacts::MappedWordFacts(CUnicodeMappingTable const& table)
-    : mLatin{}
+    : mTable(table)
+    , mLatin{}
+    , mCaseBit(table.GetASCIIMapping() == ASCIIMapping::kLowercased ? 0x20 : 0)
+    , mUnlikeASCII(table.GetASCIIMapping() == ASCIIMapping::kOther ? ~0U : 0)
     , mLatinMap{}
     , mSameFirst(kFirstSyllable)
     , mSameCount(AreSyllablesKept(table) ? kSyllables : 0)

@@ -15,6 +15,8 @@ struct MappedWordFacts
 {
     explicit MappedWordFacts(CUnicodeMappingTable const& table);
 
+    CUnicodeMappingTable const& mTable;
+
     // Units below `kLowUnits`, which take in the alphabets from Latin to those of India: what a
     // unit becomes in the low half, and what that is to a word in bits above it. Without any of the
     // bits the unit is unknown: it gives several units, or one that may begin a word of another
@@ -49,6 +51,10 @@ struct MappedWordFacts
 
     // Bit 16 of an entry below is the first rule's, bit 17 the second's.
     Latin mLatin[2];
+    // ASCII stays as it is, but capitals get this bit: 0x20 or none. Not so if `mUnlikeASCII` isn't
+    // 0 but all bits: then `mLatinMap` tells.
+    std::uint16_t mCaseBit;
+    std::uint32_t mUnlikeASCII;
     // What units that are taken become, if that is below 0x100; others are unknown in `mLatin`.
     alignas(64) std::uint8_t mLatinMap[256];
     alignas(64) std::uint32_t mLow[kLowUnits];

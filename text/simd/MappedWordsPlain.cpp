@@ -48,7 +48,7 @@ template <class Rule>
 {
     char16_t units[2];
     std::size_t const length = call.mLength - at;
-    unsigned int const count = TakeLoner(call.mText + at, length, call.mTable, units);
+    unsigned int const count = TakeLoner<Rule>(call.mText + at, length, call.mTable, units);
     if (count != 0) {
         call.mBlock.resize(count * sizeof(char16_t));
         std::memcpy(call.mBlock.data(), units, count * sizeof(char16_t));
@@ -90,26 +90,25 @@ template <class Rule>
 
 }  // namespace
 
-bool NextStubWordPlain(MappedWordFacts const& /*facts*/,
+bool NextStubWordPlain(MappedWordFacts const& facts,
                        char16_t const* text,
                        unsigned int length,
-                       CUnicodeMappingTable const& table,
                        unsigned int& start,
                        unsigned int& rawLength,
                        amortizedmemblock& block,
                        unsigned int& mappedLength)
 {
-    return Next<StubWordRule>({text, length, table, start, rawLength, block, mappedLength});
+    return Next<StubWordRule>({text, length, facts.mTable, start, rawLength, block, mappedLength});
 }
 
-bool NextLegacyWordPlain(MappedWordFacts const& /*facts*/,
+bool NextLegacyWordPlain(MappedWordFacts const& facts,
                          char16_t const* text,
                          unsigned int length,
-                         CUnicodeMappingTable const& table,
                          unsigned int& start,
                          unsigned int& rawLength,
                          amortizedmemblock& block,
                          unsigned int& mappedLength)
 {
-    return Next<LegacyWordRule>({text, length, table, start, rawLength, block, mappedLength});
+    return Next<LegacyWordRule>(
+        {text, length, facts.mTable, start, rawLength, block, mappedLength});
 }

@@ -39,8 +39,8 @@ constexpr TextKernels kSSE42Kernels = {
     .mTakeBytes = TakeBytesPlain,
     .mListFilled = ListFilledPlain,
     .mSumRows = SumRowsPlain,
-    .mNextStubWord = NextStubWordPlain,
-    .mNextLegacyWord = NextLegacyWordPlain,
+    .mNextStubWord = NextStubWordSSE42,
+    .mNextLegacyWord = NextLegacyWordSSE42,
 };
 constexpr TextKernels kAVX2Kernels = {
     .mName = "AVX2",
@@ -57,8 +57,8 @@ constexpr TextKernels kAVX2Kernels = {
     .mTakeBytes = TakeBytesPlain,
     .mListFilled = ListFilledPlain,
     .mSumRows = SumRowsAVX2,
-    .mNextStubWord = NextStubWordPlain,
-    .mNextLegacyWord = NextLegacyWordPlain,
+    .mNextStubWord = NextStubWordAVX2,
+    .mNextLegacyWord = NextLegacyWordAVX2,
 };
 constexpr TextKernels kAVX512Kernels = {
     .mName = "AVX-512 VBMI2",
@@ -94,8 +94,8 @@ constexpr TextKernels kNEONKernels = {
     .mTakeBytes = TakeBytesPlain,
     .mListFilled = ListFilledPlain,
     .mSumRows = SumRowsPlain,
-    .mNextStubWord = NextStubWordPlain,
-    .mNextLegacyWord = NextLegacyWordPlain,
+    .mNextStubWord = NextStubWordNEON,
+    .mNextLegacyWord = NextLegacyWordNEON,
 };
 #endif
 

@@ -20,7 +20,6 @@
 #include <atomic>
 #include <vector>
 
-class CUnicodeMappingTable;
 class amortizedmemblock;
 struct MappedWordFacts;
 
@@ -70,13 +69,11 @@ RunToUTF16 RunToUTF16NEON;
 RunToUTF8 RunToUTF8NEON;
 #endif
 
-/// The next mapped word, as `CUnicodeWordDelimiter::GetNextMappedWordInRawText` answers it. The
-/// arguments are in the order of that operation, with the facts in place of the object: so a call
-/// goes from one way to another by a jump.
+/// The next mapped word, as `CUnicodeWordDelimiter::GetNextMappedWordInRawText` answers it. All
+/// ways to it have the same arguments, so that one hands a call over to another by a jump.
 using NextMappedWord = bool(MappedWordFacts const& facts,
                             char16_t const* text,
                             unsigned int length,
-                            CUnicodeMappingTable const& table,
                             unsigned int& start,
                             unsigned int& rawLength,
                             amortizedmemblock& block,
@@ -85,8 +82,15 @@ using NextMappedWord = bool(MappedWordFacts const& facts,
 NextMappedWord NextStubWordPlain;
 NextMappedWord NextLegacyWordPlain;
 #if defined(__x86_64__)
+NextMappedWord NextStubWordSSE42;
+NextMappedWord NextLegacyWordSSE42;
+NextMappedWord NextStubWordAVX2;
+NextMappedWord NextLegacyWordAVX2;
 NextMappedWord NextStubWordAVX512;
 NextMappedWord NextLegacyWordAVX512;
+#elif defined(__aarch64__)
+NextMappedWord NextStubWordNEON;
+NextMappedWord NextLegacyWordNEON;
 #endif
 
 struct TextKernels

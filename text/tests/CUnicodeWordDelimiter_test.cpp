@@ -16,6 +16,8 @@
 #include "text/CUnicodeWordDelimiterStubLegacy.h"
 #include "text/tests/WordWalks.h"
 
+using namespace std::string_literals;
+
 namespace {
 
 TEST(CUnicodeWordDelimiter, SharesOneDelimiterAndOneTable)
@@ -121,6 +123,8 @@ protected:
             } const all[] = {{"default", CUnicodeMappingTable::GetDefaultTable()},
                              {"case folding", CUnicodeMappingTable::GetCaseFoldingTable()},
                              {"decompose all", CUnicodeMappingTable::GetDecomposeAllTable()},
+                             {"diacritics", CUnicodeMappingTable::GetDecomposeDiacriticsTable()},
+                             {"no marks", CUnicodeMappingTable::GetStripNSTable()},
                              {"empty", &empty},
                              {"dynamic", &dynamic}};
             for (auto const& one : all)
@@ -255,6 +259,70 @@ TEST_F(WordRulesTest, HoldForHostileText)
     }
 }
 
+// Words as texts have them, so that they run through all ways, over windows and to the end: in each
+// script, in mixtures, and with what breaks words off.
+TEST_F(WordRulesTest, HoldForMixturesOfScriptsAtEveryOffsetAndCut)
+{
+    std::u16string const pieces[] = {u"the",
+                                     u"Internationalization",
+                                     u"\u00C9t\u00E9",
+                                     u"Stra\u00DFe",
+                                     u"na\u00EFvet\u00E9s",
+                                     u"\u00B5m",
+                                     u"\u00FF\u00FE",
+                                     u"\u041F\u0440\u0438\u0432\u0435\u0442",
+                                     u"\u0439\u0451",
+                                     u"\u0391\u03B8\u03AE\u03BD\u03B1",
+                                     u"\u0645\u064E\u0631\u062D",
+                                     u"\u0915\u093F\u0924\u093E\u092C",
+                                     u"\uD55C\uAD6D\uC5B4",
+                                     u"\uD7A3\uD7A4\uABFF",
+                                     u"\u6F22\u5B57",
+                                     u"\u304B\u306A\u304C",
+                                     u"\u30AB\u30FC",
+                                     u"\xD83D\xDE00",
+                                     u"\xD83D",
+                                     u"\xDC00",
+                                     u"\xD800\xDC00",
+                                     u"e\u0301\u0302",
+                                     u"\u1F00\u1FFC",
+                                     u"\u0FFF\u1000",
+                                     u"C#",
+                                     u"a@b",
+                                     u"42\u20AC",
+                                     u"\uFF21\uFF22",
+                                     u"\uFDFA",
+                                     u"\u00BC"};
+    std::u16string const gaps[] = {u" ",       u" ",         u" ",      u"",       u"",
+                                   u", ",      u"'",         u"\u2019", u"\u3001", u"\u00A0",
+                                   u"\u060C ", u"\0\u0001"s, u"\u0301", u"  ---  "};
+    std::mt19937 random(3);
+    for (unsigned int round = 0; round < 160; ++round) {
+        // One script mostly, or any.
+        size_t const least = random() % std::size(pieces);
+        size_t const count = round % 2 == 0 ? std::size(pieces) - least : 2;
+        std::u16string text(round % 64, u'.');
+        while (text.size() < 64 + round % 40) {
+            text += pieces[(least + random() % count) % std::size(pieces)];
+            text += gaps[random() % std::size(gaps)];
+        }
+        // Each cut near the end, as the ways change there.
+        for (size_t cut = 0; cut < 24; ++cut)
+            ASSERT_TRUE(HoldsByDefault(std::u16string_view(text).substr(0, text.size() - cut)));
+        ASSERT_TRUE(AllHold(text)) << "round " << round;
+    }
+}
+
+TEST_F(WordRulesTest, HoldForEveryUnitInEveryTableAsAWordAndBehindOne)
+{
+    for (unsigned int unit = 0; unit < 0x10000; unit += 7) {
+        auto const c = static_cast<char16_t>(unit);
+        std::u16string const text =
+            u" " + std::u16string{c, u' ', u'x', c, u' ', c, c, u'-'} + std::u16string(20, u'.');
+        ASSERT_TRUE(AllHold(text)) << unit;
+    }
+}
+
 TEST_F(WordRulesTest, HoldForTablesThatMapToAnything)
 {
     std::u16string const units = u"ab #\u4E00\u3007\xD83D\xDE00\xD800\xDC00\u0301";
@@ -274,8 +342,12 @@ TEST_F(WordRulesTest, HoldForTablesThatMapToAnything)
         NaiveWords::CMap const map(table);
         for (int i = 0; i < 60; ++i) {
             std::u16string const text = any(12, u"wxyz" + units);
-            for (auto& [delimiter, rule] : mDelimiters)
+            std::u16string const padded = text + std::u16string(20, u' ');
+            for (auto& [delimiter, rule] : mDelimiters) {
                 ASSERT_TRUE(WalksAsNaive(*delimiter, rule, text, table, map)) << "round " << round;
+                ASSERT_TRUE(WalksAsNaive(*delimiter, rule, padded, table, map))
+                    << "round " << round;
+            }
         }
     }
 }

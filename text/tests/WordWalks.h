@@ -16,28 +16,36 @@
 
 #include "marl/amortizedmemblock.h"
 #include "testing/NaiveWords.h"
+#include "testing/StFencedMemory.h"
 #include "text/CUnicodeMappingTable.h"
 #include "text/CUnicodeWordDelimiter.h"
 #include "text/simd/TextKernels.h"
 
-// A text in storage of exactly its size, so that a read outside it doesn't pass unseen.
+// A text right before memory that nobody may touch, so that a read behind it doesn't pass unseen; a
+// long one in storage of exactly its size. One at a time in a thread.
 class CExactText
 {
 public:
     explicit CExactText(std::u16string_view text)
-        : mUnits(new char16_t[text.size()])
-        , mLength(static_cast<unsigned int>(text.size()))
+        : mLength(static_cast<unsigned int>(text.size()))
     {
-        text.copy(mUnits.get(), text.size());
+        static thread_local StFencedMemory fence;
+        if (text.size() > kMostFenced) mLong.reset(new char16_t[text.size()]);
+        mUnits = mLong ? mLong.get() : fence.AtEnd<char16_t>(text.size());
+        text.copy(mUnits, text.size());
     }
 
-    char16_t const* Units() const { return mUnits.get(); }
+    char16_t const* Units() const { return mUnits; }
 
     unsigned int Length() const { return mLength; }
 
 private:
-    std::unique_ptr<char16_t[]> mUnits;
+    // No page is smaller than 4 KB.
+    static constexpr size_t kMostFenced = 2048;
+
     unsigned int mLength;
+    std::unique_ptr<char16_t[]> mLong;
+    char16_t* mUnits;  // not owned
 };
 
 // Fills a table with mappings of units of ASCII, which no built-in table would have.
