@@ -16,6 +16,10 @@ using Offsets = int __attribute__((vector_size(16)));
 
 constexpr int kWindow = 16;
 
+// After a window that isn't ASCII, as many units are taken one by one, and after each further one
+// twice as many, up to this: text of other scripts shall not pay for windows.
+constexpr int kLongestStretch = 128;
+
 constexpr char16_t kNoSingleUnit = CUnicodeMappingTable::kNoSingleUnit;
 
 bool IsAny(Lanes lanes)
@@ -96,6 +100,7 @@ bool MapAll(CUnicodeMappingTable const& table,
     ASCIIRule const rule(table);
     int from = sourcePos;
     int to = targetPos;
+    int stretch = kWindow;
     while (from < sourceLength) {
         // As far as there is room for one unit each.
         int const end = from + std::min(sourceLength - from, targetCapacity - to);
@@ -105,14 +110,22 @@ bool MapAll(CUnicodeMappingTable const& table,
             window.Fold(rule.mCaseBit);
             window.Write(target + to);
             if constexpr (kWithOffsets) WriteOffsets(offsets + to, from);
+            stretch = kWindow;
         }
-        int const stop = std::min(end, from + kWindow);
-        for (; from < stop; ++from, ++to) {
-            char16_t const single = table.MapToSingleUnit(source[from]);
-            if (single == kNoSingleUnit) break;
-            target[to] = single;
-            if constexpr (kWithOffsets) offsets[to] = from;
+        int const stop = from + std::min(end - from, stretch);
+        stretch = std::min(2 * stretch, kLongestStretch);
+        char16_t const* unit = source + from;
+        char16_t const* const stopUnit = source + stop;
+        char16_t* mapped = target + to;
+        for (; unit != stopUnit; ++unit, ++mapped) {
+            char16_t const single = table.MapToSingleUnit(*unit);
+            if (single == kNoSingleUnit) [[unlikely]]
+                break;
+            *mapped = single;
+            if constexpr (kWithOffsets) offsets[mapped - target] = static_cast<int>(unit - source);
         }
+        from = static_cast<int>(unit - source);
+        to = static_cast<int>(mapped - target);
         if (from == stop && stop < end) continue;
         if (from == sourceLength) break;
 
@@ -163,6 +176,7 @@ int FindMappedStartPlain(CUnicodeMappingTable const& table,
     bool const hasSecond = needleLength > 1;
     // Of a needle of one unit each unit is followed by the second.
     char16_t const second = hasSecond ? needle[1] : 0;
+    int stretch = kWindow;
     while (at < textLength) {
         for (; hasSecond && rule.mIsPlain && textLength - at > kWindow; at += kWindow) {
             CWindow units(text + at);
@@ -171,12 +185,18 @@ int FindMappedStartPlain(CUnicodeMappingTable const& table,
             units.Fold(rule.mCaseBit);
             next.Fold(rule.mCaseBit);
             if (units.HasPair(first, next, second)) break;
+            stretch = kWindow;
         }
-        int const stop = at + std::min(textLength - at, kWindow);
+        int const stop = at + std::min(textLength - at, stretch);
+        stretch = std::min(2 * stretch, kLongestStretch);
         for (; at < stop; ++at) {
             char16_t const single = table.MapToSingleUnit(text[at]);
-            if (single == kNoSingleUnit && !IsDeleted(table, text[at])) return at;
-            if (single != first) continue;
+            if (single != first && single != kNoSingleUnit) [[likely]]
+                continue;
+            if (single == kNoSingleUnit) {
+                if (!IsDeleted(table, text[at])) return at;
+                continue;
+            }
             if (!hasSecond || at + 1 == textLength) return at;
             char16_t const next = table.MapToSingleUnit(text[at + 1]);
             if (next == second || next == kNoSingleUnit) return at;
