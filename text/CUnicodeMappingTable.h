@@ -17,6 +17,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -158,14 +159,14 @@ public:
     /// By unit of a half, the distance modulo 65,536 to what `MapToSingleUnit` answers.
     std::uint16_t const* GetSteps(unsigned int half) const
     {
-        return mSlots[half / 2].mIndex->mSteps + half % 2 * kHalfSize;
+        return mSlots[half / 2].mIndex->mSteps + std::size_t{half % 2} * kHalfSize;
     }
 
     /// A bit for each unit of a half, sixteen in a word from the lowest on: whether it gives
     /// nothing.
     std::uint16_t const* GetDeleted(unsigned int half) const
     {
-        return mSlots[half / 2].mIndex->mDeleted + half % 2 * (kHalfSize / 16);
+        return mSlots[half / 2].mIndex->mDeleted + std::size_t{half % 2} * (kHalfSize / 16);
     }
 
     /// A bit for each of the 256 units of a page, eight in a byte from the lowest on: whether it
