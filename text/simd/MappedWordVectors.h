@@ -203,6 +203,12 @@ PutLatinByTable(MappedWordFacts const& facts,
     return true;
 }
 
+// Whether `unit` is one of those that are parts of words and stay as they are.
+LOAM_VECTOR_INLINE bool IsSame(char16_t unit, MappedWordFacts const& facts)
+{
+    return static_cast<std::uint16_t>(unit - facts.mSameFirst) < facts.mSameCount;
+}
+
 // An ideograph or a pair behind any gap, or another word that begins beyond Latin, perhaps behind
 // one gap of ASCII.
 template <class Rule, NextMappedWord& kAlphabet, NextMappedWord& kOtherwise>
@@ -220,7 +226,7 @@ LOAM_VECTOR __attribute__((noinline)) bool NextBeyondLatin(MappedWordFacts const
     char16_t const first = text[from] > 0x7F ? text[from] : text[from + 1];
     if (first < MappedWordFacts::kLowUnits)
         return kAlphabet(facts, text, length, start, rawLength, block, mappedLength);
-    if (static_cast<std::uint16_t>(first - facts.mSameFirst) < facts.mSameCount)
+    if (IsSame(first, facts))
         return kOtherwise(facts, text, length, start, rawLength, block, mappedLength);
 
     for (std::size_t at = from; at < from + kWindow; ++at) {
@@ -286,9 +292,12 @@ LOAM_VECTOR_INLINE bool NextWord(MappedWordFacts const& facts,
     if (window[0] > 0x7F)
         return NextIdeograph<Rule, kAlphabet, kOtherwise>(facts, text, length, start, rawLength,
                                                           block, mappedLength);
-    if (window[1] > 0xFF)
+    if (window[1] > 0xFF) {
+        if (IsSame(window[1], facts))
+            return kOtherwise(facts, text, length, start, rawLength, block, mappedLength);
         return NextBeyondLatin<Rule, kAlphabet, kOtherwise>(facts, text, length, start, rawLength,
                                                             block, mappedLength);
+    }
     if (!IsReady(block, mappedLength))
         return kOtherwise(facts, text, length, start, rawLength, block, mappedLength);
 
