@@ -6,8 +6,6 @@
 
 namespace {
 
-using ASCIIMapping = CUnicodeMappingTable::ASCIIMapping;
-
 constexpr unsigned int kFirstSyllable = 0xAC00;
 constexpr unsigned int kSyllables = 11172;
 
@@ -42,8 +40,6 @@ bool AreSyllablesKept(CUnicodeMappingTable const& table)
 MappedWordFacts::MappedWordFacts(CUnicodeMappingTable const& table)
     : mTable(table)
     , mLatin{}
-    , mCaseBit(table.GetASCIIMapping() == ASCIIMapping::kLowercased ? 0x20 : 0)
-    , mUnlikeASCII(table.GetASCIIMapping() == ASCIIMapping::kOther ? ~0U : 0)
     , mLatinMap{}
     , mSameFirst(kFirstSyllable)
     , mSameCount(AreSyllablesKept(table) ? kSyllables : 0)

@@ -1,9 +1,9 @@
 // What the fast walks over mapped words have to know of a mapping table. Inner to the word
 // delimiters.
 //
-// Made of the table and of the categories at the first walk, in a few microseconds, and kept with
-// the table (`CUnicodeMappingTable::GetWordFacts`). True for any table: what a fast walk can't do
-// with a unit is said to be unknown, and then the feed does it.
+// Made of the table and of the categories at the first walk, in well under a millisecond, and kept
+// with the table (`CUnicodeMappingTable::GetWordFacts`). True for any table: what a fast walk can't
+// do with a unit is said to be unknown, and then the feed does it.
 #pragma once
 
 #include <cstddef>
@@ -51,10 +51,6 @@ struct MappedWordFacts
 
     // Bit 16 of an entry below is the first rule's, bit 17 the second's.
     Latin mLatin[2];
-    // ASCII stays as it is, but capitals get this bit: 0x20 or none. Not so if `mUnlikeASCII` isn't
-    // 0 but all bits: then `mLatinMap` tells.
-    std::uint16_t mCaseBit;
-    std::uint32_t mUnlikeASCII;
     // What units that are taken become, if that is below 0x100; others are unknown in `mLatin`.
     alignas(64) std::uint8_t mLatinMap[256];
     alignas(64) std::uint32_t mLow[kLowUnits];

@@ -147,7 +147,6 @@ template <class Rule>
         return call.Answer(at, count);
     }
 
-    // What is written to the block's storage doesn't count before its size is set.
     std::size_t const first = at;
     std::size_t const end = std::min(std::size_t{length}, first + kMostUnits);
     char16_t units[kMostUnits];
