@@ -68,8 +68,9 @@ LOAM_VECTOR __attribute__((noinline)) bool NextOfAlphabet(MappedWordFacts const&
     std::uint64_t const all = All(length - from, kUnits);
     __m256i const narrow = _mm256_maskz_loadu_epi16(static_cast<__mmask16>(all), text + from);
     __m512i const units = _mm512_maskz_cvtepu16_epi32(0xFFFF, narrow);
-    __mmask16 const isLow =
-        _mm512_cmplt_epu32_mask(units, _mm512_set1_epi32(MappedWordFacts::kLowUnits));
+    // Behind the text is nothing, whatever the table makes of NUL.
+    __mmask16 const isLow = _mm512_mask_cmplt_epu32_mask(
+        static_cast<__mmask16>(all), units, _mm512_set1_epi32(MappedWordFacts::kLowUnits));
     __m512i const entries =
         _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), isLow, units, facts.mLow, 4);
 

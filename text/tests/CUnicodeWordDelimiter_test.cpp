@@ -236,6 +236,29 @@ TEST_F(WordRulesTest, HoldForEveryPairOfRepresentatives)
     }
 }
 
+// What stands for the units behind the text, where vectors are longer, must not count as its own.
+TEST_F(WordRulesTest, HoldNearTheEndForTablesThatMapNUL)
+{
+    std::u16string const units = u"ab \u00E9\u03B1\u03B2\u0430\u0301\uAC00\u4E00\u0001";
+    CUnicodeMappingTable tables[3];
+    tables[0].CreateDynamicMappingTableFromMultipleMappingAndCategoryTables(
+        {CUnicodeMappingTable::GetDefaultTable()},
+        {CUnicodeCategoryTable::GetSeparatorControlTable()});
+    MapByHand(tables[1], {{'\0', u"a"}});
+    MapByHand(tables[2], {{'\0', u""}});
+    std::mt19937 random(3);
+    for (CUnicodeMappingTable& table : tables) {
+        NaiveWords::CMap const map(table);
+        for (int round = 0; round < 1000; ++round) {
+            std::u16string text(random() % 24, u' ');
+            for (char16_t& unit : text)
+                unit = units[random() % units.size()];
+            for (auto& [delimiter, rule] : mDelimiters)
+                ASSERT_TRUE(WalksAsNaive(*delimiter, rule, text, table, map)) << "round " << round;
+        }
+    }
+}
+
 TEST_F(WordRulesTest, HoldForHostileText)
 {
     // Small alphabets, so that everything meets everything; each text seeded by its number.
