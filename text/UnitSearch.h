@@ -36,8 +36,8 @@ bool FindLastUnit(
     unsigned int& index, char16_t const* text, int length, Test test, FindInRest findInRest)
 {
     int const left = length < kLongText ? 0 : length - kTestedUnits;
-    for (int at = length; at-- > left;) {
-        if (test(text[at])) {
+    for (int at = length; at > left;) {
+        if (test(text[--at])) {
             index = static_cast<unsigned int>(at);
             return true;
         }
