@@ -1,9 +1,7 @@
 #include "text/CCategorySet.h"
 
-#include "foundation/FirstUse.h"
 #include "text/simd/TextKernels.h"
 
-#include <atomic>
 #include <cstddef>
 #include <cstring>
 #include <iterator>
@@ -61,16 +59,16 @@ ByteBits WholePages(ByteBits const& entries)
 
 CategoryPages const& CategoryPages::Get()
 {
-    static std::atomic<CategoryPages*> sPages;
-    return *GetOrMake(sPages, [] {
-        auto pages = std::make_unique<CategoryPages>();
+    static CategoryPages const sPages = [] {
+        CategoryPages pages = {};
         for (unsigned int page = 0; page < 0x100; ++page) {
             unsigned char const* const entries = PageOf(page);
-            pages->mEntries[page] = entries[0];
-            if (std::memcmp(entries, entries + 1, kPageSize - 1) != 0) pages->mMixed.Add(page);
+            pages.mEntries[page] = entries[0];
+            if (std::memcmp(entries, entries + 1, kPageSize - 1) != 0) pages.mMixed.Add(page);
         }
         return pages;
-    });
+    }();
+    return sPages;
 }
 
 CCategorySet::CCategorySet(CUnicodeCategoriesTable::CategoriesMask mask,

@@ -1,5 +1,7 @@
 #include "text/simd/TextKernels.h"
 
+#include <cstddef>
+
 #include "foundation/ProcessorFeatures.h"
 
 TextKernels const kPlainTextKernels = {
@@ -99,27 +101,43 @@ constexpr TextKernels kNEONKernels = {
 };
 #endif
 
+// No vector: the choice is made within operations that allocate nothing.
+struct Levels
+{
+    TextKernels const* mKernels[4] = {&kPlainTextKernels};
+    std::size_t mCount = 1;
+
+    void Add(TextKernels const& kernels) { mKernels[mCount++] = &kernels; }
+};
+
+Levels FindLevels()
+{
+    Levels levels;
+#if defined(__x86_64__)
+    ProcessorFeatures const& has = GetProcessorFeatures();
+    if (has.mSSE42) levels.Add(kSSE42Kernels);
+    if (has.mAVX2 && has.mSSE42) levels.Add(kAVX2Kernels);
+    if (has.mVBMI2) levels.Add(kAVX512Kernels);
+#elif defined(__aarch64__)
+    levels.Add(kNEONKernels);
+#endif
+    return levels;
+}
+
 }  // namespace
 
 std::atomic<TextKernels const*> sTextKernelsInUse{nullptr};
 
 std::vector<TextKernels const*> GetAllTextKernels()
 {
-    std::vector<TextKernels const*> all{&kPlainTextKernels};
-#if defined(__x86_64__)
-    ProcessorFeatures const& has = GetProcessorFeatures();
-    if (has.mSSE42) all.push_back(&kSSE42Kernels);
-    if (has.mAVX2 && has.mSSE42) all.push_back(&kAVX2Kernels);
-    if (has.mVBMI2) all.push_back(&kAVX512Kernels);
-#elif defined(__aarch64__)
-    all.push_back(&kNEONKernels);
-#endif
-    return all;
+    Levels const levels = FindLevels();
+    return {levels.mKernels, levels.mKernels + levels.mCount};
 }
 
 TextKernels const& ChooseTextKernels()
 {
-    TextKernels const* const fastest = GetAllTextKernels().back();
+    Levels const levels = FindLevels();
+    TextKernels const* const fastest = levels.mKernels[levels.mCount - 1];
     // Every thread comes to the same choice. One that a guard has made meanwhile stays.
     TextKernels const* inUse = nullptr;
     return sTextKernelsInUse.compare_exchange_strong(inUse, fastest) ? *fastest : *inUse;
