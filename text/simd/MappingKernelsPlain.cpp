@@ -102,8 +102,8 @@ bool MapAll(CUnicodeMappingTable const& table,
     int to = targetPos;
     int stretch = kWindow;
     while (from < sourceLength) {
-        // As far as there is room for one unit each.
-        int const end = from + std::min(sourceLength - from, targetCapacity - to);
+        // As far as there is room for one unit each. The target's position may lie behind its end.
+        int const end = from + std::clamp(targetCapacity - to, 0, sourceLength - from);
         for (; rule.mIsPlain && end - from >= kWindow; from += kWindow, to += kWindow) {
             CWindow window(source + from);
             if (!window.IsASCII()) break;

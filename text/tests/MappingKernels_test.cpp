@@ -181,6 +181,26 @@ public:
         return false;
     }
 
+    // From a position in the target that is behind its end already.
+    bool TakesNothingBehindTheEnd(Tested const& tested, std::u16string const& source)
+    {
+        constexpr int kCapacity = 3;
+        char16_t* const target = mTarget.AtEnd<char16_t>(kCapacity);
+        int* const offsets = mOffsets.AtEnd<int>(kCapacity + 1);
+        bool holds = true;
+        for (int const targetPos : {kCapacity + 1, kCapacity + 40}) {
+            for (int* const to : {static_cast<int*>(nullptr), offsets}) {
+                int at = 0;
+                int mapped = targetPos;
+                bool const isDone = mKernels.mMapText(*tested.mTable, source.data(),
+                                                      static_cast<int>(source.size()), at, target,
+                                                      kCapacity, mapped, to);
+                holds = holds && !isDone && at == 0 && mapped == targetPos;
+            }
+        }
+        return holds;
+    }
+
     // Into as much room as there must be, and none more.
     bool MapsAll(Tested const& tested, std::u16string const& source)
     {
@@ -315,9 +335,7 @@ protected:
     std::optional<CComparison> mHeld;
 };
 
-INSTANTIATE_TEST_SUITE_P(Levels,
-                         MappingKernelsTest,
-                         testing::Values("plain", "AVX-512 VBMI2"));
+INSTANTIATE_TEST_SUITE_P(Levels, MappingKernelsTest, testing::Values("plain", "AVX-512 VBMI2"));
 
 bool MapsEveryUnit(CComparison& held, Tested const& tested)
 {
@@ -419,6 +437,16 @@ TEST_P(MappingKernelsTest, StopAtEveryCapacityAndTouchNothingElse)
 {
     for (Tested const& tested : AllTested())
         EXPECT_TRUE(MapsIntoEveryCapacity(*mHeld, tested));
+}
+
+TEST_P(MappingKernelsTest, TakeNothingWhereTheTargetBeginsBehindItsEnd)
+{
+    for (Tested const& tested : AllTested()) {
+        for (std::u16string const& filler : kFillers) {
+            for (std::size_t const length : {5U, 20U, 99U})
+                EXPECT_TRUE(mHeld->TakesNothingBehindTheEnd(tested, Repeated(filler, length)));
+        }
+    }
 }
 
 TEST_P(MappingKernelsTest, MapMixtures)
