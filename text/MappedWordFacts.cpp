@@ -38,11 +38,11 @@ bool AreSyllablesKept(CUnicodeMappingTable const& table)
 }  // namespace
 
 MappedWordFacts::MappedWordFacts(CUnicodeMappingTable const& table)
-    : mTable(table)
+    : mLatinMap{}
     , mLatin{}
-    , mLatinMap{}
     , mSameFirst(kFirstSyllable)
     , mSameCount(AreSyllablesKept(table) ? kSyllables : 0)
+    , mTable(table)
 {
     for (unsigned int unit = 0; unit < kLowUnits; ++unit)
         mLow[unit] = LowEntryOf(table, static_cast<char16_t>(unit));

@@ -15,8 +15,6 @@ struct MappedWordFacts
 {
     explicit MappedWordFacts(CUnicodeMappingTable const& table);
 
-    CUnicodeMappingTable const& mTable;
-
     // Units below `kLowUnits`, which take in the alphabets from Latin to those of India: what a
     // unit becomes in the low half, and what that is to a word in bits above it. Without any of the
     // bits the unit is unknown: it gives several units, or one that may begin a word of another
@@ -49,14 +47,15 @@ struct MappedWordFacts
         ByteSet mKnown;  // those, and gaps
     };
 
-    // Bit 16 of an entry below is the first rule's, bit 17 the second's.
-    Latin mLatin[2];
     // What units that are taken become, if that is below 0x100; others are unknown in `mLatin`.
     alignas(64) std::uint8_t mLatinMap[256];
     alignas(64) std::uint32_t mLow[kLowUnits];
+    Latin mLatin[2];  // by rule, the one of `kTaken` first
 
     // Units that are parts of words by both rules and stay as they are: the Hangul syllables, or
     // none.
     std::uint16_t mSameFirst;
     std::uint16_t mSameCount;
+
+    CUnicodeMappingTable const& mTable;
 };

@@ -27,7 +27,7 @@ namespace {
 using Sixteen = std::uint8_t __attribute__((vector_size(16)));
 using EightUnits = std::uint16_t __attribute__((vector_size(16)));
 
-constexpr std::size_t kWindow = 16;
+inline constexpr std::size_t kWindow = 16;
 
 #if defined(__x86_64__)
 
@@ -91,7 +91,7 @@ struct Constants
     std::uint8_t mEighths[16];
 };
 
-constexpr Constants kConstants = {
+inline constexpr Constants kConstants = {
     {254, 254, 254, 254, 254, 254, 254, 254, 254, 254, 254, 254, 254, 254, 254, 254},
     {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128},
 };
@@ -185,7 +185,7 @@ using PutLatinWord = bool(MappedWordFacts const& facts,
                           std::uint32_t count);
 
 // For levels that have nothing better.
-[[maybe_unused]] LOAM_VECTOR __attribute__((noinline)) bool
+[[maybe_unused]] LOAM_VECTOR __attribute__((noinline)) inline bool
 PutLatinByTable(MappedWordFacts const& facts,
                 amortizedmemblock& block,
                 Sixteen bytes,
