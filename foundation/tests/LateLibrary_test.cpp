@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <cctype>
 
 #include <fcntl.h>
 
@@ -12,7 +12,7 @@ extern "C" void loam_has_no_such_function();
 namespace late {
 
 inline constinit CLateLibrary library("libc.so.6");
-LOAM_LATE_FUNCTION(l, abs);
+LOAM_LATE_FUNCTION(to, upper);
 LOAM_LATE_FUNCTION(, fcntl);
 LOAM_LATE_FUNCTION(, loam_has_no_such_function);
 
@@ -20,21 +20,21 @@ LOAM_LATE_FUNCTION(, loam_has_no_such_function);
 
 namespace {
 
-int Apply(long (*function)(long), int value)
+int Apply(int (*function)(int), int value)
 {
-    return static_cast<int>(function(value));
+    return function(value);
 }
 
 TEST(LateLibrary, CallsFunctionsOfTheLibrary)
 {
-    EXPECT_EQ(late::abs(-5), 5);
-    EXPECT_EQ(late::abs(-6), 6) << "the function was found before";
+    EXPECT_EQ(late::upper('a'), 'A');
+    EXPECT_EQ(late::upper('b'), 'B') << "the function was found before";
     EXPECT_EQ(late::fcntl(-1, F_GETFD), -1) << "its arguments may be any number";
 }
 
 TEST(LateLibrary, HandsFunctionsOn)
 {
-    EXPECT_EQ(Apply(late::abs, -7), 7);
+    EXPECT_EQ(Apply(late::upper, 'c'), 'C');
 }
 
 TEST(LateLibrary, TellsWhetherTheLibraryIsThere)
