@@ -3,6 +3,7 @@
 
 #include "system/platform/CBasicProcessPlatform.h"
 
+#include <cmath>
 #include <limits>
 #include <optional>
 #include <string>
@@ -56,7 +57,7 @@ public:
 
     void Sleep(double seconds) override
     {
-        auto const microSeconds = static_cast<long long>(seconds * 1000000 + 0.5);
+        auto const microSeconds = std::llround(seconds * 1000000);
         Note("Sleep(" + std::to_string(microSeconds) + ")");
         mNow += microSeconds;
     }

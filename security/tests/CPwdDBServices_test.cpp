@@ -9,7 +9,6 @@ namespace {
 
 using namespace std::string_literals;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 // On a store in memory.
 class PwdDBServices : public testing::Test

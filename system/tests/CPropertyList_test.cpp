@@ -277,22 +277,12 @@ TEST(CPropertyList, ReadsTextsFullOfReferences)
 
 TEST(CPropertyList, ReadsBinary)
 {
-    std::string const list =
-        Binary({"\xD5\1\2\3\4\5\6\7\x08\x09\x0A"s,
-                "\x51"
-                "a",
-                "\x51"
-                "b",
-                "\x51"
-                "c",
-                "\x51"
-                "d",
-                "\x51"
-                "e",
-                "\x62\x00\xE9\x20\x14"s, "\x13\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFB"s, "\xA2\x0B\x0B"s,
-                "\x43"
-                "\x00\x01\xFF"s,
-                "\x33\x41\xB8\x00\x00\x00\x00\x00\x00"s, "\x09"s});
+    std::string const list = Binary({"\xD5\1\2\3\4\5\6\7\x08\x09\x0A"s, "\x51\x61", "\x51\x62",
+                                     "\x51\x63", "\x51\x64", "\x51\x65", "\x62\x00\xE9\x20\x14"s,
+                                     "\x13\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFB"s, "\xA2\x0B\x0B"s,
+                                     "\x43"
+                                     "\x00\x01\xFF"s,
+                                     "\x33\x41\xB8\x00\x00\x00\x00\x00\x00"s, "\x09"s});
     EXPECT_EQ(CPropertyList::Read(list),
               CPropertyList(
                   Dictionary{{"a", Text("\xC3\xA9\xE2\x80\x94")},
