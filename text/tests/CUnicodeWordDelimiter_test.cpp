@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/TableBlobs.h"
 #include "text/CUnicodeCategoriesTable.h"
 #include "text/CUnicodeCategoryTable.h"
 #include "text/CUnicodeMappingTable.h"
@@ -232,6 +233,38 @@ TEST_F(WordRulesTest, HoldForEveryPairOfRepresentatives)
             ASSERT_TRUE(AllHold(std::u16string{first, second}));
             ASSERT_TRUE(AllHold(std::u16string{u'a', first, second, u'b'}));
             ASSERT_TRUE(AllHold(std::u16string{u' ', first, second, first}));
+        }
+    }
+}
+
+// Mappings of units that the quick ways know well: to nothing, to units of any kind, to several.
+TEST_F(WordRulesTest, HoldForTablesThatMapWhatTheQuickWaysKnow)
+{
+    std::u16string const units =
+        u"aZ #-\u00DF\u00E9\u00FF\u03B1\u0430\u0FFF\u1000\uAC00\uD7A3\uD7A4"
+        u"\u4E00\u3007\u2019\u0301\uFFFF\xD800\xD83D\xDE00";
+    std::mt19937 random(4);
+    auto const any = [&](size_t most) {
+        std::u16string text(random() % (most + 1), u' ');
+        for (char16_t& unit : text)
+            unit = units[random() % units.size()];
+        return text;
+    };
+    for (int round = 0; round < 100; ++round) {
+        UnitMapping mapping;
+        for (char16_t const unit : units) {
+            if (random() % 4 == 0) mapping[unit] = any(random() % 3 == 0 ? 3 : 1);
+        }
+        TableBlob blob = StoreBlob(StreamOf(mapping));
+        CUnicodeMappingTable table;
+        table.LoadMappingTable(blob.Data(), blob.mLength);
+        NaiveWords::CMap const map(table);
+        for (int i = 0; i < 30; ++i) {
+            std::u16string text;
+            for (size_t left = 1 + random() % 12; left > 0; --left)
+                text += std::u16string(1 + random() % 9, units[random() % units.size()]) + any(4);
+            for (auto& [delimiter, rule] : mDelimiters)
+                ASSERT_TRUE(WalksAsNaive(*delimiter, rule, text, table, map)) << "round " << round;
         }
     }
 }
