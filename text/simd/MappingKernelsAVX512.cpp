@@ -76,10 +76,10 @@ class CMapper
 {
 public:
     LOAM_AVX512_INLINE explicit CMapper(CUnicodeMappingTable const& table)
-        : mTable(table)
-        , mHalves(_mm512_loadu_si512(table.GetMappedHalves()))
+        : mHalves(_mm512_loadu_si512(table.GetMappedHalves()))
         , mFirstOther(_mm512_setzero_si512())
         , mCapitals(_mm512_setzero_si512())
+        , mTable(table)
     {
         using Mapping = CUnicodeMappingTable::ASCIIMapping;
         Mapping const mapping = table.GetASCIIMapping();
@@ -156,7 +156,6 @@ private:
         mapped.mSeveral &= ~mapped.mDeleted;
     }
 
-    CUnicodeMappingTable const& mTable;
     __m512i mHalves;      // that have mappings, but for a plain half of ASCII
     __m512i mFirstOther;  // the first unit that is not ASCII, or 0 where that is not plain
     __m512i mCapitals;    // how many of A to Z become a to z: all or none
@@ -164,6 +163,7 @@ private:
     Half mOlder;
     __m512i mDeletedNumber = EachUnit<0xFFFF>();  // of the half whose `mDeletedBits` are at hand
     __m512i mDeletedBits = _mm512_setzero_si512();
+    CUnicodeMappingTable const& mTable;
     // The lanes that were not ASCII, moved by two bits for each window since: zero where there was
     // nothing else for 16 to 32 windows. No branch may ask about a single window.
     std::uint64_t mRecent = 0;
