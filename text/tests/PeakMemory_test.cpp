@@ -110,19 +110,48 @@ void __wrap_free(void* block)
 }
 }
 
-// What the standard library calls too; the forms for arrays and those that don't throw lead here.
+// What the standard library calls too. All forms: the sanitizers' own don't lead to one another.
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept
+{
+    return __wrap_malloc(std::max<std::size_t>(size, 1));
+}
+
 void* operator new(std::size_t size)
 {
-    if (void* const block = __wrap_malloc(std::max<std::size_t>(size, 1))) return block;
+    if (void* const block = operator new(size, std::nothrow)) return block;
     throw std::bad_alloc();
+}
+
+void* operator new(std::size_t size, std::align_val_t alignment, std::nothrow_t const&) noexcept
+{
+    auto const align = static_cast<std::size_t>(alignment);
+    return StHeapPeak::Count(std::aligned_alloc(align, (size + align - 1) / align * align));
 }
 
 void* operator new(std::size_t size, std::align_val_t alignment)
 {
-    auto const align = static_cast<std::size_t>(alignment);
-    void* const block = std::aligned_alloc(align, (size + align - 1) / align * align);
-    if (StHeapPeak::Count(block)) return block;
+    if (void* const block = operator new(size, alignment, std::nothrow)) return block;
     throw std::bad_alloc();
+}
+
+void* operator new[](std::size_t size)
+{
+    return operator new(size);
+}
+
+void* operator new[](std::size_t size, std::nothrow_t const& no) noexcept
+{
+    return operator new(size, no);
+}
+
+void* operator new[](std::size_t size, std::align_val_t align)
+{
+    return operator new(size, align);
+}
+
+void* operator new[](std::size_t size, std::align_val_t align, std::nothrow_t const& no) noexcept
+{
+    return operator new(size, align, no);
 }
 
 void operator delete(void* block) noexcept
@@ -135,12 +164,52 @@ void operator delete(void* block, std::size_t) noexcept
     __wrap_free(block);
 }
 
+void operator delete(void* block, std::nothrow_t const&) noexcept
+{
+    __wrap_free(block);
+}
+
 void operator delete(void* block, std::align_val_t) noexcept
 {
     __wrap_free(block);
 }
 
 void operator delete(void* block, std::size_t, std::align_val_t) noexcept
+{
+    __wrap_free(block);
+}
+
+void operator delete(void* block, std::align_val_t, std::nothrow_t const&) noexcept
+{
+    __wrap_free(block);
+}
+
+void operator delete[](void* block) noexcept
+{
+    __wrap_free(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept
+{
+    __wrap_free(block);
+}
+
+void operator delete[](void* block, std::nothrow_t const&) noexcept
+{
+    __wrap_free(block);
+}
+
+void operator delete[](void* block, std::align_val_t) noexcept
+{
+    __wrap_free(block);
+}
+
+void operator delete[](void* block, std::size_t, std::align_val_t) noexcept
+{
+    __wrap_free(block);
+}
+
+void operator delete[](void* block, std::align_val_t, std::nothrow_t const&) noexcept
 {
     __wrap_free(block);
 }
