@@ -1,11 +1,9 @@
 // Whole walks over a text and tables made by hand, for the tests of the word delimiters.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <map>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -17,6 +15,7 @@
 #include "marl/amortizedmemblock.h"
 #include "testing/NaiveWords.h"
 #include "testing/StFencedMemory.h"
+#include "testing/TableBlobs.h"
 #include "text/CUnicodeMappingTable.h"
 #include "text/CUnicodeWordDelimiter.h"
 #include "text/simd/TextKernels.h"
@@ -48,34 +47,11 @@ private:
     char16_t* mUnits;  // not owned
 };
 
-// Fills a table with mappings of units of ASCII, which no built-in table would have.
-inline void MapByHand(CUnicodeMappingTable& table, std::map<char, std::u16string> const& mappings)
+// Fills a table with mappings that no built-in table would have.
+inline void MapByHand(CUnicodeMappingTable& table, UnitMapping const& mapping)
 {
-    std::vector<unsigned int> data;
-    std::vector<unsigned int> index(0x80, 0xFFFF);
-    for (auto const& [unit, mapping] : mappings) {
-        index[static_cast<unsigned char>(unit)] = static_cast<unsigned int>(data.size());
-        data.push_back(static_cast<unsigned int>(mapping.size()));
-        data.insert(data.end(), mapping.begin(), mapping.end());
-    }
-
-    std::vector<signed char> blob;
-    auto const put = [&blob](unsigned int byte) { blob.push_back(static_cast<signed char>(byte)); };
-    auto const putWord = [&put](unsigned int word) {
-        put(word >> 8);
-        put(word & 0xFF);
-    };
-    put(0);
-    putWord(static_cast<unsigned int>(data.size()));
-    std::for_each(data.begin(), data.end(), putWord);
-    put(0);
-    put(0x7F);
-    std::for_each(index.begin(), index.end(), putWord);
-    auto const length = static_cast<int>(blob.size());
-    blob.resize((blob.size() + 7) / 8 * 8);
-    for (size_t at = 0; __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ && at < blob.size(); at += 8)
-        std::reverse(&blob[at], &blob[at] + 8);
-    table.LoadMappingTable(blob.data(), length);
+    TableBlob blob = StoreBlob(StreamOf(mapping));
+    table.LoadMappingTable(blob.Data(), blob.mLength);
 }
 
 inline std::u16string UnitsIn(amortizedmemblock& block)
