@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/TableBlobs.h"
 #include "text/CUnicodeCategoriesTable.h"
 #include "text/CUnicodeCategoryTable.h"
 #include "text/CUnicodeMappingTable.h"
@@ -255,9 +254,8 @@ TEST_F(WordRulesTest, HoldForTablesThatMapWhatTheQuickWaysKnow)
         for (char16_t const unit : units) {
             if (random() % 4 == 0) mapping[unit] = any(random() % 3 == 0 ? 3 : 1);
         }
-        TableBlob blob = StoreBlob(StreamOf(mapping));
         CUnicodeMappingTable table;
-        table.LoadMappingTable(blob.Data(), blob.mLength);
+        MapByHand(table, mapping);
         NaiveWords::CMap const map(table);
         for (int i = 0; i < 30; ++i) {
             std::u16string text;
