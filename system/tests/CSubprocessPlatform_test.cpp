@@ -19,7 +19,6 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -550,34 +549,6 @@ TEST_F(CSubprocessPlatform, NeedsNoStandardDescriptors)
         EXPECT_EQ(child.Hear(), "as ever");
         child.WaitForEnd();
     }
-}
-
-TEST_F(CSubprocessPlatform, RunsOrFailsWhereDescriptorsRunOut)
-{
-    StChildProcess child([](CTestLink& parent) {
-        long const used = OpenDescriptors();
-        std::string outcome;
-        for (long spare = 0; spare < 8; ++spare) {
-            // One of those in use read the list.
-            rlimit const limit{static_cast<rlim_t>(used - 1 + spare), RLIM_INFINITY};
-            rlimit former;
-            getrlimit(RLIMIT_NOFILE, &former);
-            rlimit const changed{limit.rlim_cur, former.rlim_max};
-            setrlimit(RLIMIT_NOFILE, &changed);
-            Answer const answer = RunShell("echo out");
-            setrlimit(RLIMIT_NOFILE, &former);
-            if (answer.mStatus != 0 || answer.mIsText != (answer.mText == "out\n") ||
-                OpenDescriptors() != used)
-                outcome += "wrong ";
-            outcome += answer.mIsText ? '+' : '-';
-        }
-        parent.Say(outcome);
-    });
-    std::string const outcome = child.Hear();
-    EXPECT_EQ(outcome.find_first_not_of("+-"), std::string::npos) << outcome;
-    EXPECT_EQ(outcome.substr(0, 2), "--");
-    EXPECT_EQ(outcome.back(), '+');
-    child.WaitForEnd();
 }
 
 TEST_F(CSubprocessPlatform, RunsTwoHundredAtOnce)

@@ -1,4 +1,5 @@
-// Helper programs on a system that has no process descriptors, no pipes or small ones.
+// Helper programs on a system that has no more processes or descriptors, no process descriptors or
+// small pipes.
 #include "system/Subprocess.h"
 #include "system/platform/CBasicSubprocessPlatform.h"
 #include "testing/StTempDir.h"
@@ -12,6 +13,7 @@
 #include <fstream>
 
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,8 +24,9 @@ namespace {
 struct
 {
     bool mAreProcessDescriptorsRefused = false;
-    int mPipesUntilFailure = -1;  // -1 for never
-    int mLargestPipe = 0;         // 0 for whatever the system allows
+    bool mAreProcessesRefused = false;
+    int mCallsUntilDescriptorsRunOut = -1;  // -1 for never
+    int mLargestPipe = 0;                   // 0 for whatever the system allows
     bool mAreNoPipeSizesKnown = false;
 } sFaults;
 
@@ -37,6 +40,15 @@ public:
     ~StFaults() { sFaults = {}; }
 };
 
+bool HaveDescriptorsRunOut()
+{
+    if (sFaults.mCallsUntilDescriptorsRunOut == -1) return false;
+    if (sFaults.mCallsUntilDescriptorsRunOut-- > 0) return false;
+    sFaults.mCallsUntilDescriptorsRunOut = 0;
+    errno = EMFILE;
+    return true;
+}
+
 }  // namespace
 
 extern "C" {
@@ -44,12 +56,27 @@ extern "C" {
 int __real_pidfd_open(pid_t process, unsigned int flags);
 int __real_pipe2(int* ends, int flags);
 int __real_fcntl(int descriptor, int command, ...);
+int __real_open(char const* path, int flags, ...);
+int __real_posix_spawn(pid_t* process,
+                       char const* path,
+                       posix_spawn_file_actions_t const* actions,
+                       posix_spawnattr_t const* attributes,
+                       char* const* arguments,
+                       char* const* environment);
 int __wrap_pidfd_open(pid_t process, unsigned int flags);
 int __wrap_pipe2(int* ends, int flags);
 int __wrap_fcntl(int descriptor, int command, ...);
+int __wrap_open(char const* path, int flags, ...);
+int __wrap_posix_spawn(pid_t* process,
+                       char const* path,
+                       posix_spawn_file_actions_t const* actions,
+                       posix_spawnattr_t const* attributes,
+                       char* const* arguments,
+                       char* const* environment);
 
 int __wrap_pidfd_open(pid_t process, unsigned int flags)
 {
+    if (HaveDescriptorsRunOut()) return -1;
     if (!sFaults.mAreProcessDescriptorsRefused) return __real_pidfd_open(process, flags);
     errno = ENOSYS;
     return -1;
@@ -57,10 +84,27 @@ int __wrap_pidfd_open(pid_t process, unsigned int flags)
 
 int __wrap_pipe2(int* ends, int flags)
 {
-    if (sFaults.mPipesUntilFailure == -1) return __real_pipe2(ends, flags);
-    if (sFaults.mPipesUntilFailure-- > 0) return __real_pipe2(ends, flags);
-    errno = EMFILE;
-    return -1;
+    return HaveDescriptorsRunOut() ? -1 : __real_pipe2(ends, flags);
+}
+
+int __wrap_open(char const* path, int flags, ...)
+{
+    va_list list;
+    va_start(list, flags);
+    unsigned const mode = va_arg(list, unsigned);
+    va_end(list);
+    return HaveDescriptorsRunOut() ? -1 : __real_open(path, flags, mode);
+}
+
+int __wrap_posix_spawn(pid_t* process,
+                       char const* path,
+                       posix_spawn_file_actions_t const* actions,
+                       posix_spawnattr_t const* attributes,
+                       char* const* arguments,
+                       char* const* environment)
+{
+    if (sFaults.mAreProcessesRefused) return EAGAIN;
+    return __real_posix_spawn(process, path, actions, attributes, arguments, environment);
 }
 
 // A command takes an int, a pointer or nothing: handed on as whatever it was.
@@ -141,20 +185,47 @@ TEST(CSubprocessPlatformCalls, GoByTheNumberOfTheChildWithoutProcessDescriptors)
     EXPECT_EQ(OpenDescriptors(), descriptors);
 }
 
-TEST(CSubprocessPlatformCalls, StartNothingWithoutPipes)
+// Not by a real limit: the sanitizers need descriptors of their own.
+TEST(CSubprocessPlatformCalls, RunOrFailWhereDescriptorsRunOut)
 {
+    struct
+    {
+        char const* mWhat;
+        int mCalls;
+        bool mIsRun;
+    } const cases[] = {
+        {"none", 0, false},        {"one for the size of pipes", 1, false},
+        {"one pipe", 2, false},    {"none left to name the child by", 3, true},
+        {"all it takes", 4, true},
+    };
+
     long const descriptors = OpenDescriptors();
-    for (int const pipes : {0, 1}) {
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.mWhat);
         StFaults const faults;
-        sFaults.mPipesUntilFailure = pipes;
+        sFaults.mCallsUntilDescriptorsRunOut = c.mCalls;
         std::string text = "former";
         int status = 1;
-        EXPECT_FALSE(RunSubprocess(kShell, {"-c", "echo out"}, 0, text, &status));
-        EXPECT_EQ(text, "");
+        EXPECT_EQ(RunSubprocess(kShell, {"-c", "echo out"}, 0, text, &status), c.mIsRun);
+        EXPECT_EQ(text, c.mIsRun ? "out\n" : "");
         EXPECT_EQ(status, 0);
+        EXPECT_EQ(sFaults.mCallsUntilDescriptorsRunOut, 0);
     }
     EXPECT_EQ(OpenDescriptors(), descriptors);
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+}
+
+TEST(CSubprocessPlatformCalls, FailWhereProcessesRunOut)
+{
+    long const descriptors = OpenDescriptors();
+    StFaults const faults;
+    sFaults.mAreProcessesRefused = true;
+    std::string text = "former";
+    int status = 1;
+    EXPECT_FALSE(RunSubprocess(kShell, {"-c", "echo out"}, 0, text, &status));
+    EXPECT_EQ(text, "");
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(OpenDescriptors(), descriptors);
 }
 
 TEST(CSubprocessPlatformCalls, TakeThePipeTheyGet)
