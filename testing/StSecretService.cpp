@@ -112,7 +112,7 @@ StSecretService::StSecretService(Kind kind,
 
 StSecretService::~StSecretService()
 {
-    KillService();
+    SignalService(SIGKILL);
     if (mPrompterInput != -1) close(mPrompterInput);
     End(mPrompter);
     End(mBus);
@@ -122,6 +122,11 @@ void StSecretService::KillBus()
 {
     End(mBus);
     mBus = -1;
+}
+
+void StSecretService::SilenceService() const
+{
+    SignalService(SIGSTOP);
 }
 
 pid_t StSecretService::Start(std::vector<std::string> const& arguments, int output, int input) const
@@ -176,9 +181,9 @@ std::string StSecretService::StartTalker(std::vector<std::string> const& argumen
 }
 
 // The service is a child of the bus, but keeps its number through exec.
-void StSecretService::KillService() const
+void StSecretService::SignalService(int signal) const
 {
     if (!mFolder.Has("service.pid")) return;
     int const service = std::atoi(mFolder.Read("service.pid").c_str());
-    if (service > 0) kill(service, SIGKILL);
+    if (service > 0) kill(service, signal);
 }

@@ -42,12 +42,14 @@ public:
 
     /// Ends the bus in the middle of its life.
     void KillBus();
+    /// The service, which has been started, says nothing any more, and holds its name on the bus.
+    void SilenceService() const;
 
 private:
     pid_t Start(std::vector<std::string> const& arguments, int output, int input) const;
     /// Starts a program and waits for its first line.
     std::string StartTalker(std::vector<std::string> const& arguments, pid_t& child);
-    void KillService() const;
+    void SignalService(int signal) const;
 
     StTempDir mFolder;
     std::string mAddress;

@@ -19,6 +19,8 @@
 #include <gtest/gtest.h>
 #ifdef __linux__
 #include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/provider.h>
 #endif
 
 #include <sys/time.h>
@@ -256,6 +258,28 @@ TEST(CCryptoServices, GivesTheSameForEverySplit)
     }
 }
 
+TEST(CCryptoServices, GivesTheSameInPiecesOfEverySize)
+{
+    std::string const text = Counting(100);
+    for (Cipher const& cipher : kCiphers) {
+        SCOPED_TRACE(cipher.mName);
+        std::string const encrypted = cipher.Encrypt("passphrase", text);
+        for (std::size_t size = 1; size <= text.size(); ++size) {
+            void* const run = (Crypto().*cipher.mInit)(true, "passphrase");
+            std::string result;
+            memblock piece;
+            for (std::size_t start = 0; start < text.size(); start += size) {
+                piece = BlockOf(text.substr(start, size));
+                (Crypto().*cipher.mBlock)(piece, run);
+                result += TextOf(piece);
+            }
+            piece.reset();
+            (Crypto().*cipher.mTerminate)(piece, run);
+            ASSERT_EQ(result + TextOf(piece), encrypted) << size;
+        }
+    }
+}
+
 TEST(CCryptoServices, GoesOnBehindLongPieces)
 {
     std::string const text = Counting(70000);
@@ -396,6 +420,21 @@ TEST(CCryptoServices, LeavesTheHostsErrorsOfOpenSSLAlone)
         EXPECT_EQ(ERR_get_error(), 0U);
     }
 }
+
+// With Blowfish in there too, the host would lose all that it has by default.
+TEST(CCryptoServices, LeavesTheHostsAlgorithmsOfOpenSSLAlone)
+{
+    StEnvironment const noConfiguration("OPENSSL_CONF", "/dev/null");
+    EXPECT_EQ(kBlowFish.Decrypt("key", kBlowFish.Encrypt("key", "text")), "text");
+    EXPECT_EQ(OSSL_PROVIDER_available(nullptr, "legacy"), 0);
+    for (auto const& [name, isThere] :
+         {std::pair("AES-128-CBC", true), std::pair("BF-CFB", false)}) {
+        EVP_CIPHER* const cipher = EVP_CIPHER_fetch(nullptr, name, nullptr);
+        EXPECT_EQ(cipher != nullptr, isThere) << name;
+        EVP_CIPHER_free(cipher);
+    }
+    ERR_clear_error();
+}
 #endif
 
 TEST(CCryptoServices, KeepsSilentAboutAWrongBlowfishKey)
@@ -469,6 +508,27 @@ TEST(CCryptoServices, UnderstandsTheOpenSSLProgram)
             ASSERT_TRUE(RunOpenSSL(c.mArguments + " -d", ours, theirs));
             EXPECT_EQ(theirs, text);
         }
+    }
+}
+
+TEST(CCryptoServices, SharesBase64WithTheOpenSSLProgram)
+{
+    for (std::size_t size : {1U, 2U, 3U, 57U, 100U, 1000U}) {
+        SCOPED_TRACE(size);
+        std::string const bytes = Counting(size);
+        std::string theirs;
+        if (!RunOpenSSL("base64 -A", bytes, theirs)) GTEST_SKIP() << "there is no program openssl";
+        memblock ours;
+        CBase64Encoder::Encode(BlockOf(bytes), &ours, false);
+        EXPECT_EQ(TextOf(ours), theirs);
+        // Their lines are of 64 characters, ours of 76.
+        ASSERT_TRUE(RunOpenSSL("base64", bytes, theirs));
+        CBase64Encoder::Decode(BlockOf(theirs), &ours, nullptr);
+        EXPECT_EQ(TextOf(ours), bytes);
+        CBase64Encoder::Encode(BlockOf(bytes), &ours, true);
+        // It reads whole lines alone.
+        ASSERT_TRUE(RunOpenSSL("base64 -d", TextOf(ours) + "\n", theirs));
+        EXPECT_EQ(theirs, bytes);
     }
 }
 

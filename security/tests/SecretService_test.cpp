@@ -145,12 +145,17 @@ void ExpectPromptAnswers()
     }
 }
 
-// All at a time, since each takes as long as it may.
+// All at a time, since each takes as long as it may: two seconds a call. The bus and its library
+// would wait for 25 seconds and more.
 void ExpectAnswers()
 {
     std::vector<std::future<bool>> answers;
-    for (auto const& operation : AllOperations())
-        answers.push_back(std::async(std::launch::async, operation));
+    for (auto const& operation : AllOperations()) {
+        answers.push_back(std::async(std::launch::async, [operation] {
+            bool result = false;
+            return TimeOf(operation, result) < std::chrono::seconds(15) && result;
+        }));
+    }
     for (auto& answer : answers)
         EXPECT_TRUE(answer.get());
 }
@@ -187,6 +192,9 @@ TEST_F(SecretService, TellsProtocolsAndPortsApart)
     EXPECT_EQ(Get(kIMAP, "server", "account", 993), "imaps");
     EXPECT_EQ(Get(static_cast<Protocol>(7), "server", "account", 25), "smtp");
     EXPECT_EQ(Get("server", "account"), kNone);
+    // Replaced, not doubled: once deleted, nothing is left.
+    mStore.AddPassword(kIMAP, "server", "account", 143, "imap again");
+    EXPECT_EQ(Get(kIMAP, "server", "account", 143), "imap again");
     mStore.DeletePassword(kIMAP, "server", "account", 143);
     EXPECT_EQ(Get(kIMAP, "server", "account", 143), kNone);
     EXPECT_EQ(Get(kIMAP, "server", "account", 993), "imaps");
@@ -274,6 +282,15 @@ TEST_F(SecretService, AnswersWhereTheBusIsMute)
 TEST_F(SecretService, AnswersWhereTheServiceNeverComesUp)
 {
     StSecretService const service(StSecretService::kSilentStart);
+    ExpectAnswers();
+}
+
+TEST_F(SecretService, AnswersWhereTheServiceIsMute)
+{
+    StSecretService const service;
+    mStore.AddPassword("service", "account", "password");
+    ASSERT_EQ(Get("service", "account"), "password");
+    service.SilenceService();
     ExpectAnswers();
 }
 
