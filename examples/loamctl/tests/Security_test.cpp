@@ -1,8 +1,14 @@
 // `loamctl base64`, `hash`, `crypt` and `password`, run as a user would.
 
+#include <cstdlib>
+#include <future>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gmock/gmock.h>
+#include <termios.h>
+#include <unistd.h>
 
 #include "loamctl/tests/RunLoamctl.h"
 #include "testing/StEnvironment.h"
@@ -31,6 +37,45 @@ protected:
     }
 
     StTempDir mFolder;
+};
+
+bool HasEcho(int terminal)
+{
+    termios state = {};
+    return tcgetattr(terminal, &state) == 0 && (state.c_lflag & ECHO) != 0;
+}
+
+// At a terminal of its own, where somebody types an answer to each question.
+class SecurityAtTerminal : public Security
+{
+protected:
+    using Talk = std::vector<std::pair<std::string, std::string>>;
+
+    void Answer(std::string const& arguments, Talk const& talk)
+    {
+        StChannel terminal = StChannel::Terminal();
+        std::string const place = ptsname(terminal.Out());
+        auto run = std::async(std::launch::async, [&] {
+            RunResult result = Shell("exec setsid -c $LOAMCTL " + arguments + " <" + place + " >" +
+                                     place + " 2>" + place);
+            terminal.CloseIn();
+            return result;
+        });
+        for (auto const& [question, answer] : talk) {
+            mSeen += terminal.ReadUntil(question);
+            mHadEcho = mHadEcho || HasEcho(terminal.Out());
+            EXPECT_EQ(write(terminal.Out(), answer.data(), answer.size()),
+                      static_cast<ssize_t>(answer.size()));
+        }
+        mExitCode = run.get().mExitCode;
+        mSeen += terminal.ReadAll();
+        mHasEcho = HasEcho(terminal.Out());
+    }
+
+    int mExitCode = -1;
+    std::string mSeen;
+    bool mHadEcho = false;  // while an answer was awaited
+    bool mHasEcho = false;  // at the end
 };
 
 TEST_F(Security, Base64GoesThereAndBack)
@@ -160,6 +205,43 @@ TEST_F(Security, CryptFailsWithoutATerminalToAskOn)
     RunResult const result = Shell("setsid -w $LOAMCTL crypt --aes in -o out");
     EXPECT_EQ(result.mExitCode, 2);
     EXPECT_EQ(result.mError, "loamctl: there is no terminal to ask for the passphrase on\n");
+}
+
+TEST_F(SecurityAtTerminal, CryptAsksWithoutEchoAndTwice)
+{
+    mFolder.Write("in", "text");
+    Answer("crypt --aes in -o secret",
+           {{"passphrase: ", "open sesame\n"}, {"passphrase again: ", "open sesame\n"}});
+    EXPECT_EQ(mSeen, "passphrase: \r\npassphrase again: \r\n");
+    EXPECT_EQ(mExitCode, 0);
+    EXPECT_FALSE(mHadEcho);
+    EXPECT_TRUE(mHasEcho);
+    mSeen.clear();
+    // Once is enough where a wrong one would be told.
+    Answer("crypt --aes -d secret -o out", {{"passphrase: ", "open sesame\n"}});
+    EXPECT_EQ(mSeen, "passphrase: \r\n");
+    EXPECT_EQ(mFolder.Read("out"), "text");
+}
+
+TEST_F(SecurityAtTerminal, CryptMindsASlipOfTheHand)
+{
+    mFolder.Write("in", "text");
+    Answer("crypt --aes in -o secret",
+           {{"passphrase: ", "open sesame\n"}, {"passphrase again: ", "open sesam\n"}});
+    EXPECT_EQ(mExitCode, 2);
+    EXPECT_THAT(mSeen, HasSubstr("the passphrase was not the same twice"));
+    EXPECT_FALSE(mFolder.Has("secret"));
+}
+
+TEST_F(SecurityAtTerminal, CtrlCPutsTheEchoBack)
+{
+    mFolder.Write("in", "text");
+    Answer("crypt --aes in -o secret", {{"passphrase: ", "open\x03"}});
+    EXPECT_EQ(mExitCode, 130);
+    EXPECT_FALSE(mHadEcho);
+    EXPECT_TRUE(mHasEcho);
+    EXPECT_THAT(mSeen, testing::Not(HasSubstr("open")));
+    EXPECT_FALSE(mFolder.Has("secret"));
 }
 
 TEST_F(Security, PasswordIsKeptAndDeleted)
