@@ -3,6 +3,7 @@
 #include <csignal>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -20,9 +21,10 @@ using testing::HasSubstr;
 class StServer
 {
 public:
-    explicit StServer(std::string const& folder)
+    explicit StServer(std::string const& folder,
+                      std::vector<std::string> const& options = {"--port", "0"})
         : mChannel(StChannel::Pipe())
-        , mLoamctl({"serve", "--port", "0", folder}, mChannel.In(), STDERR_FILENO)
+        , mLoamctl(ArgumentsOf(folder, options), mChannel.In(), STDERR_FILENO)
     {
         mChannel.CloseIn();
         std::string const told = mChannel.ReadUntil("\n");
@@ -54,6 +56,14 @@ public:
     bool WasKilled() const { return mLoamctl.WasKilled(); }
 
 private:
+    static std::vector<std::string> ArgumentsOf(std::string const& folder,
+                                                std::vector<std::string> const& options)
+    {
+        std::vector<std::string> arguments{"serve", folder};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return arguments;
+    }
+
     StChannel mChannel;
     StLoamctl mLoamctl;
     std::string mPort;
@@ -175,6 +185,42 @@ TEST_F(Serve, EndsAtCtrlCWithAllItsClients)
     client.ReceiveLine(&line, 60, 0);  // the end of the answer
     EXPECT_THROW(client.ReceiveLine(&line, 60, 0), HierarchicalException);
 }
+
+TEST_F(Serve, TakesTheFirstFreePortOfARange)
+{
+    CNetConnection taken;
+    int const first = taken.SetServerPort(true, 0, 0, 1);
+    StServer server(mFolder.Path("docs"), {"--port", std::to_string(first) + "-65535"});
+    EXPECT_GT(std::stoi(server.Port()), first);
+    EXPECT_EQ(server.Fetch({"facts a.txt"}).mExitCode, 0);
+    std::string const port = server.Port();
+    EXPECT_EQ(server.Stop(), 128 + SIGINT);
+    StServer again(mFolder.Path("docs"), {"--port", port + "-" + port});
+    EXPECT_EQ(again.Port(), port);
+    taken.Disconnect();
+}
+
+#ifdef __linux__
+TEST_F(Serve, ServesOtherMachinesOnDemand)
+{
+    for (bool const all : {false, true}) {
+        SCOPED_TRACE(all);
+        std::vector<std::string> options{"--port", "0"};
+        if (all) options.emplace_back("--all");
+        StServer server(mFolder.Path("docs"), options);
+        // Who is no other machine either, but comes by another address than 127.0.0.1.
+        CNetConnection client;
+        client.ResolveRemoteHost("127.0.0.2",
+                                 static_cast<unsigned short>(std::stoi(server.Port())));
+        if (all) {
+            client.Connect(5);
+            EXPECT_THAT(AnswerTo(client, "facts a.txt\n"), HasSubstr("UTF-8"));
+        } else {
+            EXPECT_THROW(client.Connect(5), HierarchicalException);
+        }
+    }
+}
+#endif
 
 TEST_F(Serve, TellsWhatCannotBeServed)
 {

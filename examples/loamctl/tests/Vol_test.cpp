@@ -131,15 +131,16 @@ TEST(Vol, ListsManyVolumes)
 {
     if (geteuid() != 0) GTEST_SKIP() << "only root mounts";
     StTempDir const dir;
-    RunResult const run = RunAlone("cd \"" + dir.Path() +
-                                   "\"; for i in $(seq 50); do mkdir v$i; mount -n -t tmpfs -o "
-                                   "size=64k x v$i || exit 77; done; "
-                                   "$LOAMCTL vol --json");
+    RunResult const run =
+        RunAlone("cd \"" + dir.Path() +
+                 "\"; mkdir $(seq -f v%g 500); for i in $(seq 500); do mount -n -t tmpfs -o "
+                 "size=64k x v$i || exit 77; done; "
+                 "$LOAMCTL vol --json");
     if (run.mExitCode == 77) GTEST_SKIP() << "nothing can be mounted here: " << run.mError;
     EXPECT_EQ(run.mExitCode, 0) << run.mError;
     auto const volumes = ParseLines(run.mOutput, "volume");
-    ASSERT_GT(volumes.size(), 50U);
-    EXPECT_EQ(volumes.back()["path"], dir.Path("v50"));
+    ASSERT_GT(volumes.size(), 500U);
+    EXPECT_EQ(volumes.back()["path"], dir.Path("v500"));
     EXPECT_EQ(volumes.back()["capacity"], 65536);
 }
 
