@@ -8,11 +8,8 @@
 #include <future>
 #include <thread>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 
 #include "net/tests/Peers.h"
 #include "testing/FailureOf.h"
@@ -89,40 +86,6 @@ private:
     CNetConnection mServer;
     unsigned short mPort;
     std::thread mThread;
-};
-
-// Descriptors up to beyond the 1024 that `select` can name.
-class StManyDescriptors
-{
-public:
-    StManyDescriptors()
-    {
-        getrlimit(RLIMIT_NOFILE, &mFormer);
-        rlimit wider = mFormer;
-        wider.rlim_cur = std::min<rlim_t>(4096, mFormer.rlim_max);
-        setrlimit(RLIMIT_NOFILE, &wider);
-        while (mDescriptors.size() < 1200) {
-            int const descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
-            if (descriptor == -1) break;
-            mDescriptors.push_back(descriptor);
-        }
-    }
-
-    StManyDescriptors(StManyDescriptors const&) = delete;
-    StManyDescriptors& operator=(StManyDescriptors const&) = delete;
-
-    ~StManyDescriptors()
-    {
-        for (int const descriptor : mDescriptors)
-            close(descriptor);
-        setrlimit(RLIMIT_NOFILE, &mFormer);
-    }
-
-    bool AreEnough() const { return mDescriptors.size() == 1200; }
-
-private:
-    rlimit mFormer = {};
-    std::vector<int> mDescriptors;
 };
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "net/CNetService.h"
 #include "net/CNetServiceBrowserListener.h"
 #include "net/CNetServiceEventsThread.h"
+#include "net/tests/Peers.h"
 #include "testing/ScriptedNetServicePlatform.h"
 
 namespace {
@@ -309,6 +310,18 @@ TEST_F(CNetServiceEventsThreadTest, HearsOfAllThatComesAtOnce)
     EXPECT_EQ(mListener.mNotes.size(), kServices + 1U);
     EXPECT_EQ(mListener.mNotes.back(), "done");
     EXPECT_EQ(mPlatform.CountLiving(), 0);
+}
+
+TEST_F(CNetServiceEventsThreadTest, HearsBeyond1100Descriptors)
+{
+    StManyDescriptors const many;
+    if (!many.AreEnough()) GTEST_SKIP() << "so many descriptors aren't allowed here";
+    mPlatform.AnswerByItself(1);
+    CNetServiceBrowser browser;
+    EXPECT_GT(mPlatform.GetSocket(Browse(browser)), 1100);
+    EXPECT_TRUE(mListener.mDone.TimedWait(kPatience));
+    browser.StopBrowsing();
+    EXPECT_EQ(mListener.mNotes.size(), 2U);
 }
 
 // The listener is still at it when another thread deletes the browser, which has to wait for that.

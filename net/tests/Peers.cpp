@@ -1,5 +1,6 @@
 #include "net/tests/Peers.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -9,6 +10,7 @@
 #include <thread>
 #include <utility>
 
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -230,6 +232,31 @@ long PollCall()
 #else
     return SYS_ppoll;
 #endif
+}
+
+StManyDescriptors::StManyDescriptors()
+{
+    getrlimit(RLIMIT_NOFILE, &mFormer);
+    rlimit wider = mFormer;
+    wider.rlim_cur = std::min<rlim_t>(4096, mFormer.rlim_max);
+    setrlimit(RLIMIT_NOFILE, &wider);
+    while (!AreEnough()) {
+        int const descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        if (descriptor == -1) break;
+        mDescriptors.push_back(descriptor);
+    }
+}
+
+StManyDescriptors::~StManyDescriptors()
+{
+    for (int const descriptor : mDescriptors)
+        close(descriptor);
+    setrlimit(RLIMIT_NOFILE, &mFormer);
+}
+
+bool StManyDescriptors::AreEnough() const
+{
+    return mDescriptors.size() == 1200;
 }
 
 int CountDescriptors()

@@ -3,7 +3,9 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/types.h>
 
@@ -69,6 +71,23 @@ pid_t ThisThread();
 void AwaitCall(pid_t thread, long call);
 /// The number of the call that `poll` makes here.
 long PollCall();
+
+/// Descriptors up to beyond the 1024 that `select` can name.
+class StManyDescriptors
+{
+public:
+    StManyDescriptors();
+    StManyDescriptors(StManyDescriptors const&) = delete;
+    StManyDescriptors& operator=(StManyDescriptors const&) = delete;
+    ~StManyDescriptors();
+
+    /// False where so many aren't allowed.
+    bool AreEnough() const;
+
+private:
+    rlimit mFormer = {};
+    std::vector<int> mDescriptors;
+};
 
 /// The number of descriptors that this process has open.
 int CountDescriptors();

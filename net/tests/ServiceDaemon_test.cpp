@@ -15,6 +15,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <net/if.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -27,6 +28,7 @@
 #include "net/CNetServiceBrowserListener.h"
 #include "net/CNetServiceListener.h"
 #include "net/NetServiceText.h"
+#include "net/platform/CBasicNetServicePlatform.h"
 #include "net/platform/linux/ServiceNames.h"
 #include "testing/StServiceDaemon.h"
 
@@ -202,6 +204,82 @@ private:
     int mOutput = -1;
 };
 
+// A browse of the platform's own, of which nothing is resolved but what goes.
+class CPlainBrowse
+{
+public:
+    CPlainBrowse()
+    {
+        EXPECT_EQ(NetServicePlatform().Browse(&mBrowse, kNetServiceLocalOnly, "_loam._tcp", nullptr,
+                                              Browsed, this),
+                  kNetServiceNoError);
+    }
+
+    CPlainBrowse(CPlainBrowse const&) = delete;
+    CPlainBrowse& operator=(CPlainBrowse const&) = delete;
+
+    ~CPlainBrowse()
+    {
+        if (mResolve) NetServicePlatform().Release(mResolve);
+        NetServicePlatform().Release(mBrowse);
+    }
+
+    // Until so many events have come.
+    bool WaitForEvents(std::size_t count)
+    {
+        pollfd wait{NetServicePlatform().GetSocket(mBrowse), POLLIN, 0};
+        while (mFlags.size() < count) {
+            if (poll(&wait, 1, static_cast<int>(kPatience / 1000)) == 0) return false;
+            NetServicePlatform().Process(mBrowse);
+        }
+        return true;
+    }
+
+    // What is there of an answer, without a wait.
+    void Look() const { NetServicePlatform().Process(mResolve); }
+
+    std::vector<DNSServiceFlags> mFlags;  // of the events
+    DNSServiceRef mResolve = nullptr;     // of what went
+    std::vector<std::string> mAnswers;    // "host:port", and the bytes of the record
+
+private:
+    static void Browsed(DNSServiceRef /*ref*/,
+                        DNSServiceFlags flags,
+                        std::uint32_t interfaceIndex,
+                        DNSServiceErrorType error,
+                        char const* name,
+                        char const* type,
+                        char const* domain,
+                        void* context)
+    {
+        EXPECT_EQ(error, kNetServiceNoError);
+        auto* const self = static_cast<CPlainBrowse*>(context);
+        self->mFlags.push_back(flags);
+        if ((flags & kNetServiceAdd) != 0) return;
+        EXPECT_EQ(NetServicePlatform().Resolve(
+                      &self->mResolve, {interfaceIndex, name, type, domain}, Resolved, context),
+                  kNetServiceNoError);
+    }
+
+    static void Resolved(DNSServiceRef /*ref*/,
+                         DNSServiceFlags /*flags*/,
+                         std::uint32_t /*interfaceIndex*/,
+                         DNSServiceErrorType error,
+                         char const* /*fullName*/,
+                         char const* host,
+                         std::uint16_t port,
+                         std::uint16_t txtLength,
+                         unsigned char const* /*txt*/,
+                         void* context)
+    {
+        EXPECT_EQ(error, kNetServiceNoError);
+        static_cast<CPlainBrowse*>(context)->mAnswers.push_back(
+            std::string(host) + ":" + std::to_string(port) + " " + std::to_string(txtLength));
+    }
+
+    DNSServiceRef mBrowse = nullptr;
+};
+
 int CountDescriptors()
 {
     int count = 0;
@@ -355,6 +433,37 @@ TEST_F(ServiceDaemonTest, DoesAsTheDesktopDoes)
     EXPECT_FALSE(
         services[7].RegisterService("x", "nonsense", 1, nullptr, nullptr, true, true, nullptr));
     EXPECT_FALSE(localBrowser.BrowseService("\xFF", true, true, &localFindings));
+}
+
+// What the daemon knows already is one batch.
+TEST_F(ServiceDaemonTest, TellsWhereABatchEnds)
+{
+    CNetServiceBrowser browser;
+    ASSERT_TRUE(Browse(browser, false));
+    CNetService services[5];
+    for (CNetService& service : services)
+        ASSERT_TRUE(Register(service, "Scans", nullptr, false));
+    ASSERT_TRUE(mFindings.WaitForNames(5));
+
+    constexpr DNSServiceFlags kMore = kNetServiceAdd | kNetServiceMoreComing;
+    CPlainBrowse plain;
+    ASSERT_TRUE(plain.WaitForEvents(5));
+    EXPECT_THAT(plain.mFlags, testing::ElementsAre(kMore, kMore, kMore, kMore, kNetServiceAdd));
+}
+
+// Nobody on the network would answer, and the daemon gives up after seconds.
+TEST_F(ServiceDaemonTest, AnswersAtOnceForWhatHasGone)
+{
+    CPlainBrowse plain;
+    CNetService service;
+    ASSERT_TRUE(Register(service, "Scans", nullptr, false));
+    ASSERT_TRUE(plain.WaitForEvents(1));
+    service.UnregisterService();
+    ASSERT_TRUE(plain.WaitForEvents(2));
+    EXPECT_THAT(plain.mFlags, testing::ElementsAre(kNetServiceAdd, 0U));
+    // And nobody had asked for it while it was there.
+    plain.Look();
+    EXPECT_THAT(plain.mAnswers, testing::ElementsAre(":0 0"));
 }
 
 TEST_F(ServiceDaemonTest, OutlivesTheDaemon)
