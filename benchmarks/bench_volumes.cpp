@@ -1,7 +1,9 @@
-// Volumes: 500 of them, mounted in a namespace of this process's own; for root.
+// Volumes: 500 of them, mounted in a namespace of this process's own; for root. By the library, and
+// by loamctl as a user runs it.
 #include "files/CFileSpec.h"
 #include "files/CFileSpecIterator.h"
 
+#include <cstdlib>
 #include <string>
 
 #include <benchmark/benchmark.h>
@@ -75,6 +77,18 @@ void PathOnAVolume(benchmark::State& state)
 }
 
 BENCHMARK(PathOnAVolume);
+
+void ListByLoamctl(benchmark::State& state)
+{
+    if (Folder().empty()) return state.SkipWithError("no mounts for this process");
+    for (auto _ : state) {
+        if (std::system("exec '" LOAMCTL_PATH "' vol >/dev/null") == 0) continue;
+        state.SkipWithError("loamctl did not answer as it should");
+        break;
+    }
+}
+
+BENCHMARK(ListByLoamctl)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
