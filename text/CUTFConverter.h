@@ -41,8 +41,9 @@ public:
                                    ConversionMode mode);
 
     /// Converts the whole source to the start of a block that comes from `malloc`, and answers the
-    /// number of units written, or -1 if the source can't be converted or memory is exhausted.
-    /// `*capacity` is the block's size in units.
+    /// number of units written, or -1 if the source can't be converted or memory is exhausted. No
+    /// null follows them; the rest of the block is undefined. `*capacity` is the block's size in
+    /// units.
     ///
     /// A null `*buffer` is replaced by a block of at least 128 units, or of `*capacity` if that is
     /// more. A block that turns out too small is given to `free`, the caller's own too, and another

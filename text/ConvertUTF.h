@@ -7,9 +7,10 @@
 // are moved past what was consumed and produced, whatever the result. On every result but
 // `conversionOK` (and one of `ConvertUTF32toUTF16`, told there) the source cursor stands on the
 // first unit of what stopped the routine, so that a caller may go on from there with more source or
-// more room. What stands in the target behind its cursor then is undefined. Text is in the
-// processor's byte order and needs no alignment beyond its type's. No state, no allocation, nothing
-// thrown; any thread may call.
+// more room. A cursor behind its end is one at its end. Whatever the result, what stands between
+// the target's cursor and its end afterwards is undefined: who needs a null there writes it last.
+// Text is in the processor's byte order and needs no alignment beyond its type's. No state, no
+// allocation, nothing thrown; any thread may call.
 #pragma once
 
 #ifndef __cplusplus

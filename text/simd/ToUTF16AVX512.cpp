@@ -361,7 +361,7 @@ LOAM_AVX512 ConversionResult WholeToUTF16AVX512(UTF8 const** sourceStart,
     }
     *sourceStart = source;
     *targetStart = target;
-    return left == 0 ? conversionOK
+    return left <= 0 ? conversionOK
                      : ShortToUTF16(sourceStart, sourceEnd, targetStart, targetEnd, flags);
 }
 

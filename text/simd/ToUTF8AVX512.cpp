@@ -383,7 +383,7 @@ LOAM_AVX512 ConversionResult WholeToUTF8AVX512(UTF16 const** sourceStart,
     }
     *sourceStart = source;
     *targetStart = target;
-    return left == 0 ? conversionOK
+    return left <= 0 ? conversionOK
                      : ShortToUTF8(sourceStart, sourceEnd, targetStart, targetEnd, flags);
 }
 

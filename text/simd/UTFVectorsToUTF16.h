@@ -205,9 +205,9 @@ LOAM_VECTOR inline void ConvertToUTF16(UTF8 const*& sourceStart,
     bool mayBeASCII = true;
     bool wasASCII = false;
     for (;;) {
-        // No character has more units than bytes.
+        // No character has more units than bytes. Negative where a cursor is behind its end.
         ptrdiff_t const blocks = std::min(sourceEnd - source, targetEnd - target) / kBytes;
-        if (blocks == 0) break;
+        if (blocks <= 0) break;
         if (mayBeASCII) {
             ConvertASCII(source, blocks, target);
             mayBeASCII = false;

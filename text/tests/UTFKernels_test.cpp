@@ -331,6 +331,38 @@ bool AgreesOnMixtures(CComparison<In, Out> held, Texts<In> const& fillers, Texts
     return true;
 }
 
+// Neither reads nor writes where one of the cursors stands behind its end, or both do.
+template <class In, class Out>
+bool TakesNothing(Routine<In, Out> routine, Texts<In> const& fillers)
+{
+    constexpr ptrdiff_t kMiddle = 300;
+    constexpr ptrdiff_t kRooms[] = {-kMiddle, -64, -1, 0, 1, kMiddle};
+    for (std::vector<In> const& filler : fillers) {
+        std::vector<In> const text = Repeated(filler, 2 * kMiddle);
+        std::vector<Out> target(2 * kMiddle);
+        auto const takesNothing = [&](ptrdiff_t from, ptrdiff_t left, ptrdiff_t room,
+                                      ConversionResult expected) {
+            In const* const source = text.data() + from;
+            In const* sourceCursor = source;
+            Out* const written = target.data() + kMiddle;
+            Out* targetCursor = written;
+            ConversionResult const result = routine(&sourceCursor, source + left, &targetCursor,
+                                                    written + room, strictConversion);
+            return result == expected && sourceCursor == source && targetCursor == written;
+        };
+        for (ptrdiff_t const room : kRooms) {
+            for (ptrdiff_t const left : {-kMiddle, ptrdiff_t{-64}, ptrdiff_t{-1}}) {
+                if (!takesNothing(kMiddle, left, room, conversionOK)) return false;
+            }
+            for (ptrdiff_t const left : {ptrdiff_t{20}, ptrdiff_t{100}, kMiddle}) {
+                if (room <= 0 && !takesNothing(0, left, room, targetExhausted)) return false;
+            }
+        }
+        if (target != std::vector<Out>(target.size())) return false;
+    }
+    return true;
+}
+
 class UTFKernelsTest : public testing::TestWithParam<char const*>
 {
 protected:
@@ -400,6 +432,17 @@ TEST_P(UTFKernelsTest, AgreeWithPlainOnesOnEveryCharacter)
         std::vector<UTF8> const bytes = Bytes(units);
         ASSERT_TRUE(from16.Agrees(units, bytes.size(), strictConversion));
         ASSERT_TRUE(from8.Agrees(bytes, units.size(), strictConversion));
+    }
+}
+
+TEST(UTFKernels, TakeNothingWhereACursorIsBehindItsEnd)
+{
+    Texts<UTF8> const fillers8 = Fillers8();
+    for (TextKernels const* const kernels : GetAllTextKernels()) {
+        SCOPED_TRACE(kernels->mName);
+        StTextKernels const held(*kernels);
+        EXPECT_TRUE(TakesNothing(ConvertUTF8toUTF16, fillers8));
+        EXPECT_TRUE(TakesNothing(ConvertUTF16toUTF8, Fillers16()));
     }
 }
 
