@@ -134,6 +134,7 @@ int ConvertToBlock(
 {
     constexpr int kLeastCapacity = 128;
     if (*buffer == nullptr || *capacity <= 0) {
+        // Kept on purpose: without a capacity the pointer may be anything, and nothing is freed.
         *capacity = std::max(*capacity, kLeastCapacity);
         if (!Allocate(buffer, capacity)) return -1;
     }

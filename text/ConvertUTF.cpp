@@ -34,8 +34,10 @@ constexpr int TrailingBytes(UTF8 lead)
     return 5;
 }
 
-// Unicode 13.0, table 3-7, without its rule for the lead byte ED. All `trailing` bytes are there to
-// be read.
+// Unicode 13.0, table 3-7. All `trailing` bytes are there to be read.
+//
+// Kept on purpose: the rule for the lead byte ED is left out, so that surrogates get as far as the
+// flags.
 bool IsWellFormed(UTF8 const* source, int trailing)
 {
     UTF8 const lead = source[0];
@@ -71,8 +73,8 @@ struct Character
 Character ReadUTF8(UTF8 const* source, UTF8 const* sourceEnd)
 {
     int const trailing = TrailingBytes(*source);
-    // Before any look at the bytes: even a lead byte that is never legal is taken at its word near
-    // the end.
+    // Kept on purpose: before any look at the bytes, so that even a lead byte that is never legal
+    // is taken at its word near the end.
     if (sourceEnd - source <= trailing) return {0, 0, sourceExhausted};
     if (!IsWellFormed(source, trailing)) return {0, 0, sourceIllegal};
     return {Accumulate(source, trailing), trailing + 1, conversionOK};
@@ -298,6 +300,7 @@ ConversionResult ConvertUTF32toUTF16(UTF32 const** sourceStart,
         bool const isFull = target >= targetEnd;
         if (!isFull && value > kLastUnicode) {
             if (flags == strictConversion) {
+                // Kept on purpose: what can't be converted is left out, and told only at the end.
                 result = sourceIllegal;
                 continue;
             }

@@ -523,6 +523,40 @@ TEST(ConvertUTF, KeepsHighSurrogateAtTheEnd)
     }
 }
 
+TEST(ConvertUTF, KeepsSurrogatesOfThreeBytesWellFormed)
+{
+    struct Case
+    {
+        std::vector<UTF8> mSource;
+        UTF16 mSurrogate;
+    };
+
+    Case const cases[] = {{{0xED, 0xA0, 0x80}, 0xD800}, {{0xED, 0xBF, 0xBF}, 0xDFFF}};
+    for (Case const& c : cases) {
+        EXPECT_TRUE(isLegalUTF8Sequence(c.mSource.data(), c.mSource.data() + 3));
+        EXPECT_EQ(Call<UTF32>(ConvertUTF8toUTF32, c.mSource, 9, 0),
+                  (Converted<UTF32>{conversionOK, 3, {c.mSurrogate}}));
+        EXPECT_EQ(Call<UTF16>(With(ConvertUTF8toUTF16, lenientConversion), c.mSource, 9, 0),
+                  (Converted<UTF16>{conversionOK, 3, {c.mSurrogate}}));
+    }
+}
+
+TEST(ConvertUTF, KeepsCallingIllegalLeadBytesNearTheEndExhausted)
+{
+    for (unsigned lead = 0xF5; lead <= 0xFF; ++lead) {
+        size_t const promised = lead < 0xF8 ? 4 : lead < 0xFC ? 5 : 6;
+        std::vector<UTF8> source(promised, 'a');
+        source[0] = static_cast<UTF8>(lead);
+        EXPECT_EQ(Call<UTF16>(With(ConvertUTF8toUTF16, strictConversion), source, 9, 0),
+                  (Converted<UTF16>{sourceIllegal, 0, {}}));
+        source.pop_back();
+        EXPECT_EQ(Call<UTF16>(With(ConvertUTF8toUTF16, strictConversion), source, 9, 0),
+                  (Converted<UTF16>{sourceExhausted, 0, {}}));
+        EXPECT_EQ(Call<UTF32>(ConvertUTF8toUTF32, source, 9, 0),
+                  (Converted<UTF32>{sourceExhausted, 0, {}}));
+    }
+}
+
 TEST(ConvertUTF, KeepsTwoBytesForValuesAboveFourByteRange)
 {
     for (ConversionFlags const flags : kAllFlags) {
@@ -533,7 +567,7 @@ TEST(ConvertUTF, KeepsTwoBytesForValuesAboveFourByteRange)
     }
 }
 
-TEST(ConvertUTF, LeavesOutAndRemembersValuesAboveUnicodeWhereStrict)
+TEST(ConvertUTF, KeepsGoingOnBehindValuesAboveUnicodeWhereStrict)
 {
     std::vector<UTF32> const source{0x110000, 'A'};
     EXPECT_EQ(Call<UTF16>(With(ConvertUTF32toUTF16, strictConversion), source, 9, 0),
