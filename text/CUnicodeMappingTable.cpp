@@ -77,6 +77,7 @@ struct CUnicodeMappingTable::Page
     {
         for (unsigned int low = 0; low < 256; ++low) {
             std::size_t const at = mIndex->mEntries[low];
+            mIndex->mSearchCodes[low] = SearchCodeOf(low);
             if (at == kUnmapped) continue;
             unsigned int const single = mData[at] == 1 ? mData[at + 1] : kNoSingleUnit;
             mIndex->mSteps[low] = static_cast<std::uint16_t>(single - (mNumber << 8 | low));
@@ -84,6 +85,15 @@ struct CUnicodeMappingTable::Page
             mIndex->mDeleted[low / 16] |= static_cast<std::uint16_t>(isDeleted << low % 16);
             mIndex->mMapped[low / 8] |= static_cast<std::uint8_t>(1U << low % 8);
         }
+    }
+
+    // Of the unit of a low byte.
+    std::uint8_t SearchCodeOf(unsigned int low) const
+    {
+        std::size_t const at = mIndex->mEntries[low];
+        if (at == kUnmapped) return SearchCode::Of(static_cast<char16_t>(mNumber << 8 | low));
+        if (mData[at] == 0) return SearchCode::kDeleted;
+        return mData[at] == 1 ? SearchCode::Of(mData[at + 1]) : SearchCode::kSeveral;
     }
 
     // A bit for each half.

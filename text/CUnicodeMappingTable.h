@@ -12,7 +12,7 @@
 // A loaded table only gets read, by any number of threads; an operation that changes it needs the
 // object for itself. Lengths, positions and capacities are in UTF-16 units. What a string or vector
 // throws when it can't grow goes on to the caller; nothing else fails. A table takes 4 KB and, for
-// each page of 256 units with a mapping, 1088 bytes and its entries: 87 KB for the default one.
+// each page of 256 units with a mapping, 1344 bytes and its entries: 100 KB for the default one.
 #pragma once
 
 #include <array>
@@ -176,6 +176,13 @@ public:
         return mSlots[page].mIndex->mMapped;
     }
 
+    /// A byte for each of the 256 units of a page that has a mapping, as `SearchCode` in
+    /// text/simd/MappingKernels.h tells. They live as long as the table's content.
+    std::uint8_t const* GetSearchCodes(unsigned int page) const
+    {
+        return mSlots[page].mIndex->mSearchCodes;
+    }
+
     /// What the walks over mapped words look up, made of the content at the first `GetWordFacts`;
     /// null before. Inner to them.
     MappedWordFacts const* FindWordFacts() const
@@ -205,10 +212,11 @@ private:
     // What becomes of the units of a page, by low byte.
     struct alignas(64) PageIndex
     {
-        std::uint16_t mSteps[256];    // as `GetSteps` tells
-        std::uint16_t mEntries[256];  // offset of the entry in the page's data, or `kUnmapped`
-        std::uint16_t mDeleted[16];   // as `GetDeleted` tells
-        std::uint8_t mMapped[32];     // as `GetMappedUnits` tells
+        std::uint16_t mSteps[256];       // as `GetSteps` tells
+        std::uint16_t mEntries[256];     // offset of the entry in the page's data, or `kUnmapped`
+        std::uint16_t mDeleted[16];      // as `GetDeleted` tells
+        std::uint8_t mMapped[32];        // as `GetMappedUnits` tells
+        std::uint8_t mSearchCodes[256];  // as `GetSearchCodes` tells
     };
 
     struct Slot

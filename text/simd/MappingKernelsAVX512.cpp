@@ -295,93 +295,6 @@ LOAM_AVX512 bool MapAll(CUnicodeMappingTable const& table,
     return true;
 }
 
-// The first units of a needle, as far as a window is compared with them.
-class CNeedle
-{
-public:
-    static constexpr int kCompared = 4;
-
-    LOAM_AVX512_INLINE CNeedle(char16_t const* units, int length)
-        : mFirst(EachAt(units, length, 0))
-        , mSecond(EachAt(units, length, 1))
-        , mThird(EachAt(units, length, 2))
-        , mFourth(EachAt(units, length, 3))
-        , mOpenSecond(OpenAt(length, 1))
-        , mOpenThird(OpenAt(length, 2))
-        , mOpenFourth(OpenAt(length, 3))
-    {
-    }
-
-    // The lanes of a window in which the needle can begin.
-    //
-    // The masks have a bit for each mapped unit: the lanes of deleted units are taken out, so that
-    // neighbours in a mask are neighbours in the mapped text. Where nothing is known, in lanes of
-    // several units and behind the window, everything agrees.
-    LOAM_AVX512_INLINE std::uint64_t FindStarts(Mapped const& mapped, __mmask32 lanes) const
-    {
-        std::uint64_t const kept = lanes & ~mapped.mDeleted;
-        std::uint64_t const several = _pext_u64(mapped.mSeveral, kept);
-        std::uint64_t const unknown = several | ~LowBits(std::popcount(kept));
-        std::uint64_t next = (unknown | mOpenFourth | Find(mFourth, mapped, lanes, kept)) >> 1;
-        next = (unknown | mOpenThird | (Find(mThird, mapped, lanes, kept) & next)) >> 1;
-        next = (unknown | mOpenSecond | (Find(mSecond, mapped, lanes, kept) & next)) >> 1;
-        return _pdep_u64(several | (Find(mFirst, mapped, lanes, kept) & next), kept);
-    }
-
-private:
-    // In each lane, but the last one again where the needle is too short.
-    static LOAM_AVX512_INLINE __m512i EachAt(char16_t const* units, int length, int at)
-    {
-        return _mm512_set1_epi16(static_cast<short>(units[std::min(at, length - 1)]));
-    }
-
-    // All bits where it is too short.
-    static LOAM_AVX512_INLINE std::uint64_t OpenAt(int length, int at)
-    {
-        return at < length ? 0 : ~std::uint64_t{0};
-    }
-
-    static LOAM_AVX512_INLINE std::uint64_t
-    Find(__m512i unit, Mapped const& mapped, __mmask32 lanes, std::uint64_t kept)
-    {
-        return _pext_u64(_mm512_mask_cmpeq_epi16_mask(lanes, mapped.mUnits, unit), kept);
-    }
-
-    __m512i mFirst;
-    __m512i mSecond;
-    __m512i mThird;
-    __m512i mFourth;
-    std::uint64_t mOpenSecond;
-    std::uint64_t mOpenThird;
-    std::uint64_t mOpenFourth;
-};
-
-LOAM_AVX512 int FindStart(CUnicodeMappingTable const& table,
-                          char16_t const* text,
-                          int textLength,
-                          int at,
-                          char16_t const* needle,
-                          int needleLength)
-{
-    CMapper mapper(table);
-    CNeedle const compared(needle, needleLength);
-    while (textLength - at >= kWindow) {
-        std::uint64_t const starts = compared.FindStarts(mapper.Map(text + at, kAll), kAll);
-        if (starts == 0) {
-            at += kWindow;
-            continue;
-        }
-        int const start = std::countr_zero(starts);
-        at += start;
-        // Nearer to the end of the window there is more to compare with behind it.
-        if (start <= kWindow - CNeedle::kCompared) return at;
-    }
-    if (at >= textLength) return at;
-    auto const lanes = static_cast<__mmask32>(LowBits(textLength - at));
-    std::uint64_t const starts = compared.FindStarts(mapper.Map(text + at, lanes), lanes);
-    return starts == 0 ? textLength : at + std::countr_zero(starts);
-}
-
 }  // namespace
 
 bool MapUnitsAVX512(CUnicodeMappingTable const& table,
@@ -396,17 +309,6 @@ bool MapUnitsAVX512(CUnicodeMappingTable const& table,
     auto* map = offsets ? MapAll<true> : MapAll<false>;
     if (sourceLength - sourcePos < kShort) map = MapUnitsPlain;
     return map(table, source, sourceLength, sourcePos, target, targetCapacity, targetPos, offsets);
-}
-
-int FindMappedStartAVX512(CUnicodeMappingTable const& table,
-                          char16_t const* text,
-                          int textLength,
-                          int at,
-                          char16_t const* needle,
-                          int needleLength)
-{
-    auto* const find = textLength - at < kShort ? FindMappedStartPlain : FindStart;
-    return find(table, text, textLength, at, needle, needleLength);
 }
 
 #endif

@@ -1,11 +1,13 @@
 #include "text/simd/MappingKernels.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <optional>
 #include <random>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -391,6 +393,46 @@ bool MapsIntoEveryCapacity(CComparison& held, Tested const& tested)
     return true;
 }
 
+// With its neighbours, behind others of its page.
+bool FindsEveryUnit(CComparison& held, Tested const& tested)
+{
+    for (unsigned int code = 0; code < 0x10000; ++code) {
+        auto const unit = static_cast<char16_t>(code);
+        std::u16string text(10, u'-');
+        for (unsigned int const step : {61U, 122U})
+            text += static_cast<char16_t>(code ^ step);
+        text += u'.';
+        text += unit;
+        text += u'b';
+        auto const found = tested.mMapping.find(unit);
+        std::u16string needle = u".";
+        needle += found == tested.mMapping.end() ? std::u16string(1, unit) : found->second;
+        needle += u'b';
+        if (!held.Finds(tested, text, needle, static_cast<int>(needle.size()))) return false;
+    }
+    return true;
+}
+
+// What a search compares, by the table and by the rule.
+std::string UnitsOfWrongCode(Tested const& tested)
+{
+    std::string wrong;
+    for (unsigned int code = 0; code < 0x10000; ++code) {
+        auto const unit = static_cast<char16_t>(code);
+        std::uint16_t const halves = tested.mTable->GetMappedHalves()[code >> 11];
+        if ((halves >> (code >> 8 & 7) * 2 & 3) == 0) continue;
+        auto const found = tested.mMapping.find(unit);
+        std::u16string const to =
+            found == tested.mMapping.end() ? std::u16string(1, unit) : found->second;
+        std::uint8_t expected = SearchCode::kSeveral;
+        if (to.empty()) expected = SearchCode::kDeleted;
+        if (to.size() == 1) expected = SearchCode::Of(to[0]);
+        if (tested.mTable->GetSearchCodes(code >> 8)[code & 0xFF] != expected)
+            wrong += Hex(std::u16string(1, unit));
+    }
+    return wrong;
+}
+
 // Texts of few units, so that nearly everything is a start of the needle.
 bool FindsInFewUnits(CComparison& held,
                      Tested const& tested,
@@ -464,8 +506,10 @@ TEST_P(MappingKernelsTest, FindAmongStartsThatLeadNowhere)
 {
     // Deleted units, expansions that agree, that run past the needle's end and that don't agree.
     std::u16string const units = u"abAB\u0301\u0301ßéàs \u4E00日ﬁ\uFF21\uFFFF";
+    std::u16string const withNUL(u"a\0", 2);
     for (Tested const& tested : AllTested()) {
         EXPECT_TRUE(FindsInFewUnits(*mHeld, tested, u"aab\u0301", u"aab"));
+        EXPECT_TRUE(FindsInFewUnits(*mHeld, tested, u"aab", withNUL));
         EXPECT_TRUE(FindsInFewUnits(*mHeld, tested, units, u"abs"));
         EXPECT_TRUE(FindsInFewUnits(*mHeld, tested, units, u"abes\uFFFF\u0300\u0301日f"));
     }
@@ -491,6 +535,31 @@ TEST_P(MappingKernelsTest, FindWhatIsThereAtEveryPlace)
     }
 }
 
+TEST_P(MappingKernelsTest, FindEveryUnit)
+{
+    EXPECT_TRUE(FindsEveryUnit(*mHeld, AllTested().front()));
+    EXPECT_TRUE(FindsEveryUnit(*mHeld, AllTested()[5]));
+}
+
+// More pages than are kept at hand, in texts that outlast all that is kept.
+TEST_P(MappingKernelsTest, FindBehindManyPages)
+{
+    CPicker picker;
+    for (int round = 0; round < 40; ++round) {
+        Tested const& tested = AllTested()[picker.Below(AllTested().size())];
+        std::u16string text;
+        while (text.size() < 2000) {
+            std::size_t const page = picker.Below(0x100);
+            for (std::size_t run = 1 + picker.Below(20); run > 0; --run)
+                text += static_cast<char16_t>(page << 8 | picker.Below(0x100));
+        }
+        std::u16string needle;
+        tested.mTable->MapText(text.substr(text.size() - 10 - picker.Below(80), 5), needle);
+        if (needle.empty()) continue;
+        ASSERT_TRUE(mHeld->Finds(tested, text, needle, static_cast<int>(needle.size())));
+    }
+}
+
 TEST_P(MappingKernelsTest, FindInMixtures)
 {
     CPicker picker;
@@ -503,5 +572,24 @@ TEST_P(MappingKernelsTest, FindInMixtures)
         if (needle.empty()) continue;
         ASSERT_TRUE(mHeld->Finds(tested, text, needle, static_cast<int>(needle.size()),
                                  static_cast<int>(picker.Below(start + 1))));
+    }
+}
+
+TEST(SearchCodesTest, TellWhatEachUnitGives)
+{
+    for (Tested const& tested : AllTested()) {
+        SCOPED_TRACE(tested.mWhat);
+        EXPECT_EQ(UnitsOfWrongCode(tested), "");
+    }
+}
+
+TEST(SearchCodesTest, DifferWithinAPage)
+{
+    for (unsigned int page = 0; page < 0x100; ++page) {
+        std::set<std::uint8_t> codes;
+        for (unsigned int low = 0; low < 0x100; ++low)
+            codes.insert(SearchCode::Of(static_cast<char16_t>(page << 8 | low)));
+        EXPECT_EQ(codes.size(), 0x100U - 2);
+        EXPECT_EQ(*codes.rbegin(), SearchCode::kHighest);
     }
 }

@@ -1,0 +1,268 @@
+// Finding where a mapped needle can begin, for AVX-512 with VBMI2: 64 units at a time, by the codes
+// of what they give.
+//
+// A look-up of bytes serves 128 units of a page at once. Text stays with few of the pages that have
+// mappings: each window is looked up in all that were met lately, and units of any other page have
+// codes that are computed.
+#include "text/simd/MappingKernels.h"
+
+#if defined(__x86_64__)
+
+#include "text/simd/AVX512.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+
+#include "text/CUnicodeMappingTable.h"
+
+namespace {
+
+constexpr int kWindow = 64;
+
+// What is shorter is done unit by unit before a window is set up.
+constexpr int kShort = 12;
+
+// Each second byte of two vectors, as `_mm512_permutex2var_epi8` wants it, from the first one on.
+struct EverySecond
+{
+    alignas(64) std::uint8_t mPlaces[64];
+
+    constexpr explicit EverySecond(unsigned int first)
+        : mPlaces{}
+    {
+        for (unsigned int at = 0; at < 64; ++at)
+            mPlaces[at] = static_cast<std::uint8_t>(2 * at + first);
+    }
+};
+
+constexpr EverySecond kLowBytes(0);
+constexpr EverySecond kHighBytes(1);
+
+// By the lower two bits of a page, where the bits of its halves stand in a byte.
+struct BitsOfHalves
+{
+    alignas(64) std::uint8_t mBits[64];
+
+    constexpr BitsOfHalves()
+        : mBits{}
+    {
+        for (unsigned int page = 0; page < 64; ++page)
+            mBits[page] = static_cast<std::uint8_t>(3U << page % 4 * 2);
+    }
+};
+
+constexpr BitsOfHalves kBitsOfHalves;
+
+LOAM_AVX512_INLINE __m512i LookUp(void const* table, __m512i places)
+{
+    return _mm512_maskz_permutexvar_epi8(~__mmask64{0}, places, _mm512_loadu_si512(table));
+}
+
+// Up to 64 units.
+struct Window
+{
+    __m512i mLow;
+    __m512i mHigh;
+
+    LOAM_AVX512_INLINE Window(char16_t const* text, __mmask64 lanes)
+    {
+        __m512i const first = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes), text);
+        __m512i const second =
+            _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes >> 32), text + 32);
+        mLow = _mm512_permutex2var_epi8(first, _mm512_load_si512(&kLowBytes), second);
+        mHigh = _mm512_permutex2var_epi8(first, _mm512_load_si512(&kHighBytes), second);
+    }
+};
+
+// As if each unit stayed as it is.
+LOAM_AVX512_INLINE __m512i ComputeCodes(Window const& units)
+{
+    __m512i const ofPages = LookUp(SearchCode::kOfPages.data(), units.mHigh);
+    return _mm512_min_epu8(_mm512_xor_si512(units.mLow, ofPages), EachByte<SearchCode::kHighest>());
+}
+
+// Gives the codes of one window after another.
+class CCoder
+{
+public:
+    // The page of the needle's first unit is likely to be that of a text, and ASCII is everywhere.
+    LOAM_AVX512_INLINE CCoder(CUnicodeMappingTable const& table, char16_t likely)
+        : mHalves(_mm512_loadu_si512(table.GetMappedHalves()))
+        , mTable(table)
+    {
+        if (IsMapped(0)) Add(0);
+        unsigned int const page = likely >> 8;
+        if (page != 0 && IsMapped(page)) Add(page);
+        mLikelyCount = mCount;
+    }
+
+    LOAM_AVX512_INLINE __m512i Code(char16_t const* text, Window const& units)
+    {
+        __m512i codes = ComputeCodes(units);
+        __mmask64 left = HaveMappedPage(units.mHigh);
+        if (++mWindows % kWindows == 0) mCount = mLikelyCount;
+        for (unsigned int i = 0; i < mCount; ++i)
+            Take(mUsual[i], units, left, codes);
+        while (left != 0)
+            [[unlikely]]
+            {
+                Page const page = Find(text[std::countr_zero(left)] >> 8);
+                Take(page, units, left, codes);
+                if (mCount < kUsual) mUsual[mCount++] = page;
+            }
+        return codes;
+    }
+
+private:
+    struct Page
+    {
+        std::uint32_t mNumbers;  // four times
+        std::uint8_t const* mCodes;
+    };
+
+    // Pages that were met are asked for again in the windows that follow, for a while: whether they
+    // occur is nothing that a processor can foresee, and a wrong guess takes longer than they do.
+    static constexpr unsigned int kUsual = 8;
+    static constexpr unsigned int kWindows = 32;
+
+    bool IsMapped(unsigned int page) const
+    {
+        return (mTable.GetMappedHalves()[page / 8] >> page % 8 * 2 & 3) != 0;
+    }
+
+    Page Find(unsigned int page) const { return {page * 0x01010101, mTable.GetSearchCodes(page)}; }
+
+    void Add(unsigned int page) { mUsual[mCount++] = Find(page); }
+
+    LOAM_AVX512_INLINE __mmask64 HaveMappedPage(__m512i pages) const
+    {
+        // A look-up takes no more than six bits of each byte.
+        __m512i const halves =
+            _mm512_maskz_permutexvar_epi8(~__mmask64{0}, _mm512_srli_epi16(pages, 2), mHalves);
+        return _mm512_test_epi8_mask(halves, LookUp(&kBitsOfHalves, pages));
+    }
+
+    static LOAM_AVX512_INLINE void
+    Take(Page const& page, Window const& units, __mmask64& left, __m512i& codes)
+    {
+        __m512i const numbers = _mm512_set1_epi32(static_cast<int>(page.mNumbers));
+        __mmask64 const isHere = _mm512_cmpeq_epi8_mask(units.mHigh, numbers);
+        std::uint8_t const* const table = page.mCodes;
+        __m512i const lower = _mm512_permutex2var_epi8(_mm512_loadu_si512(table), units.mLow,
+                                                       _mm512_loadu_si512(table + 64));
+        __m512i const upper = _mm512_permutex2var_epi8(_mm512_loadu_si512(table + 128), units.mLow,
+                                                       _mm512_loadu_si512(table + 192));
+        __m512i const both = _mm512_mask_mov_epi8(lower, _mm512_movepi8_mask(units.mLow), upper);
+        codes = _mm512_mask_mov_epi8(codes, isHere, both);
+        left &= ~isHere;
+    }
+
+    __m512i mHalves;  // that have mappings
+    CUnicodeMappingTable const& mTable;
+    Page mUsual[kUsual];
+    unsigned int mCount = 0;
+    unsigned int mLikelyCount;
+    unsigned int mWindows = 0;
+};
+
+// The first units of a needle, as far as a window is compared with them.
+class CNeedle
+{
+public:
+    static constexpr int kCompared = 4;
+
+    LOAM_AVX512_INLINE CNeedle(char16_t const* units, int length)
+        : mSecondCounts(length > 1 ? ~std::uint64_t{0} : 0)
+        , mThirdCounts(length > 2 ? ~std::uint64_t{0} : 0)
+        , mFourthCounts(length > 3 ? ~std::uint64_t{0} : 0)
+    {
+        auto const lanes = static_cast<__mmask32>(LowBits(std::min(length, kCompared)));
+        Window const window(units, lanes);
+        __m512i const codes = ComputeCodes(window);
+        mFirst = Each<0>(codes);
+        mSecond = Each<1>(codes);
+        mThird = Each<2>(codes);
+        mFourth = Each<3>(codes);
+    }
+
+    // The lanes of a window in which the needle can begin.
+    //
+    // The masks have a bit for each mapped unit: the lanes of deleted units are taken out, so that
+    // neighbours in a mask are neighbours in the mapped text. Units behind the window are not
+    // known, as those are not of which a lane gives several: what follows them may be anything.
+    LOAM_AVX512_INLINE __mmask64 FindStarts(__m512i codes, __mmask64 lanes) const
+    {
+        __mmask64 const kept =
+            lanes & _mm512_cmpneq_epi8_mask(codes, EachByte<SearchCode::kDeleted>());
+        std::uint64_t const known =
+            _pext_u64(_mm512_cmpneq_epi8_mask(codes, EachByte<SearchCode::kSeveral>()), kept);
+        std::uint64_t const fourth = Differs(mFourth, codes, kept, known) & mFourthCounts;
+        std::uint64_t const third = Differs(mThird, codes, kept, known) & mThirdCounts;
+        std::uint64_t const second = Differs(mSecond, codes, kept, known) & mSecondCounts;
+        std::uint64_t const first = Differs(mFirst, codes, kept, known);
+        std::uint64_t const rest = third >> 2 | (known >> 2 & fourth >> 3);
+        return _pdep_u64(~(first | (known & (second >> 1 | (known >> 1 & rest)))), kept);
+    }
+
+private:
+    template <std::uint32_t kAt>
+    static LOAM_AVX512_INLINE __m512i Each(__m512i codes)
+    {
+        return _mm512_maskz_permutexvar_epi8(~__mmask64{0}, EachByte<kAt>(), codes);
+    }
+
+    static LOAM_AVX512_INLINE std::uint64_t
+    Differs(__m512i code, __m512i codes, __mmask64 kept, std::uint64_t known)
+    {
+        return _pext_u64(_mm512_cmpneq_epi8_mask(codes, code), kept) & known;
+    }
+
+    __m512i mFirst;
+    __m512i mSecond;
+    __m512i mThird;
+    __m512i mFourth;
+    // All bits, but none where the needle is too short.
+    std::uint64_t mSecondCounts;
+    std::uint64_t mThirdCounts;
+    std::uint64_t mFourthCounts;
+};
+
+LOAM_AVX512 int FindStart(CUnicodeMappingTable const& table,
+                          char16_t const* text,
+                          int textLength,
+                          int at,
+                          char16_t const* needle,
+                          int needleLength)
+{
+    // Each window begins anew with the last units of the one before, of which it knows what
+    // follows.
+    constexpr int kStep = kWindow - CNeedle::kCompared + 1;
+    constexpr __mmask64 kAll = ~__mmask64{0};
+    CCoder coder(table, needle[0]);
+    CNeedle const compared(needle, needleLength);
+    for (; textLength - at >= kWindow; at += kStep) {
+        __m512i const codes = coder.Code(text + at, Window(text + at, kAll));
+        __mmask64 const starts = compared.FindStarts(codes, kAll) & LowBits(kStep);
+        if (starts != 0) return at + std::countr_zero(starts);
+    }
+    __mmask64 const lanes = LowBits(textLength - at);
+    __m512i const codes = coder.Code(text + at, Window(text + at, lanes));
+    __mmask64 const starts = compared.FindStarts(codes, lanes);
+    return starts == 0 ? textLength : at + std::countr_zero(starts);
+}
+
+}  // namespace
+
+int FindMappedStartAVX512(CUnicodeMappingTable const& table,
+                          char16_t const* text,
+                          int textLength,
+                          int at,
+                          char16_t const* needle,
+                          int needleLength)
+{
+    auto* const find = textLength - at < kShort ? FindMappedStartPlain : FindStart;
+    return find(table, text, textLength, at, needle, needleLength);
+}
+
+#endif
