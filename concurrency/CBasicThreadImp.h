@@ -28,9 +28,11 @@ public:
     /// blocking call of the system). A last resort: the external reference isn't cleared, the
     /// semaphore isn't posted and both objects stay allocated. On macOS nothing is unwound: locks
     /// that the thread holds, or takes back on its way out of a wait, stay held. Without effect if
-    /// `Run` returns before it gets to such a point. To be called only while `Run` is known not to
-    /// have returned; after that it may end the process, also under the mutex of the external
-    /// reference. Throws with operation `kThreadKill`.
+    /// `Run` returns before it gets to such a point. On Linux a point in a destructor or another
+    /// function that may not throw ends the process; files, shared memory, logs and connections of
+    /// the library go without one. To be called only while `Run` is known not to have returned;
+    /// after that it may end the process, also under the mutex of the external reference. Throws
+    /// with operation `kThreadKill`.
     virtual void Kill() = 0;
     /// The thread's body: `CThread::Run`.
     virtual void* Run();

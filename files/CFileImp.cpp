@@ -2,6 +2,7 @@
 
 #include "files/platform/CBasicFilePlatform.h"
 #include "foundation/FailureDomains.h"
+#include "foundation/StNotCancelled.h"
 
 #include <cerrno>
 #include <iterator>
@@ -27,6 +28,7 @@ CFileImp::CFileImp(CFileSpec const& fileSpec)
 
 CFileImp::~CFileImp()
 {
+    StNotCancelled const notCancelled;
     try {
         if (mDescriptor != -1) CFileImp::Close();
     } catch (...) {

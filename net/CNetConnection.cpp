@@ -1,5 +1,6 @@
 #include "net/CNetConnection.h"
 
+#include "foundation/StNotCancelled.h"
 #include "net/CNetIntf.h"
 
 #include <algorithm>
@@ -15,6 +16,7 @@ CNetConnection::CNetConnection()
 
 CNetConnection::~CNetConnection()
 {
+    StNotCancelled const notCancelled;
     delete mNetIntf;
 }
 

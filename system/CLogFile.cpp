@@ -4,6 +4,7 @@
 #include "files/CFile.h"
 #include "files/CFileSpec.h"
 #include "foundation/FailureDomains.h"
+#include "foundation/StNotCancelled.h"
 #include "marl/HierarchicalException.h"
 #include "system/CDateTimeServices.h"
 #include "text/CUTFConverter.h"
@@ -179,6 +180,7 @@ CLogFile::CLogFile() = default;
 
 CLogFile::~CLogFile()
 {
+    StNotCancelled const notCancelled;
     CloseLogFile();
 }
 

@@ -1,5 +1,6 @@
 #include "system/CSharedMemory.h"
 
+#include "foundation/StNotCancelled.h"
 #include "system/CSharedMemoryImpl.h"
 
 CSharedMemory::CSharedMemory()
@@ -9,6 +10,7 @@ CSharedMemory::CSharedMemory()
 
 CSharedMemory::~CSharedMemory()
 {
+    StNotCancelled const notCancelled;
     try {
         Close();
     } catch (...) {

@@ -15,9 +15,15 @@
 #include "concurrency/CMutex.h"
 #include "concurrency/CSemaphore.h"
 #include "concurrency/StMutexLocker.h"
+#include "files/CFile.h"
+#include "files/CFileSpec.h"
 #include "foundation/FailureDomains.h"
 #include "marl/HierarchicalException.h"
+#include "net/CNetConnection.h"
+#include "system/CLogFile.h"
+#include "system/CSharedMemory.h"
 #include "testing/FailureOf.h"
+#include "testing/StTempDir.h"
 
 namespace {
 
@@ -278,6 +284,84 @@ TEST(CThread, AWaiterThatIsKilledHoldsNoLockAfterwards)
     EXPECT_TRUE(monitor.TryLock());
     monitor.Unlock();
 #endif
+}
+
+// The kill is there when they close what they hold, and takes effect behind them.
+TEST(CThread, AKillDoesNotMeetTheLibrarysObjectsOnTheirWayOut)
+{
+    StTempDir const folder;
+    CFileSpec const spec(folder.Write("file", "text"), false);
+    CNetConnection server;
+    unsigned short const port = server.SetServerPort(false, 20000, 30000, 1);
+    static CThread* sReferences[4] = {};  // what killed threads leave stays reachable
+    std::atomic<bool> isHeld{false};
+    std::atomic<bool> isKilled{false};
+    auto const hold = [&] {
+        isHeld = true;
+        while (!isKilled)
+            std::this_thread::yield();
+    };
+
+    struct Case
+    {
+        char const* mWhat;
+        std::function<void()> mWork;
+    };
+
+    Case const cases[] = {
+        {"a file",
+         [&] {
+             CFile file(spec);
+             file.Open(CFile::cPrivilegeRead);
+             hold();
+         }},
+        {"shared memory",
+         [&] {
+             CSharedMemory block;
+             block.Allocate(16, true);
+             hold();
+         }},
+        {"a log",
+         [&] {
+             CLogFile log;
+             log.OpenLogFile(spec, -1);
+             hold();
+         }},
+        {"a connection",
+         [&] {
+             CNetConnection connection;
+             connection.ResolveRemoteHost("127.0.0.1", port);
+             connection.Connect(10);
+             hold();
+         }},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.mWhat);
+        std::atomic<bool> isBehind{false};
+        std::atomic<pthread_t> thread{};
+        isHeld = false;
+        isKilled = false;
+        auto* const worker = new CWorker(
+            [&] {
+                thread = pthread_self();
+                c.mWork();
+                isBehind = true;
+                for (;;)
+                    CThread::Yield();
+            },
+            &sReferences[&c - cases], nullptr, nullptr);
+        CBasicThreadImp* const imp = worker->mImp;
+        imp->Start();
+        while (!isHeld)
+            std::this_thread::yield();
+        imp->Kill();
+        isKilled = true;
+        void* result = nullptr;
+        ASSERT_EQ(pthread_join(thread, &result), 0);
+        EXPECT_EQ(result, PTHREAD_CANCELED);
+        EXPECT_TRUE(isBehind);
+    }
+    server.Disconnect();
 }
 
 TEST(CThread, YieldReturnsWithNothingPending)
