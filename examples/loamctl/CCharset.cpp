@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "loamctl/Interruption.h"
 #include "loamctl/UTF16Loops.h"
 #include "marl/HierarchicalException.h"
 #include "text/CCharsetConverter.h"
@@ -86,8 +87,10 @@ bool CCharset::Decode(std::string_view bytes, std::u16string& text) const
 std::size_t CCharset::CountDecodable(std::string_view bytes) const
 {
     std::u16string text;
-    return CountGood(bytes.size(), kLongestCharacter,
-                     [&](std::size_t end) { return Decode(bytes.substr(0, end), text); });
+    return CountGood(bytes.size(), kLongestCharacter, [&](std::size_t end) {
+        ThrowIfInterrupted();
+        return Decode(bytes.substr(0, end), text);
+    });
 }
 
 std::size_t CCharset::FindUndecodable(std::string_view bytes) const

@@ -91,13 +91,31 @@ std::string_view WholeCharacters(std::string_view bytes, long long limit)
     return bytes.substr(0, end);
 }
 
+// The start of text in one of the known charsets, up to so many bytes of it, that doesn't end
+// within a character: none of them has such a byte in a character of several. All of the text if it
+// has none either.
+std::string_view WholeKnownCharacters(std::string_view bytes, std::size_t limit)
+{
+    if (bytes.size() <= limit) return bytes;
+    std::string_view const start = bytes.substr(0, limit);
+    auto const last =
+        std::find_if(start.rbegin(), start.rend(), [](char c) { return ByteOf(c) < 0x30; });
+    return last == start.rend() ? bytes
+                                : start.substr(0, static_cast<std::size_t>(start.rend() - last));
+}
+
 // The first byte of malformed UTF-8, for text that has been refused.
 long long FindMalformed(std::string_view bytes)
 {
     auto const* const begin = reinterpret_cast<UTF8 const*>(bytes.data());
     UTF8 const* const end = begin + bytes.size();
     UTF8 const* at = begin;
+    UTF8 const* lastCheck = at;
     while (at < end) {
+        if (at - lastCheck >= kStep) {
+            ThrowIfInterrupted();
+            lastCheck = at;
+        }
         bool const surrogate = *at == 0xED && end - at > 1 && at[1] >= 0xA0;
         if (surrogate || !isLegalUTF8Sequence(at, end)) break;
         at += *at < 0x80 ? 1 : *at < 0xE0 ? 2 : *at < 0xF0 ? 3 : 4;
@@ -296,30 +314,50 @@ void CDocument::RefuseUTF8()
 void CDocument::DecodeOther(CharsetGuess const& guess)
 {
     KnownCharset const* const known = FindKnownCharset(guess.GetDecoder());
-    if (known && known->mTable) {
-        NeedUnits(mSize);
-        if (known->mTable->Decode(Bytes(), mUnits)) {
-            mKind = Kind::kOtherCharset;
-            mCharset = guess.mCharset;
-            mText = {mUnits, static_cast<std::size_t>(mSize)};
-            return;
-        }
-    }
-    if (known) return DecodeOther(guess, known->mCharset);
-    DecodeOther(guess, CCharset(guess.GetDecoder()));
-}
-
-void CDocument::DecodeOther(CharsetGuess const& guess, CCharset const& charset)
-{
-    if (charset.Decode(Bytes(), mOther)) {
-        mKind = Kind::kOtherCharset;
-        mCharset = guess.mCharset;
+    mKind = Kind::kOtherCharset;
+    mCharset = guess.mCharset;
+    if (known && known->mTable && DecodeByTable(*known->mTable)) return;
+    std::size_t const bad = known ? DecodeInSteps(known->mCharset, static_cast<std::size_t>(kStep))
+                                  : DecodeInSteps(CCharset(guess.GetDecoder()), Bytes().size());
+    if (bad == Bytes().size()) {
         mText = mOther;
         return;
     }
-    std::size_t const bad = charset.FindUndecodable(Bytes());
     Refuse(Kind::kUnknownCharset, fmt::format("not {}: byte 0x{:02X} at offset {}", guess.mCharset,
                                               ByteOf(Bytes()[bad]), bad));
+}
+
+bool CDocument::DecodeByTable(CByteTable const& table)
+{
+    NeedUnits(mSize);
+    std::size_t done = 0;
+    while (done < Bytes().size()) {
+        ThrowIfInterrupted();
+        std::string_view const step = Bytes().substr(done, static_cast<std::size_t>(kStep));
+        if (!table.Decode(step, mUnits + done)) return false;
+        done += step.size();
+    }
+    mText = {mUnits, done};
+    return true;
+}
+
+// The offset of the first byte that doesn't fit, or the size.
+std::size_t CDocument::DecodeInSteps(CCharset const& charset, std::size_t stepSize)
+{
+    mOther.clear();
+    std::size_t done = 0;
+    std::u16string units;
+    while (done < Bytes().size()) {
+        ThrowIfInterrupted();
+        std::string_view const step = WholeKnownCharacters(Bytes().substr(done), stepSize);
+        bool const isAll = step.size() == Bytes().size();
+        if (!isAll) mOther.reserve(Bytes().size());
+        if (!charset.Decode(step, isAll ? mOther : units))
+            return done + charset.FindUndecodable(step);
+        mOther += units;
+        done += step.size();
+    }
+    return done;
 }
 
 void CDocument::DecodeUTF16(bool bigEndian)
@@ -332,9 +370,14 @@ void CDocument::DecodeUTF16(bool bigEndian)
     }
     NeedUnits(mSize / 2);
     auto const length = static_cast<std::size_t>(mSize - mMarkSize) / 2;
-    std::memcpy(mUnits, mBytes.data() + mMarkSize, length * 2);
+    bool const isSwapped = bigEndian != (std::endian::native == std::endian::big);
+    for (std::size_t done = 0, count = 0; done < length; done += count) {
+        ThrowIfInterrupted();
+        count = std::min(length - done, static_cast<std::size_t>(kStep));
+        std::memcpy(mUnits + done, mBytes.data() + mMarkSize + 2 * done, 2 * count);
+        if (isSwapped) SwapBytes(mUnits + done, count);
+    }
     mText = {mUnits, length};
-    if (bigEndian != (std::endian::native == std::endian::big)) SwapBytes(mUnits, length);
 
     ThrowIfInterrupted();
     auto const offset = [this](std::size_t unit) {

@@ -11,6 +11,7 @@
 
 #include "marl/amortizedmemblock.h"
 
+class CByteTable;
 class CCharset;
 class CFileSpec;
 struct CharsetGuess;
@@ -92,7 +93,8 @@ private:
     bool ConvertUTF8(std::string_view bytes) const;
     void DecodeUTF16(bool bigEndian);
     void DecodeOther(CharsetGuess const& guess);
-    void DecodeOther(CharsetGuess const& guess, CCharset const& charset);
+    bool DecodeByTable(CByteTable const& table);
+    std::size_t DecodeInSteps(CCharset const& charset, std::size_t stepSize);
     void Refuse(Kind kind, std::string reason);
     void NeedUnits(long long count);
 

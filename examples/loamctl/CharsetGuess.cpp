@@ -11,6 +11,7 @@
 
 #include "loamctl/CCharset.h"
 #include "loamctl/CLetterFit.h"
+#include "loamctl/Interruption.h"
 #include "loamctl/KnownCharsets.h"
 #include "text/CCharsetConverter.h"
 #include "text/CUnicodeCategoriesTable.h"
@@ -22,6 +23,9 @@ namespace {
 constexpr std::size_t kSampleSize = 8192;
 // How much is looked at to tell bytes that were never text.
 constexpr std::size_t kBinaryProbe = 4096;
+// So much of a large file is looked at byte by byte before somebody may want to stop: a few
+// milliseconds.
+constexpr std::size_t kStep = 8UL << 20;
 
 // A text in the right charset stays well below so much for each unit beyond ASCII, and bytes that
 // are no text stay above it. A few units may be anything.
@@ -206,7 +210,12 @@ UTF8Tally TallyUTF8(std::string_view bytes)
     UTF8Tally tally;
     auto const* at = reinterpret_cast<UTF8 const*>(bytes.data());
     UTF8 const* const end = at + bytes.size();
+    UTF8 const* lastCheck = at;
     while (at < end) {
+        if (at - lastCheck >= static_cast<std::ptrdiff_t>(kStep)) {
+            ThrowIfInterrupted();
+            lastCheck = at;
+        }
         if (*at < 0x80) {
             at = BehindASCII(at, end);
             continue;
@@ -242,8 +251,13 @@ CharsetGuess GuessUTF8(std::string_view bytes)
 std::string BytesIn(std::string_view bytes)
 {
     std::array<bool, 256> isThere{};
-    for (char const c : bytes)
-        isThere[static_cast<unsigned char>(c)] = true;
+    while (!bytes.empty()) {
+        ThrowIfInterrupted();
+        std::string_view const step = bytes.substr(0, kStep);
+        for (char const c : step)
+            isThere[static_cast<unsigned char>(c)] = true;
+        bytes.remove_prefix(step.size());
+    }
     std::string found;
     for (std::size_t code = 0; code < isThere.size(); ++code) {
         if (isThere[code]) found += static_cast<char>(code);
@@ -397,6 +411,7 @@ CharsetGuess GuessCharset(std::string_view bytes)
 {
     for (auto const ask :
          {GuessByMark, GuessUTF16, RefuseNull, GuessISO2022, GuessUTF8, RefuseControls}) {
+        ThrowIfInterrupted();
         CharsetGuess guess = ask(bytes);
         if (!guess.mReason.empty()) return guess;
     }

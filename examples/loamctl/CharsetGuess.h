@@ -25,5 +25,6 @@ struct CharsetGuess
 };
 
 /// Looks at all bytes for what they can be, and at some thousand of them for what they are. Bytes
-/// that end within a character are taken for the start of a longer text. Any thread may call.
+/// that end within a character are taken for the start of a longer text. Throws `CInterrupted`. Any
+/// thread may call.
 CharsetGuess GuessCharset(std::string_view bytes);

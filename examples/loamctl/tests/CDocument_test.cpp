@@ -7,6 +7,9 @@
 #include <gtest/gtest.h>
 
 #include "files/CFileSpec.h"
+#include "loamctl/CCharset.h"
+#include "loamctl/CharsetGuess.h"
+#include "loamctl/Interruption.h"
 #include "loamctl/UTF16Loops.h"
 #include "loamctl/tests/RunLoamctl.h"
 #include "marl/HierarchicalException.h"
@@ -212,6 +215,58 @@ TEST(CDocument, ReadsLargeTextsWhole)
         EXPECT_EQ(document.GetReason(),
                   "not UTF-8: byte 0xFF at offset " + std::to_string(bytes.size() - 1));
     }
+}
+
+// So are those of other charsets: the steps end behind a line, a blank or any byte of a table.
+TEST(CDocument, ReadsLargeTextsOfOtherCharsetsWhole)
+{
+    struct
+    {
+        char const* mWhat;
+        char const* mCharset;
+        std::u16string mPart;
+        std::string mBad;  // which no text of the charset ends in; empty if there is no such thing
+        char const* mReason;
+    } const cases[] = {
+        {"a table", "windows-874",
+         u"\u0e20\u0e32\u0e29\u0e32\u0e44\u0e17\u0e22\u0e40\u0e1b\u0e47\u0e19\n", "", ""},
+        {"two bytes, in lines", "Shift_JIS",
+         u"\u543e\u8f29\u306f\u732b\u3067\u3042\u308b\u3002\u540d\u524d\u306f\u307e\u3060\n",
+         "\x81", "not Shift_JIS: byte 0x81 at offset "},
+        {"two bytes, all in one", "Shift_JIS",
+         u"\u543e\u8f29\u306f\u732b\u3067\u3042\u308b\u3002\u540d\u524d\u306f\u307e\u3060", "", ""},
+        {"UTF-16", "UTF-16BE", u"\u543e\u8f29\u306f\u732b, caf\u00e9\n", "\xD8\x3D",
+         "not UTF-16: lone surrogate at offset "},
+    };
+
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.mWhat);
+        std::string part;
+        ASSERT_TRUE(CCharset(c.mCharset).Encode(c.mPart, part));
+        std::string bytes;
+        std::u16string text;
+        while (bytes.size() <= std::size_t{9} << 20) {
+            bytes += part;
+            text += c.mPart;
+        }
+        CDocument document;
+        document.Read(bytes);
+        EXPECT_EQ(document.GetKindName(), c.mCharset);
+        EXPECT_TRUE(document.GetText() == text);
+
+        if (c.mBad.empty()) continue;
+        document.Read(bytes + c.mBad);
+        EXPECT_EQ(document.GetReason(), c.mReason + std::to_string(bytes.size()));
+    }
+}
+
+TEST(CDocument, MindsThatItIsNotWantedAnyMore)
+{
+    StUnwanted const unwanted;
+    CDocument document;
+    EXPECT_THROW(document.Read(std::string_view("caf\xe9 au lait")), CInterrupted);
+    EXPECT_THROW(document.Read(std::string_view("caf\u00e9 au lait")), CInterrupted);
+    EXPECT_THROW(GuessCharset("caf\xe9 au lait"), CInterrupted);
 }
 
 std::size_t FindLonePlainly(std::u16string const& text)
