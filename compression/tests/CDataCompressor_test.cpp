@@ -11,6 +11,8 @@
 #include <optional>
 #include <vector>
 
+#include <zstd.h>
+
 namespace {
 
 constexpr Kind kBzip2 = CDataCompressionServices::kDataCompressionBzip2;
@@ -172,6 +174,52 @@ TEST(CDataCompressor, ChunkRunsAndOneShotsReadEachOther)
     }
 }
 
+// Each end of a block is the end of a chunk, and so are the places around it; the stream is cut
+// near its ends and at many places between.
+TEST(CDataCompressor, CutsAroundTheEndsOfBlocksGiveTheSame)
+{
+    struct
+    {
+        Kind mKind;
+        std::size_t mBlock;
+    } const cases[] = {{kZstd, 131072}, {kZstd, 1048576}, {kBzip2, 299981}};
+
+    for (auto const& c : cases) {
+        SCOPED_TRACE(NameOf(c.mKind));
+        std::string const text = TextOf(c.mBlock + 3);
+        auto const compressor = NewCompressor(c.mKind);
+        std::string const stream = CompressedInChunks(*compressor, text, c.mBlock, 1).mBytes;
+        amortizedmemblock out;
+        int wrong = 0;
+        for (std::size_t const cut :
+             {std::size_t{1}, c.mBlock - 2, c.mBlock - 1, c.mBlock, c.mBlock + 1, c.mBlock + 2}) {
+            bool isGood = compressor->StartCompressChunks(0, out);
+            isGood &= compressor->CompressChunk(text.data(), cut, out);
+            std::string packed = Content(out);
+            isGood &= compressor->CompressChunk(text.data() + cut, text.size() - cut, out);
+            packed += Content(out);
+            isGood &= compressor->FinishCompressChunks(out);
+            packed += Content(out);
+            if (!isGood || Decompressed(*compressor, packed) != Made{true, text}) ++wrong;
+        }
+        EXPECT_EQ(wrong, 0) << "cuts of the text";
+
+        std::size_t const step = stream.size() / 20;
+        for (std::size_t cut = 1; cut < stream.size(); ++cut) {
+            bool const isNearAnEnd = cut < 20 || stream.size() - cut < 20;
+            if (!isNearAnEnd && cut % step != 0) continue;
+            bool isGood = compressor->StartDecompressChunks(0, out);
+            isGood &= compressor->DecompressChunk(stream.data(), cut, out);
+            std::string read = Content(out);
+            isGood &= compressor->DecompressChunk(stream.data() + cut, stream.size() - cut, out);
+            read += Content(out);
+            isGood &= compressor->FinishDecompressChunks(out);
+            if (!isGood || read != text) ++wrong;
+        }
+        EXPECT_EQ(wrong, 0) << "cuts of the stream";
+    }
+}
+
 TEST(CDataCompressor, ChunksOfARunMayDifferInSize)
 {
     std::string const text = TextOf(700000);
@@ -310,6 +358,36 @@ TEST(CDataCompressor, AHostStopsABombByItsBlock)
             reader->FinishDecompressChunks(chunk);
         }
     }
+}
+
+// What a one-shot of zstd's asks of the block is the library's bound, and the stated size.
+TEST(CDataCompressor, ABlockGrowsToTheBoundAndNoFurther)
+{
+    class CNotedBlock : public amortizedmemblock
+    {
+    public:
+        CNotedBlock()
+            : amortizedmemblock(0, 1.0F)
+        {
+        }
+
+        void resize(unsigned long newSize) override
+        {
+            amortizedmemblock::resize(newSize);
+            mMost = std::max(mMost, allocatedSize());
+        }
+
+        unsigned long mMost = 0;
+    };
+
+    std::string const text = TextOf(1000000);
+    auto const compressor = NewCompressor(kZstd);
+    CNotedBlock packed;
+    ASSERT_TRUE(compressor->Compress(text.data(), text.size(), packed));
+    EXPECT_EQ(packed.mMost, ZSTD_compressBound(text.size()));
+    CNotedBlock read;
+    ASSERT_TRUE(compressor->Decompress(packed.data(), packed.size(), read));
+    EXPECT_EQ(read.mMost, text.size());
 }
 
 TEST(CDataCompressor, ReadsThePrograms)
