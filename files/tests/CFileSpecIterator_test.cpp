@@ -75,10 +75,16 @@ TEST(CFileSpecIterator, AddsASlashUnlessItIsTheRoot)
     StTempDir const folder;
     folder.Write("file", "");
     EXPECT_EQ(PathsIn(Spec(folder.Path())), std::set<std::string>{folder.Path() + "/file"});
+    EXPECT_EQ(PathsIn(Spec("/")).count("/tmp"), 1U);
+}
+
+TEST(CFileSpecIterator, KeepsDoublingTheSlashAtTheEndOfAFolder)
+{
+    StTempDir const folder;
+    folder.Write("file", "");
     EXPECT_EQ(PathsIn(Spec(folder.Path() + "/")), std::set<std::string>{folder.Path() + "//file"});
     EXPECT_EQ(PathsIn(CFileSpec(Spec(folder.Path()), std::string(), false)),
               std::set<std::string>{folder.Path() + "//file"});
-    EXPECT_EQ(PathsIn(Spec("/")).count("/tmp"), 1U);
 }
 
 TEST(CFileSpecIterator, FollowsALinkToItsFolder)
