@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""`loamctl search` over trees of files, beside `rg -i` where both can find the same.
+"""`loamctl search` over trees of files, beside `rg -i` where both can find the same, and in a store.
 
     benchmarks/search_tree.py --loamctl build/benchmarks/examples/loamctl/loamctl
     benchmarks/search_tree.py --loamctl ... --json       one JSON object a line and no table
@@ -10,7 +10,8 @@ Two trees of 500 MB: `mixed`, four tenths of it UTF-8 in eleven kinds of text an
 Latin-1, windows-1251, KOI8-R, Shift_JIS, and UTF-16 with and without a byte-order mark; and `ascii`.
 A third of each tree's bytes is in files of 8 MB, the rest in files of 1 MB, 64 KB and 8 KB. The texts
 are those of LOAM_CORPORA or ../shared/corpora, and where neither is there, common words in an order
-of chance. What a charset lacks is left out.
+of chance. What a charset lacks is left out. A third tree, `letters`, has 1,000 files of 5 KB in UTF-8:
+there the peer of a search in a store of them is the search of the files, which must show the same.
 
 The programs run in turn, with two threads each, on files that have been read before; the best of
 several rounds counts. MB/s are bytes of files by the clock; the time of all processors stands
@@ -62,6 +63,9 @@ MIXED = [
     (0.5, ["fr", "ko"], "utf-16-be", b""),
 ]
 ASCII = [(10, ["en"], "ascii", b"")]
+
+LETTERS = 1000
+LETTER_SIZE = 5000
 
 # Share of the bytes, and the size of a file.
 SIZES = [(0.33, 8_000_000), (0.37, 1_000_000), (0.2, 64_000), (0.1, 8_000)]
@@ -118,6 +122,17 @@ def tree_in(folder, name, kinds, size):
     return path
 
 
+def letters_in(folder):
+    path = folder / "letters"
+    if not path.is_dir():
+        texts = [Text(language, "utf-8") for language in sorted(WORDS)]
+        for number in range(LETTERS):
+            place = path / str(number // 100)
+            place.mkdir(parents=True, exist_ok=True)
+            (place / f"{number}.txt").write_bytes(texts[number % len(texts)].take(LETTER_SIZE))
+    return path
+
+
 def size_of(folder):
     return sum(path.stat().st_size for path in folder.rglob("*.txt"))
 
@@ -150,6 +165,30 @@ def best(commands, expected, rounds):
     return [tuple(min(column) for column in zip(*taken)) for taken in times]
 
 
+def measure_store(arguments, folder, searches):
+    letters = letters_in(folder)
+    store = folder / "letters.store"
+    subprocess.run([arguments.loamctl, "index", "-f", "-o", store, letters], check=True, stdout=subprocess.DEVNULL)
+    size = size_of(letters) / 1e6
+    for what, word, ours, _, expected in searches:
+        command = [arguments.loamctl, "search", "-j", JOBS, *ours, word]
+        in_store, in_files = command + ["--in", store], command + [letters]
+        shown = [subprocess.run(each, stdout=subprocess.PIPE).stdout for each in (in_store, in_files)]
+        if shown[0] != shown[1]:
+            sys.exit(f"search_tree: the store doesn't answer as the files do: {' '.join(map(str, in_store))}")
+        (clock, processors), peer = best([in_store, in_files], expected, 4 * arguments.rounds)
+        yield {
+            "name": f"search store: a word that occurs {what}",
+            "ours": round(size / clock, 1),
+            "peer": round(size / peer[0], 1),
+            "ratio": round(peer[0] / clock, 3),
+            "unit": "MB/s",
+            "least": 1,
+            "ours_processor_seconds": round(processors, 3),
+            "peer_processor_seconds": round(peer[1], 3),
+        }
+
+
 def measure(arguments, folder):
     mixed = tree_in(folder, "mixed", MIXED, arguments.size * 1_000_000)
     ascii_only = tree_in(folder, "ascii", ASCII, arguments.size * 1_000_000)
@@ -177,6 +216,7 @@ def measure(arguments, folder):
                 "peer_processor_seconds": round(peer[0][1], 3) if peer else None,
             }
             yield row
+    yield from measure_store(arguments, folder, searches)
 
 
 def main():
@@ -191,7 +231,7 @@ def main():
     with tempfile.TemporaryDirectory(prefix="loam-search-") as temporary:
         folder = arguments.keep or pathlib.Path(temporary)
         if not arguments.json:
-            print(f"{'':48}{'loamctl':>10}{'rg -i':>10}{'ratio':>8}{'CPU':>8}{'CPU rg':>8}")
+            print(f"{'':48}{'loamctl':>10}{'peer':>10}{'ratio':>8}{'CPU':>8}{'peer':>8}")
         for row in measure(arguments, folder):
             if arguments.json:
                 print(json.dumps(row), flush=True)
