@@ -37,6 +37,9 @@ public:
     ~StLoamctl();
 
     void Signal(int signal) const;
+
+    pid_t Id() const { return mChild; }
+
     /// Blocks until it has ended. 128 and more: ended by a signal, which is told by `WasKilled`
     /// from an exit code of that size.
     int Wait();

@@ -90,4 +90,13 @@ TEST(Run, EndsAProgramThatTakesTooLong)
     EXPECT_EQ(result.mExitCode, 0);
 }
 
+TEST(Run, AsksAProgramTwiceToEnd)
+{
+    constexpr char kScript[] = "trap 'echo interrupted' INT; trap 'echo terminated; exit' TERM; "
+                               "while :; do sleep 0.01; done";
+    RunResult const result = RunLoamctl({"run", "-t", "1", "sh", "-c", kScript});
+    EXPECT_EQ(result.mOutput, "interrupted\nterminated\n");
+    EXPECT_EQ(result.mExitCode, 0);
+}
+
 }  // namespace

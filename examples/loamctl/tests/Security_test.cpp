@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "loamctl/tests/RunLoamctl.h"
+#include "security/CPwdDBServices.h"
 #include "testing/StEnvironment.h"
 #include "testing/StSecretService.h"
 #include "testing/StTempDir.h"
@@ -264,6 +265,24 @@ TEST_F(Security, PasswordIsKeptAndDeleted)
         EXPECT_EQ(Shell("$LOAMCTL password delete" + entry).mExitCode, 1);
         EXPECT_EQ(Shell("$LOAMCTL password get" + entry).mOutput, "");
     }
+}
+
+TEST_F(Security, PasswordTellsWhetherTheStoreIsLocked)
+{
+    if (!StSecretService::IsThere())
+        GTEST_SKIP() << "dbus-daemon or gnome-keyring-daemon is not installed";
+    StSecretService const service;
+    mFolder.Write("secret", "of mine\n");
+    Shell("$LOAMCTL password set --service s --account a --password-fd 3 3<secret");
+    auto const stored = ParseLines(Run({"password", "get", "--service", "s", "--json"}).mOutput);
+    EXPECT_EQ(stored.at(0)["password"], "of mine");
+    EXPECT_EQ(Run({"password", "status"}).mExitCode, 0);
+    EXPECT_TRUE(CPwdDBServices().Lock());
+    RunResult const status = Run({"password", "status"});
+    EXPECT_EQ(status.mOutput, "locked\n");
+    EXPECT_EQ(status.mExitCode, 1);
+    auto const told = ParseLines(Run({"password", "status", "--json"}).mOutput, "password_store");
+    EXPECT_EQ(told.at(0)["state"], "locked");
 }
 
 TEST_F(Security, PasswordTellsThatThereIsNoStore)

@@ -1,11 +1,15 @@
 // `loamctl serve` and `fetch`, run as a user would, and clients that know nothing of either.
 
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "loamctl/tests/RunLoamctl.h"
@@ -232,6 +236,43 @@ TEST_F(Serve, TellsWhatCannotBeServed)
     for (char const* const ports : {"", "x", "5-", "-5", "9-5", "70000", "5-6-7"})
         EXPECT_EQ(RunLoamctl({"serve", std::string("--port=") + ports}).mExitCode, 2) << ports;
 }
+
+#ifdef __linux__
+// Whether a thread of a process stands in a call of the system, told by its number.
+bool IsInCall(pid_t process, long call)
+{
+    namespace fs = std::filesystem;
+    for (fs::path const& thread :
+         fs::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
+        std::ifstream file(thread / "syscall");
+        long found = -1;
+        if (file >> found && found == call) return true;
+    }
+    return false;
+}
+
+// A queue that is full answers nobody, so that the system goes on asking.
+TEST(Fetch, EndsAtCtrlCWhileItConnects)
+{
+    std::ifstream own("/proc/self/syscall");
+    std::string word;
+    if (!(own >> word)) GTEST_SKIP() << "this system doesn't tell in which call a process is";
+    CNetConnection full;
+    unsigned short const port = full.SetServerPort(false, 0, 0, 0);
+    CNetConnection first;
+    first.ResolveRemoteHost("127.0.0.1", port);
+    first.Connect(5);
+    StChannel channel = StChannel::Pipe();
+    StLoamctl loamctl({"fetch", "127.0.0.1", std::to_string(port), "facts a"}, channel.In(),
+                      channel.In());
+    while (!IsInCall(loamctl.Id(), SYS_connect))
+        std::this_thread::yield();
+    loamctl.Signal(SIGINT);
+    EXPECT_EQ(loamctl.Wait(), 128 + SIGINT);
+    EXPECT_FALSE(loamctl.WasKilled());
+    full.Disconnect();
+}
+#endif
 
 TEST(Fetch, EndsAtCtrlCWhileItWaits)
 {
