@@ -178,6 +178,20 @@ TEST_F(MountedVolumes, KnowAFolderThatIsBoundElsewhere)
         << "both are on one device";
 }
 
+TEST_F(MountedVolumes, AreFoundByTheirNames)
+{
+    auto const find = [](char16_t const* name) {
+        std::string path;
+        CFileSpec(CFileSpec::cContainerMountedVolume, name, false).GetFullPath8bit(&path);
+        return path;
+    };
+    std::string const place = mDir.MakeFolder("Our Disk");
+    EXPECT_EQ(find(u"Our Disk"), "/Volumes/Our Disk");
+    ASSERT_TRUE(Mount("-t tmpfs tmpfs", place));
+    EXPECT_EQ(find(u"Our Disk"), place);
+    EXPECT_EQ(find(u"our disk"), "/Volumes/our disk");
+}
+
 TEST_F(MountedVolumes, AreThoseOnTop)
 {
     std::string const place = mDir.MakeFolder("pile");
