@@ -40,6 +40,11 @@ protected:
     StTempDir mFolder;
 };
 
+bool CanLeaveTheSession()
+{
+    return RunShell("command -v setsid").mExitCode == 0;
+}
+
 bool HasEcho(int terminal)
 {
     termios state = {};
@@ -51,6 +56,11 @@ class SecurityAtTerminal : public Security
 {
 protected:
     using Talk = std::vector<std::pair<std::string, std::string>>;
+
+    void SetUp() override
+    {
+        if (!CanLeaveTheSession()) GTEST_SKIP() << "there is no setsid";
+    }
 
     void Answer(std::string const& arguments, Talk const& talk)
     {
@@ -202,6 +212,7 @@ TEST_F(Security, CryptRefusesWhatCanNotBe)
 
 TEST_F(Security, CryptFailsWithoutATerminalToAskOn)
 {
+    if (!CanLeaveTheSession()) GTEST_SKIP() << "there is no setsid";
     mFolder.Write("in", "text");
     RunResult const result = Shell("setsid -w $LOAMCTL crypt --aes in -o out");
     EXPECT_EQ(result.mExitCode, 2);
