@@ -1,5 +1,7 @@
 #include "text/MappedUnits.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "text/CUnicodeMappingTable.h"
@@ -19,10 +21,14 @@ public:
 private:
     static ByteBits MappedPages(CUnicodeMappingTable const& table)
     {
-        ByteBits pages = {};
+        ByteBits pages;
         std::uint16_t const* const halves = table.GetMappedHalves();
-        for (unsigned int page = 0; page < 0x100; ++page) {
-            if ((halves[page / 8] >> page % 8 * 2 & 3) != 0) pages.Add(page);
+        for (std::size_t at = 0; at < sizeof pages.mBytes; ++at) {
+            // Of each pair of halves the lower bit, then those side by side.
+            unsigned int bits = (halves[at] | halves[at] >> 1) & 0x5555U;
+            bits = (bits | bits >> 1) & 0x3333;
+            bits = (bits | bits >> 2) & 0x0F0F;
+            pages.mBytes[at] = static_cast<unsigned char>(bits | bits >> 4);
         }
         return pages;
     }

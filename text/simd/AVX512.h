@@ -88,3 +88,46 @@ LOAM_AVX512_INLINE __m512i GatherEighths(__m512i vector)
     return reinterpret_cast<__m512i>(
         __builtin_shufflevector(eighths, eighths, 0, 2, 4, 6, 1, 3, 5, 7));
 }
+
+/// Each second byte of two vectors, as the look-up in both wants its places, from the first one on.
+struct EverySecond
+{
+    alignas(64) std::uint8_t mPlaces[64];
+
+    constexpr explicit EverySecond(unsigned int first)
+        : mPlaces{}
+    {
+        for (unsigned int at = 0; at < 64; ++at)
+            mPlaces[at] = static_cast<std::uint8_t>(2 * at + first);
+    }
+};
+
+static constexpr EverySecond kLowBytes(0);
+static constexpr EverySecond kHighBytes(1);
+
+/// Of 64 units, 32 in each vector.
+LOAM_AVX512_INLINE __m512i LowBytes(__m512i first, __m512i second)
+{
+    return _mm512_permutex2var_epi8(first, _mm512_load_si512(&kLowBytes), second);
+}
+
+LOAM_AVX512_INLINE __m512i HighBytes(__m512i first, __m512i second)
+{
+    return _mm512_permutex2var_epi8(first, _mm512_load_si512(&kHighBytes), second);
+}
+
+/// What stands in a table of 128 bytes at the lower seven bits of each of `places`.
+LOAM_AVX512_INLINE __m512i LookUpIn128(void const* table, __m512i places)
+{
+    return _mm512_permutex2var_epi8(
+        _mm512_loadu_si512(table), places,
+        _mm512_loadu_si512(static_cast<std::uint8_t const*>(table) + 64));
+}
+
+/// What stands in a table of 256 bytes.
+LOAM_AVX512_INLINE __m512i LookUpIn256(void const* table, __m512i places)
+{
+    __m512i const lower = LookUpIn128(table, places);
+    __m512i const upper = LookUpIn128(static_cast<std::uint8_t const*>(table) + 128, places);
+    return _mm512_mask_mov_epi8(lower, _mm512_movepi8_mask(places), upper);
+}

@@ -43,11 +43,7 @@ LOAM_VECTOR_INLINE HalvedUnits LoadUnits(void const* units)
 {
     __m512i const first = _mm512_loadu_si512(units);
     __m512i const second = _mm512_loadu_si512(static_cast<char const*>(units) + sizeof(Bytes));
-    __m512i const low = _mm512_packus_epi16(_mm512_and_si512(first, ::EachUnit<0xFF>()),
-                                            _mm512_and_si512(second, ::EachUnit<0xFF>()));
-    __m512i const high =
-        _mm512_packus_epi16(_mm512_srli_epi16(first, 8), _mm512_srli_epi16(second, 8));
-    return {Out(GatherEighths(low)), Out(GatherEighths(high))};
+    return {Out(LowBytes(first, second)), Out(HighBytes(first, second))};
 }
 
 LOAM_VECTOR_INLINE Places WhereEqual(Bytes a, Bytes b)

@@ -23,22 +23,6 @@ constexpr int kWindow = 64;
 // What is shorter is done unit by unit before a window is set up.
 constexpr int kShort = 12;
 
-// Each second byte of two vectors, as `_mm512_permutex2var_epi8` wants it, from the first one on.
-struct EverySecond
-{
-    alignas(64) std::uint8_t mPlaces[64];
-
-    constexpr explicit EverySecond(unsigned int first)
-        : mPlaces{}
-    {
-        for (unsigned int at = 0; at < 64; ++at)
-            mPlaces[at] = static_cast<std::uint8_t>(2 * at + first);
-    }
-};
-
-constexpr EverySecond kLowBytes(0);
-constexpr EverySecond kHighBytes(1);
-
 // By the lower two bits of a page, where the bits of its halves stand in a byte.
 struct BitsOfHalves
 {
@@ -70,8 +54,8 @@ struct Window
         __m512i const first = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes), text);
         __m512i const second =
             _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes >> 32), text + 32);
-        mLow = _mm512_permutex2var_epi8(first, _mm512_load_si512(&kLowBytes), second);
-        mHigh = _mm512_permutex2var_epi8(first, _mm512_load_si512(&kHighBytes), second);
+        mLow = LowBytes(first, second);
+        mHigh = HighBytes(first, second);
     }
 };
 
@@ -148,13 +132,7 @@ private:
     {
         __m512i const numbers = _mm512_set1_epi32(static_cast<int>(page.mNumbers));
         __mmask64 const isHere = _mm512_cmpeq_epi8_mask(units.mHigh, numbers);
-        std::uint8_t const* const table = page.mCodes;
-        __m512i const lower = _mm512_permutex2var_epi8(_mm512_loadu_si512(table), units.mLow,
-                                                       _mm512_loadu_si512(table + 64));
-        __m512i const upper = _mm512_permutex2var_epi8(_mm512_loadu_si512(table + 128), units.mLow,
-                                                       _mm512_loadu_si512(table + 192));
-        __m512i const both = _mm512_mask_mov_epi8(lower, _mm512_movepi8_mask(units.mLow), upper);
-        codes = _mm512_mask_mov_epi8(codes, isHere, both);
+        codes = _mm512_mask_mov_epi8(codes, isHere, LookUpIn256(page.mCodes, units.mLow));
         left &= ~isHere;
     }
 

@@ -8,13 +8,13 @@
 LOAM_VECTOR char16_t const*
 FindFirstUnitAVX2(CUnitSet& set, char16_t const* begin, char16_t const* end, bool isMember)
 {
-    return FindFirst(set, begin, end, isMember);
+    return FindFirst(CMembers(set, isMember), begin, end);
 }
 
 LOAM_VECTOR char16_t const*
 FindLastUnitAVX2(CUnitSet& set, char16_t const* begin, char16_t const* end, bool isMember)
 {
-    return FindLast(set, begin, end, isMember);
+    return FindLast(CMembers(set, isMember), begin, end);
 }
 
 LOAM_VECTOR void ClassifyAVX2(ByteBits const& set, unsigned char const* bytes, ByteBits& bits)

@@ -8,13 +8,13 @@
 LOAM_VECTOR char16_t const*
 FindFirstUnitSSE42(CUnitSet& set, char16_t const* begin, char16_t const* end, bool isMember)
 {
-    return FindFirst(set, begin, end, isMember);
+    return FindFirst(CMembers(set, isMember), begin, end);
 }
 
 LOAM_VECTOR char16_t const*
 FindLastUnitSSE42(CUnitSet& set, char16_t const* begin, char16_t const* end, bool isMember)
 {
-    return FindLast(set, begin, end, isMember);
+    return FindLast(CMembers(set, isMember), begin, end);
 }
 
 LOAM_VECTOR void ClassifySSE42(ByteBits const& set, unsigned char const* bytes, ByteBits& bits)

@@ -36,15 +36,19 @@ LOAM_VECTOR_INLINE Places WhereIn(ByteBits const& set, BitsInSet const& bits)
     return WhereSet(LookUp(set.mBytes, bits.mByte), bits.mBit);
 }
 
-// Looks for members of a set, a vector of units at a time.
+// Looks for members of a set, or for all others, a vector of units at a time.
 class CMembers
 {
 public:
-    LOAM_VECTOR_INLINE explicit CMembers(CUnitSet& set)
+    LOAM_VECTOR_INLINE CMembers(CUnitSet& set, bool isMember)
         : mSet(set)
+        , mFlip(isMember ? 0 : kAllPlaces)
     {
     }
 
+    LOAM_VECTOR_INLINE Places FindHits(char16_t const* text) { return Where(text) ^ mFlip; }
+
+private:
     LOAM_VECTOR_INLINE Places Where(char16_t const* text)
     {
         HalvedUnits const units = LoadUnits(text);
@@ -65,7 +69,6 @@ public:
         return members;
     }
 
-private:
     // Pages that were met are asked for again in the blocks that follow, for a while: whether they
     // occur is nothing that a processor can foresee, and a wrong guess takes longer than they do.
     static constexpr unsigned int kUsual = 8;
@@ -82,34 +85,33 @@ private:
     }
 
     CUnitSet& mSet;
+    Places mFlip;
     unsigned int mUsual[kUsual] = {};
     unsigned int mUsualCount = 0;
     unsigned int mBlocks = 0;
 };
 
+template <class Members>
 LOAM_VECTOR_INLINE char16_t const*
-FindFirst(CUnitSet& set, char16_t const* begin, char16_t const* end, bool isMember)
+FindFirst(Members members, char16_t const* begin, char16_t const* end)
 {
-    CMembers members(set);
-    Places const flip = isMember ? 0 : kAllPlaces;
     for (char16_t const* at = begin;; at += kPlaces) {
         // The last ones are looked at together with some of those before them, where nothing was.
         if (end - at < kPlaces) at = end - kPlaces;
-        Places const hits = members.Where(at) ^ flip;
+        Places const hits = members.FindHits(at);
         if (hits != 0) return at + std::countr_zero(hits);
         if (end - at == kPlaces) return nullptr;
     }
 }
 
+template <class Members>
 LOAM_VECTOR_INLINE char16_t const*
-FindLast(CUnitSet& set, char16_t const* begin, char16_t const* end, bool isMember)
+FindLast(Members members, char16_t const* begin, char16_t const* end)
 {
-    CMembers members(set);
-    Places const flip = isMember ? 0 : kAllPlaces;
     for (;;) {
         if (end - begin < kPlaces) end = begin + kPlaces;
         end -= kPlaces;
-        Places const hits = members.Where(end) ^ flip;
+        Places const hits = members.FindHits(end);
         if (hits != 0) return end + std::bit_width(hits) - 1;
         if (end == begin) return nullptr;
     }

@@ -341,6 +341,40 @@ TEST_P(ScanKernelsTest, FindUnitsAmongAnyNumberOfPages)
     EXPECT_TRUE(holds);
 }
 
+// Longer than anything is remembered of the pages that were met.
+TEST_P(ScanKernelsTest, FindOneUnitInLongTextsOfManyPages)
+{
+    Members const members = SomeMembers();
+    std::mt19937 random(31);
+    std::string wrong;
+    for (unsigned int const pages : {1U, 2U, 3U, 5U, 7U, 13U, 15U, 60U}) {
+        for (bool const isMember : {true, false}) {
+            // Of so many mixed pages.
+            Units others;
+            Units hits;
+            for (unsigned int unit = 0; unit < 0x10000; ++unit) {
+                if ((unit >> 8 & 1) != 0 || unit >> 9 >= pages) continue;
+                (members.mUnits[unit] == isMember ? hits : others) += static_cast<char16_t>(unit);
+            }
+            Units text(300 * kLeast, u' ');
+            for (char16_t& unit : text)
+                unit = others[random() % others.size()];
+            char16_t const* const end = text.data() + text.size();
+            for (size_t block = 0; block < text.size(); block += kLeast) {
+                char16_t& place = text[block + random() % kLeast];
+                char16_t const former = std::exchange(place, hits[random() % hits.size()]);
+                for (FindUnit* const find : {mKernels->mFindFirstUnit, mKernels->mFindLastUnit}) {
+                    CToldSet set(members);
+                    if (find(set, text.data(), end, isMember) != &place)
+                        wrong += std::to_string(&place - text.data()) + " ";
+                }
+                place = former;
+            }
+        }
+    }
+    EXPECT_EQ(wrong, "");
+}
+
 TEST_P(ScanKernelsTest, ClassifyAnyBytes)
 {
     std::mt19937 random(13);
