@@ -1,6 +1,10 @@
 // pack, unpack and train: files both ways, also with the zstd and bzip2 programs, and bad streams.
 
+#include <csignal>
+#include <cstdint>
+#include <filesystem>
 #include <string>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -152,6 +156,27 @@ TEST(Pack, LetsNobodyReadMoreThanBefore)
     struct stat found = {};
     ASSERT_EQ(stat((file + ".zst").c_str(), &found), 0);
     EXPECT_EQ(found.st_mode & 0777, 0600U);
+}
+
+TEST(Pack, LeavesNothingOfAFileWhenItIsStopped)
+{
+    for (std::string const option : {"--long", "--bzip2"}) {
+        SCOPED_TRACE(option);
+        StTempDir const folder;
+        std::string const file = folder.Write("a", "");
+        // Zeros that take no room, for minutes.
+        std::filesystem::resize_file(file, std::uintmax_t{100} << 30);
+        StChannel output = StChannel::Pipe();
+        StLoamctl loamctl({"pack", file, option}, output.In(), output.In());
+        output.CloseIn();
+        while (Listing(folder) == "a\n")
+            std::this_thread::yield();
+        loamctl.Signal(SIGINT);
+        EXPECT_EQ(loamctl.Wait(), 130);
+        EXPECT_FALSE(loamctl.WasKilled());
+        EXPECT_EQ(output.ReadAll(), "loamctl: stopped by signal 2\n");
+        EXPECT_EQ(Listing(folder), "a\n");
+    }
 }
 
 TEST(Unpack, BadStreamsAreErrorsAndLeaveNothing)
