@@ -24,6 +24,8 @@
 //   what the platform keeps comes through, such as C1 in the ISO charsets.
 // - A byte-order mark is taken off UTF-8, UTF-16 and UTF-32, unless the name tells the byte order.
 //   None is written: "UTF-16" becomes the processor's byte order, and is read as big-endian.
+// - Of "x-mac-latin1", whose table was never published, Linux knows the characters that Latin-1 and
+//   Mac OS Roman both have, and refuses the other 47 bytes.
 // - A surrogate without its partner has no place in UTF-8: into a string the text ends in front of
 //   it without a failure, into a buffer that is one for want of room.
 //
