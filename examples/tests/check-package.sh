@@ -11,6 +11,8 @@ prefix=$work/prefix
 rm -rf "$work"
 mkdir -p "$work"
 
+# Below one folder the paths of any two build trees are the same to the compiler cache.
+export CCACHE_BASEDIR=$work
 launcher=
 if command -v ccache >/dev/null; then launcher=-DCMAKE_CXX_COMPILER_LAUNCHER=ccache; fi
 
