@@ -1,5 +1,7 @@
 #include "net/CNetSocket.h"
 
+#include "foundation/StNotCancelled.h"
+
 #include <algorithm>
 #include <cerrno>
 
@@ -57,6 +59,7 @@ void CNetSocket::LeaveRetired(int descriptor)
         if (--retired->mCalls != 0) return;
         mRetired.erase(retired);
     }
+    StNotCancelled const notCancelled;
     close(descriptor);
 }
 

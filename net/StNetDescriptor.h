@@ -1,6 +1,8 @@
 // A descriptor that is closed with the scope, and isn't 0.
 #pragma once
 
+#include "foundation/StNotCancelled.h"
+
 #include <cerrno>
 
 #include <fcntl.h>
@@ -29,6 +31,7 @@ public:
     ~StNetDescriptor()
     {
         if (mDescriptor == -1) return;
+        StNotCancelled const notCancelled;
         int const error = errno;
         close(mDescriptor);
         errno = error;

@@ -1,5 +1,7 @@
 #include "desktop/platform/linux/CMountTableCache.h"
 
+#include "foundation/StNotCancelled.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
@@ -67,6 +69,7 @@ bool CMountTableCache::IsCurrent(Viewer const& viewer) const
 // A number that stands for another file by now isn't ours to close.
 void CMountTableCache::Drop()
 {
+    StNotCancelled const notCancelled;
     if (IsDescriptorOurs()) close(mDescriptor);
     mDescriptor = -1;
     mTable.reset();

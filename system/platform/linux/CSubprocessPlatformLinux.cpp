@@ -1,3 +1,4 @@
+#include "foundation/StNotCancelled.h"
 #include "system/platform/CBasicSubprocessPlatform.h"
 
 #include <algorithm>
@@ -52,7 +53,9 @@ public:
 
     void Close()
     {
-        if (mDescriptor != -1) close(std::exchange(mDescriptor, -1));
+        if (mDescriptor == -1) return;
+        StNotCancelled const notCancelled;
+        close(std::exchange(mDescriptor, -1));
     }
 
     int Get() const { return mDescriptor; }
