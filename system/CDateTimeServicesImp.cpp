@@ -53,6 +53,23 @@ long long ReadDebugTimeOffset()
     return offset;
 }
 
+// Above the 18 bits of the zone, moved up to be positive, the second's lower 46: those of two
+// million years. Zones end a day and two hours from UTC (RFC 8536, 3.2); 0 is none.
+constexpr long long kZoneRange = 1 << 18;
+
+ZoneOfASecond Pack(time_t second, long zone)
+{
+    long long const moved = zone + kZoneRange / 2;
+    return moved > 0 && moved < kZoneRange ? Product(second, kZoneRange) | moved : 0;
+}
+
+bool IsKnown(ZoneOfASecond packed, time_t second, long& zone)
+{
+    long long const moved = packed & (kZoneRange - 1);
+    zone = static_cast<long>(moved - kZoneRange / 2);
+    return moved != 0 && (packed & -kZoneRange) == Product(second, kZoneRange);
+}
+
 time_t Now()
 {
     return Sum(DateTimePlatform().GetSeconds(), CDateTimeServicesImp::GetDebugTimeOffsetSeconds());
@@ -130,13 +147,20 @@ void CDateTimeServicesImp::ConvertToTMUTC(long time, tm& fields) const
     gmtime_r(&stdTime, &fields);
 }
 
+// A stamp of the log asks for each line, mostly within the second and the zone of the last one.
 void CDateTimeServicesImp::GetTimeZone(long* timeZone) const
 {
-    DateTimePlatform().ReloadTimeZone();
+    bool const mayHaveChanged = DateTimePlatform().ReloadTimeZone();
     time_t const now = Now();
-    tm fields{};
-    localtime_r(&now, &fields);
-    if (timeZone) *timeZone = fields.tm_gmtoff;
+    ZoneOfASecond const last = mLastZone.load(std::memory_order_relaxed);
+    long zone = 0;
+    if (mayHaveChanged || !IsKnown(last, now, zone)) {
+        tm fields{};
+        localtime_r(&now, &fields);
+        zone = fields.tm_gmtoff;
+        mLastZone.store(Pack(now, zone), std::memory_order_relaxed);
+    }
+    if (timeZone) *timeZone = zone;
 }
 
 int CDateTimeServicesImp::MakeUniqueRand() const

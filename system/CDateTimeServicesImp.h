@@ -5,6 +5,9 @@
 
 #include <atomic>
 
+/// A second and its zone in one word, 0 for none.
+using ZoneOfASecond = long long;
+
 class CDateTimeServicesImp final : public CBasicDateTimeServicesImp
 {
 public:
@@ -42,4 +45,5 @@ private:
     void FormatLocal(long time, char const* format, std::u16string* text) const;
 
     static std::atomic<long long> sOffsetInSeconds;
+    mutable std::atomic<ZoneOfASecond> mLastZone{0};
 };

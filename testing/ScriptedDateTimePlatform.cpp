@@ -20,10 +20,11 @@ int ScriptedDateTimePlatform::GetFirstWeekday() const
     return mFirstWeekday;
 }
 
-void ScriptedDateTimePlatform::ReloadTimeZone() const
+bool ScriptedDateTimePlatform::ReloadTimeZone() const
 {
     Note("ReloadTimeZone()");
-    tzset();
+    if (mMayZoneChange) tzset();
+    return mMayZoneChange;
 }
 
 long ScriptedDateTimePlatform::GetSeconds() const

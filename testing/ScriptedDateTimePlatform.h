@@ -17,7 +17,7 @@ class ScriptedDateTimePlatform final : public CBasicDateTimePlatform
 public:
     bool GetIntegerPreference(char const* domain, char const* key, long long& value) const override;
     int GetFirstWeekday() const override;
-    void ReloadTimeZone() const override;
+    bool ReloadTimeZone() const override;
     long GetSeconds() const override;
     void GetMicroSeconds(long& seconds, long& microSeconds) const override;
     long GetMinutesWest() const override;
@@ -30,6 +30,8 @@ public:
     /// By domain and key.
     std::map<std::pair<std::string, std::string>, long long> mPreferences;
     int mFirstWeekday = 1;
+    /// Whether a reload finds what may be another zone.
+    bool mMayZoneChange = true;
     long mSeconds = 0;
     long mMicroSeconds = 0;
     long mMinutesWest = 0;

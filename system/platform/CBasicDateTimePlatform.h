@@ -21,8 +21,8 @@ public:
     virtual int GetFirstWeekday() const = 0;
 
     /// Reads the system's time zone afresh, at most a clock tick late, so that the C library's
-    /// local time follows a change.
-    virtual void ReloadTimeZone() const = 0;
+    /// local time follows a change. False if the zone is known to be what the last call left.
+    virtual bool ReloadTimeZone() const = 0;
 
     /// Seconds since 1970-01-01 00:00:00 UTC.
     virtual long GetSeconds() const = 0;

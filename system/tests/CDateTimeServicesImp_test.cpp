@@ -218,6 +218,35 @@ TEST_F(CDateTimeServicesImpTest, TakesNullForWhatIsNotWanted)
     mServices.StringToUnicode("text", nullptr);
 }
 
+TEST_F(CDateTimeServicesImpTest, AsksForTheZoneOfASecondOnceWhileNothingChanges)
+{
+    StTimeZone const zone(kCentralEurope);
+    mPlatform.mMayZoneChange = false;
+    long timeZone = 0;
+    for (long const second : {0L, -1L, kJanuary2026, kJuly2026, kJanuary2026 + (1L << 46)}) {
+        SCOPED_TRACE(second);
+        mPlatform.mSeconds = second;
+        tm fields{};
+        localtime_r(&second, &fields);
+        for (int call = 0; call < 2; ++call) {
+            mServices.GetTimeZone(&timeZone);
+            EXPECT_EQ(timeZone, fields.tm_gmtoff);
+        }
+    }
+
+    // Another zone is seen when the platform tells of it, in the same second.
+    StTimeZone const other("AAA-24:59:59");
+    mPlatform.mMayZoneChange = true;
+    mServices.GetTimeZone(&timeZone);
+    EXPECT_EQ(timeZone, 89999);
+    StTimeZone const west("BBB24:59:59");
+    mServices.GetTimeZone(&timeZone);
+    EXPECT_EQ(timeZone, -89999);
+    mPlatform.mMayZoneChange = false;
+    mServices.GetTimeZone(&timeZone);
+    EXPECT_EQ(timeZone, -89999);
+}
+
 TEST_F(CDateTimeServicesImpTest, GivesTheZoneEastwardsWithDaylightSaving)
 {
     StTimeZone const zone(kCentralEurope);

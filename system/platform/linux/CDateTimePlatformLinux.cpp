@@ -107,16 +107,16 @@ public:
     // file, which costs more than all else that a stamp of the log takes. Within one tick of the
     // kernel's clock (1 to 10 ms) a change of the file is an accident of timing, so it
     // asks once a tick. A change of TZ is seen in every call.
-    void ReloadTimeZone() const override
+    bool ReloadTimeZone() const override
     {
         timespec tick{};
         clock_gettime(CLOCK_MONOTONIC_COARSE, &tick);
         long long const now =
             std::getenv("TZ") ? kAlways : tick.tv_sec * 1000000000LL + tick.tv_nsec;
-        if (now == kAlways || mLastTick.load(std::memory_order_acquire) != now) {
-            tzset();
-            mLastTick.store(now, std::memory_order_release);
-        }
+        if (now != kAlways && mLastTick.load(std::memory_order_acquire) == now) return false;
+        tzset();
+        mLastTick.store(now, std::memory_order_release);
+        return true;
     }
 
     long GetSeconds() const override { return time(nullptr); }

@@ -36,10 +36,11 @@ public:
     }
 
     // tzset alone keeps to the TZ variable where there is one.
-    void ReloadTimeZone() const override
+    bool ReloadTimeZone() const override
     {
         tzset();
         tzsetwall();
+        return true;
     }
 
     long GetSeconds() const override { return time(nullptr); }
