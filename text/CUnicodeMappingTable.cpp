@@ -38,6 +38,35 @@ GetShared(std::atomic<CUnicodeMappingTable*>& slot, signed char const* data, int
     });
 }
 
+// How many raw units from `text` on give the needle: 0 if they don't, and nothing if the text ends
+// before there is a difference.
+std::optional<int> Match(CUnicodeMappingTable const& table,
+                         char16_t const* text,
+                         char16_t const* end,
+                         char16_t const* needle,
+                         int needleLength)
+{
+    int matched = 0;  // units of the needle
+    for (char16_t const* at = text; at != end; ++at) {
+        char16_t const single = table.MapToSingleUnit(*at);
+        char16_t const* units = &single;
+        int count = 1;
+        if (single == CUnicodeMappingTable::kNoSingleUnit) {
+            units = at;
+            table.FindEntry(*at, units, count);
+        }
+        // Kept on purpose: this goes on behind the needle's end, up to the first difference.
+        for (int k = 0; k < count; ++k) {
+            if (units[k] != needle[matched + k]) return 0;
+        }
+        matched += count;
+        if (matched == needleLength) return static_cast<int>(at - text) + 1;
+        // A deleted unit in front of a hit isn't part of it.
+        if (matched == 0) return 0;
+    }
+    return {};
+}
+
 }  // namespace
 
 std::atomic<CUnicodeMappingTable*> CUnicodeMappingTable::sDefaultTable;
@@ -355,35 +384,16 @@ bool CUnicodeMappingTable::FindMappedText(char16_t const* text,
     }
 
     FindMappedStart* const findStart = GetTextKernels().mFindMappedStart;
-    int at = startPos;
-    int matched = 0;  // units of the needle
-    int raw = 0;      // raw units that they came from, deleted ones between them included
-    while (at < textLength) {
-        if (matched == 0) at = findStart(*this, text, textLength, at, needle, needleLength);
+    for (int at = startPos; at < textLength; ++at) {
+        at = findStart(*this, text, textLength, at, needle, needleLength);
         if (at == textLength) return false;
-
-        char16_t const* units = &text[at];
-        int count = 1;
-        FindEntry(text[at], units, count);
-        // Kept on purpose: this goes on behind the needle's end, up to the first difference.
-        int same = 0;
-        while (same < count && units[same] == needle[matched + same])
-            ++same;
-        if (same < count) {
-            at -= raw - 1;
-            matched = 0;
-            raw = 0;
-            continue;
-        }
-        matched += count;
-        if (matched == needleLength) {
-            matchPos = at - raw;
-            matchLength = raw + 1;
-            return true;
-        }
-        // A deleted unit in front of a hit isn't part of it.
-        raw = matched == 0 ? 0 : raw + 1;
-        ++at;
+        std::optional<int> const rawLength =
+            Match(*this, text + at, text + textLength, needle, needleLength);
+        if (!rawLength) return false;
+        if (*rawLength == 0) continue;
+        matchPos = at;
+        matchLength = *rawLength;
+        return true;
     }
     return false;
 }

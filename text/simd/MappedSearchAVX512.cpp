@@ -1,9 +1,9 @@
 // Finding where a mapped needle can begin, for AVX-512 with VBMI2: 64 units at a time, by the codes
 // of what they give.
 //
-// A look-up of bytes serves 128 units of a page at once. Text stays with few of the pages that have
-// mappings: each window is looked up in all that were met lately, and units of any other page have
-// codes that are computed.
+// A look-up of bytes serves half of a page at once. Text stays with few halves of those pages that
+// have mappings: each window is looked up in all that were met lately, and units of any other page
+// have codes that are computed.
 #include "text/simd/MappingKernels.h"
 
 #if defined(__x86_64__)
@@ -70,77 +70,110 @@ LOAM_AVX512_INLINE __m512i ComputeCodes(Window const& units)
 class CCoder
 {
 public:
-    // The page of the needle's first unit is likely to be that of a text, and ASCII is everywhere.
+    // ASCII is everywhere, and the half of a page with the needle's first unit is likely to be that
+    // of a text.
     LOAM_AVX512_INLINE CCoder(CUnicodeMappingTable const& table, char16_t likely)
-        : mHalves(_mm512_loadu_si512(table.GetMappedHalves()))
+        : mMappedHalves(_mm512_loadu_si512(table.GetMappedHalves()))
         , mTable(table)
     {
-        if (IsMapped(0)) Add(0);
-        unsigned int const page = likely >> 8;
-        if (page != 0 && IsMapped(page)) Add(page);
-        mLikelyCount = mCount;
+        unsigned int const half = likely / CUnicodeMappingTable::kHalfSize;
+        if (IsMapped(0)) mLower.Add(HalfOf(0));
+        if (half != 0 && IsMapped(half)) (half % 2 == 0 ? mLower : mUpper).Add(HalfOf(half));
+        mLower.mLikelyCount = mLower.mCount;
+        mUpper.mLikelyCount = mUpper.mCount;
     }
 
     LOAM_AVX512_INLINE __m512i Code(char16_t const* text, Window const& units)
     {
-        __m512i codes = ComputeCodes(units);
-        __mmask64 left = HaveMappedPage(units.mHigh);
-        if (++mWindows % kWindows == 0) mCount = mLikelyCount;
-        for (unsigned int i = 0; i < mCount; ++i)
-            Take(mUsual[i], units, left, codes);
+        if (++mWindows % kWindows == 0) {
+            mLower.mCount = mLower.mLikelyCount;
+            mUpper.mCount = mUpper.mLikelyCount;
+        }
+        __mmask64 const isUpper = _mm512_movepi8_mask(units.mLow);
+        __m512i codes = _mm512_setzero_si512();
+        __mmask64 left = ~__mmask64{0};
+        mLower.Take(units, ~isUpper, left, codes);
+        mUpper.Take(units, isUpper, left, codes);
+        if (left == 0) return codes;
+        codes = _mm512_mask_mov_epi8(codes, left, ComputeCodes(units));
+        left &= HaveMappedPage(units.mHigh);
         while (left != 0)
             [[unlikely]]
             {
-                Page const page = Find(text[std::countr_zero(left)] >> 8);
-                Take(page, units, left, codes);
-                if (mCount < kUsual) mUsual[mCount++] = page;
+                unsigned int const half =
+                    text[std::countr_zero(left)] / CUnicodeMappingTable::kHalfSize;
+                Halves& halves = half % 2 == 0 ? mLower : mUpper;
+                Half const met = HalfOf(half);
+                met.Take(units, half % 2 == 0 ? ~isUpper : isUpper, left, codes);
+                if (halves.mCount < kUsual) halves.Add(met);
             }
         return codes;
     }
 
 private:
-    struct Page
-    {
-        std::uint32_t mNumbers;  // four times
-        std::uint8_t const* mCodes;
-    };
-
-    // Pages that were met are asked for again in the windows that follow, for a while: whether they
-    // occur is nothing that a processor can foresee, and a wrong guess takes longer than they do.
+    // Halves that were met are asked for again in the windows that follow, for a while: whether
+    // they occur is nothing that a processor can foresee, and a wrong guess takes longer than they
+    // do.
     static constexpr unsigned int kUsual = 8;
     static constexpr unsigned int kWindows = 32;
 
-    bool IsMapped(unsigned int page) const
+    // Half of a page that has mappings.
+    struct Half
     {
-        return (mTable.GetMappedHalves()[page / 8] >> page % 8 * 2 & 3) != 0;
+        std::uint32_t mPages;  // its page four times
+        std::uint8_t const* mCodes;
+
+        // Takes its units out of `left`; it lies in one of `lanes`.
+        LOAM_AVX512_INLINE void
+        Take(Window const& units, __mmask64 lanes, __mmask64& left, __m512i& codes) const
+        {
+            __m512i const pages = _mm512_set1_epi32(static_cast<int>(mPages));
+            __mmask64 const isHere = _mm512_mask_cmpeq_epi8_mask(lanes, units.mHigh, pages);
+            codes = _mm512_mask_mov_epi8(codes, isHere, LookUpIn128(mCodes, units.mLow));
+            left &= ~isHere;
+        }
+    };
+
+    // The lower halves of some pages, or the upper ones.
+    struct Halves
+    {
+        Half mUsual[kUsual];
+        unsigned int mCount = 0;
+        unsigned int mLikelyCount = 0;
+
+        void Add(Half const& half) { mUsual[mCount++] = half; }
+
+        LOAM_AVX512_INLINE void
+        Take(Window const& units, __mmask64 lanes, __mmask64& left, __m512i& codes) const
+        {
+            for (unsigned int i = 0; i < mCount; ++i)
+                mUsual[i].Take(units, lanes, left, codes);
+        }
+    };
+
+    bool IsMapped(unsigned int half) const
+    {
+        return (mTable.GetMappedHalves()[half / 16] >> (half & 14) & 3) != 0;
     }
 
-    Page Find(unsigned int page) const { return {page * 0x01010101, mTable.GetSearchCodes(page)}; }
-
-    void Add(unsigned int page) { mUsual[mCount++] = Find(page); }
+    Half HalfOf(unsigned int half) const
+    {
+        std::size_t const first = std::size_t{half % 2} * CUnicodeMappingTable::kHalfSize;
+        return {half / 2 * 0x01010101, mTable.GetSearchCodes(half / 2) + first};
+    }
 
     LOAM_AVX512_INLINE __mmask64 HaveMappedPage(__m512i pages) const
     {
         // A look-up takes no more than six bits of each byte.
-        __m512i const halves =
-            _mm512_maskz_permutexvar_epi8(~__mmask64{0}, _mm512_srli_epi16(pages, 2), mHalves);
+        __m512i const halves = _mm512_maskz_permutexvar_epi8(
+            ~__mmask64{0}, _mm512_srli_epi16(pages, 2), mMappedHalves);
         return _mm512_test_epi8_mask(halves, LookUp(&kBitsOfHalves, pages));
     }
 
-    static LOAM_AVX512_INLINE void
-    Take(Page const& page, Window const& units, __mmask64& left, __m512i& codes)
-    {
-        __m512i const numbers = _mm512_set1_epi32(static_cast<int>(page.mNumbers));
-        __mmask64 const isHere = _mm512_cmpeq_epi8_mask(units.mHigh, numbers);
-        codes = _mm512_mask_mov_epi8(codes, isHere, LookUpIn256(page.mCodes, units.mLow));
-        left &= ~isHere;
-    }
-
-    __m512i mHalves;  // that have mappings
+    __m512i mMappedHalves;  // a bit each
     CUnicodeMappingTable const& mTable;
-    Page mUsual[kUsual];
-    unsigned int mCount = 0;
-    unsigned int mLikelyCount;
+    Halves mLower;
+    Halves mUpper;
     unsigned int mWindows = 0;
 };
 
