@@ -1,5 +1,7 @@
 #include "text/MappedWordFacts.h"
 
+#include <cstring>
+
 #include "text/CUnicodeMappingTable.h"
 #include "text/MappedWordRules.h"
 #include "text/WordUnits.h"
@@ -26,6 +28,16 @@ std::uint32_t LowEntryOf(CUnicodeMappingTable const& table, char16_t unit)
     return bits;
 }
 
+// An entry of `MappedWordFacts::mKinds`.
+std::uint8_t KindOf(CUnicodeMappingTable const& table, char16_t unit)
+{
+    char16_t const mapped = table.MapToSingleUnit(unit);
+    if (mapped == CUnicodeMappingTable::kNoSingleUnit) return 0;
+    unsigned char const entry = WordUnits::EntryOf(mapped);
+    if (WordUnits::IsIdeographicLetter(entry)) return MappedWordFacts::kIdeographKind;
+    return WordUnits::IsWordUnit(entry) ? 0 : MappedWordFacts::kGapKind;
+}
+
 bool AreSyllablesKept(CUnicodeMappingTable const& table)
 {
     for (unsigned int unit = kFirstSyllable; unit < kFirstSyllable + kSyllables; ++unit) {
@@ -38,8 +50,7 @@ bool AreSyllablesKept(CUnicodeMappingTable const& table)
 }  // namespace
 
 MappedWordFacts::MappedWordFacts(CUnicodeMappingTable const& table)
-    : mLatinMap{}
-    , mLatin{}
+    : mLatin{}
     , mSameFirst(kFirstSyllable)
     , mSameCount(AreSyllablesKept(table) ? kSyllables : 0)
     , mTable(table)
@@ -47,14 +58,21 @@ MappedWordFacts::MappedWordFacts(CUnicodeMappingTable const& table)
     for (unsigned int unit = 0; unit < kLowUnits; ++unit)
         mLow[unit] = LowEntryOf(table, static_cast<char16_t>(unit));
 
+    for (unsigned int unit = 0; unit < 0x10000; ++unit)
+        mKinds[unit] = KindOf(table, static_cast<char16_t>(unit));
+
+    std::memset(mLatinMap, kUnknownLatin, sizeof mLatinMap);
     for (unsigned int unit = 0; unit < 0xFF; ++unit) {
         std::uint32_t const entry = mLow[unit];
         auto const mapped = static_cast<char16_t>(entry);
-        mLatinMap[unit] = static_cast<std::uint8_t>(mapped);
         for (unsigned int rule = 0; rule < 2; ++rule) {
             bool const isTaken = (entry & kTaken << rule) != 0 && mapped <= 0xFF;
+            bool const isGap = (entry & kGap) != 0;
             if (isTaken) mLatin[rule].mTaken.Add(unit);
-            if (isTaken || (entry & kGap) != 0) mLatin[rule].mKnown.Add(unit);
+            if (isTaken || isGap) {
+                mLatin[rule].mKnown.Add(unit);
+                mLatinMap[rule][unit] = isTaken ? static_cast<std::uint8_t>(mapped) : 0;
+            }
         }
     }
 }

@@ -39,18 +39,25 @@ struct MappedWordFacts
         }
     };
 
-    // The first 255 units by one of the rules. A byte of 0xFF stands for all others, and is in no
-    // set.
+    // The first 255 units by one of the rules, those taken that become one of them. A byte of 0xFF
+    // stands for all others, and is in no set.
     struct Latin
     {
         ByteSet mTaken;
         ByteSet mKnown;  // those, and gaps
     };
 
-    // What units that are taken become, if that is below 0x100; others are unknown in `mLatin`.
-    alignas(64) std::uint8_t mLatinMap[256];
+    // By rule, the one of `kTaken` first: what the units in `Latin::mTaken` become, 0 for gaps and
+    // `kUnknownLatin` for all others. No letter becomes either.
+    static constexpr std::uint8_t kUnknownLatin = 1;
+    alignas(64) std::uint8_t mLatinMap[2][256];
     alignas(64) std::uint32_t mLow[kLowUnits];
-    Latin mLatin[2];  // by rule, the one of `kTaken` first
+    Latin mLatin[2];  // by rule too
+
+    // What each unit gives: a gap or an ideographic letter; 0 for others, several units and none.
+    static constexpr std::uint8_t kGapKind = 1;
+    static constexpr std::uint8_t kIdeographKind = 2;
+    std::uint8_t mKinds[0x10000];
 
     // Units that are parts of words by both rules and stay as they are: the Hangul syllables, or
     // none.

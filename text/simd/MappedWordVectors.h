@@ -11,21 +11,14 @@
 
 namespace {
 
-// Puts `count` units of Latin into the block, those of `bits` in a window. Out of line, as what a
-// level may take for it would cost the callers registers.
-using PutLatinWord = bool(MappedWordFacts const& facts,
-                          amortizedmemblock& block,
-                          Sixteen bytes,
-                          std::uint32_t bits,
-                          std::uint32_t count);
-
-// For levels that have nothing better.
+// Puts `count` units of Latin into the block, those of `bits` in a window, as `map` has them. Out
+// of line, as it would cost the callers registers.
 [[maybe_unused]] LOAM_VECTOR __attribute__((noinline)) inline bool
-PutLatinByTable(MappedWordFacts const& facts,
-                amortizedmemblock& block,
-                Sixteen bytes,
-                std::uint32_t bits,
-                std::uint32_t count)
+PutLatin(std::uint8_t const (&map)[256],
+         amortizedmemblock& block,
+         Sixteen bytes,
+         std::uint32_t bits,
+         std::uint32_t count)
 {
     // Room behind the window, so that the word with all that follows can be read.
     std::uint8_t window[2 * kWindow] = {};
@@ -34,7 +27,7 @@ PutLatinByTable(MappedWordFacts const& facts,
     char16_t* const target = SetUnits(block, count);
     // All of a window, as the count can't be foreseen.
     for (std::size_t at = 0; at < kWindow; ++at)
-        target[at] = facts.mLatinMap[word[at]];
+        target[at] = map[word[at]];
     return true;
 }
 
@@ -42,6 +35,24 @@ PutLatinByTable(MappedWordFacts const& facts,
 LOAM_VECTOR_INLINE bool IsSame(char16_t unit, MappedWordFacts const& facts)
 {
     return static_cast<std::uint16_t>(unit - facts.mSameFirst) < facts.mSameCount;
+}
+
+// Whether the first unit of a text is none of ASCII, or the second none of Latin.
+LOAM_VECTOR_INLINE bool BeginsBeyondLatin(char16_t const* text)
+{
+    // Both at once, as which of them it is can't be foreseen.
+    std::uint32_t pair;
+    std::memcpy(&pair, text, sizeof pair);
+    return (pair & 0xFF00FF80) != 0;
+}
+
+// Whether the first is one of ASCII, and the second one of any alphabet below `kLowUnits`.
+LOAM_VECTOR_INLINE bool BeginsWithAlphabet(char16_t const* text)
+{
+    static_assert(MappedWordFacts::kLowUnits == 0x1000);
+    std::uint32_t pair;
+    std::memcpy(&pair, text, sizeof pair);
+    return (pair & 0xF000FF80) == 0;
 }
 
 // An ideograph or a pair behind any gap, or another word that begins beyond Latin, perhaps behind
@@ -65,15 +76,9 @@ LOAM_VECTOR __attribute__((noinline)) bool NextBeyondLatin(MappedWordFacts const
         return kOtherwise(facts, text, length, start, rawLength, block, mappedLength);
 
     for (std::size_t at = from; at < from + kWindow; ++at) {
-        char16_t units[2] = {facts.mTable.MapToSingleUnit(text[at]), 0};
-        unsigned char const entry = WordUnits::EntryOf(units[0]);
-        bool const isIdeograph = WordUnits::IsIdeographicLetter(entry);
-        if (!isIdeograph && !WordUnits::IsWordUnit(entry)) {
-            if (units[0] == CUnicodeMappingTable::kNoSingleUnit) break;
-            continue;
-        }
-        unsigned int const count =
-            isIdeograph ? 1 : TakeLoner<Rule>(text + at, length - at, facts.mTable, units);
+        if (facts.mKinds[text[at]] == MappedWordFacts::kGapKind) continue;
+        char16_t units[2] = {};
+        unsigned int const count = TakeLoner<Rule>(text + at, length - at, facts.mTable, units);
         if (count == 0) break;
         std::memcpy(SetUnits(block, count), units, sizeof units);
         start = static_cast<unsigned int>(at);
@@ -83,35 +88,40 @@ LOAM_VECTOR __attribute__((noinline)) bool NextBeyondLatin(MappedWordFacts const
     return kOtherwise(facts, text, length, start, rawLength, block, mappedLength);
 }
 
-// An ideograph right behind the word before, or any other unit beyond ASCII.
+// An ideograph, perhaps behind one gap, or what else begins beyond Latin at `from`, where the word
+// before ends.
 template <class Rule, NextMappedWord& kAlphabet, NextMappedWord& kOtherwise>
-LOAM_VECTOR __attribute__((noinline)) bool NextIdeograph(MappedWordFacts const& facts,
-                                                         char16_t const* text,
-                                                         unsigned int length,
-                                                         unsigned int& start,
-                                                         unsigned int& rawLength,
-                                                         amortizedmemblock& block,
-                                                         unsigned int& mappedLength)
+LOAM_VECTOR_INLINE bool NextIdeograph(std::size_t from,
+                                      MappedWordFacts const& facts,
+                                      char16_t const* text,
+                                      unsigned int length,
+                                      unsigned int& start,
+                                      unsigned int& rawLength,
+                                      amortizedmemblock& block,
+                                      unsigned int& mappedLength)
 {
-    std::uint32_t const from = start + rawLength;
-    char16_t const unit = facts.mTable.MapToSingleUnit(text[from]);
-    if (!WordUnits::IsIdeographicLetter(WordUnits::EntryOf(unit)) || !IsReady(block, mappedLength))
+    if (BeginsWithAlphabet(text + from))
+        return kAlphabet(facts, text, length, start, rawLength, block, mappedLength);
+    if (IsSame(text[from + 1], facts))
+        return kOtherwise(facts, text, length, start, rawLength, block, mappedLength);
+
+    // Whether there is a gap can't be foreseen, so no branch depends on it.
+    unsigned int const kind = facts.mKinds[text[from]];
+    unsigned int const gap = kind & MappedWordFacts::kGapKind;
+    unsigned int const next = facts.mKinds[text[from + 1]] & (0 - gap);
+    if (((kind | next) & MappedWordFacts::kIdeographKind) == 0 || !IsReady(block, mappedLength))
         return NextBeyondLatin<Rule, kAlphabet, kOtherwise>(facts, text, length, start, rawLength,
                                                             block, mappedLength);
-    *SetUnits(block, 1) = unit;
-    start = from;
+    std::size_t const at = from + gap;
+    start = static_cast<unsigned int>(at);
     rawLength = mappedLength = 1;
+    *SetUnits(block, 1) = facts.mTable.MapToSingleUnit(text[at]);
     return true;
 }
 
-// A word of Latin with no more than gaps before it, or what another way finds: `kAlphabet` for
-// other alphabets, `kNearEnd` in the last window of the text, `kOtherwise` for all that the others
-// don't know. Few values live at a time here, as all arguments do.
-template <class Rule,
-          NextMappedWord& kAlphabet,
-          NextMappedWord& kNearEnd,
-          NextMappedWord& kOtherwise,
-          PutLatinWord& kPutLatin>
+// A word of Latin with no more than gaps before it, or what another way finds. Few values live at a
+// time here, as all arguments do.
+template <class Rule>
 LOAM_VECTOR_INLINE bool NextWord(MappedWordFacts const& facts,
                                  char16_t const* text,
                                  unsigned int length,
@@ -120,19 +130,14 @@ LOAM_VECTOR_INLINE bool NextWord(MappedWordFacts const& facts,
                                  amortizedmemblock& block,
                                  unsigned int& mappedLength)
 {
+    constexpr NextMappedWord& kOtherwise = NextWordByUnit<Rule>;
     std::size_t const from = std::size_t{start} + rawLength;
     if (from + kWindow >= length)
-        return kNearEnd(facts, text, length, start, rawLength, block, mappedLength);
+        return kOtherwise(facts, text, length, start, rawLength, block, mappedLength);
     char16_t const* const window = text + from;
-    if (window[0] > 0x7F)
-        return NextIdeograph<Rule, kAlphabet, kOtherwise>(facts, text, length, start, rawLength,
-                                                          block, mappedLength);
-    if (window[1] > 0xFF) {
-        if (IsSame(window[1], facts))
-            return kOtherwise(facts, text, length, start, rawLength, block, mappedLength);
-        return NextBeyondLatin<Rule, kAlphabet, kOtherwise>(facts, text, length, start, rawLength,
-                                                            block, mappedLength);
-    }
+    if (BeginsBeyondLatin(window))
+        return NextIdeograph<Rule, kOtherwise, kOtherwise>(from, facts, text, length, start,
+                                                           rawLength, block, mappedLength);
     if (!IsReady(block, mappedLength))
         return kOtherwise(facts, text, length, start, rawLength, block, mappedLength);
 
@@ -145,21 +150,8 @@ LOAM_VECTOR_INLINE bool NextWord(MappedWordFacts const& facts,
     std::uint32_t const count = word.Count();
     start = static_cast<unsigned int>(from) + word.First();
     rawLength = mappedLength = count;
-    return kPutLatin(facts, block, units.mBytes, word.Bits(), count);
-}
-
-// The same where all but Latin and ideographs goes unit by unit.
-template <class Rule>
-LOAM_VECTOR_INLINE bool NextWordOfLevel(MappedWordFacts const& facts,
-                                        char16_t const* text,
-                                        unsigned int length,
-                                        unsigned int& start,
-                                        unsigned int& rawLength,
-                                        amortizedmemblock& block,
-                                        unsigned int& mappedLength)
-{
-    return NextWord<Rule, NextWordByUnit<Rule>, NextWordByUnit<Rule>, NextWordByUnit<Rule>,
-                    PutLatinByTable>(facts, text, length, start, rawLength, block, mappedLength);
+    return PutLatin(facts.mLatinMap[Rule::kTakesSymbols ? 1 : 0], block, units.mBytes, word.Bits(),
+                    count);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-// The walk over mapped words with AVX-512: Latin as other levels do it, but near the end of the
-// text too and up to 32 units, together with Hangul; and the other alphabets by gathered entries.
-// What the word's units become is packed together, deleted ones left out.
+// The walk over mapped words with AVX-512: windows of 32 units of Latin, together with Hangul and
+// up to the end of the text where there is need, and of 16 units of other alphabets, by gathered
+// entries. What the word's units become is packed together, deleted ones left out.
 #if defined(__x86_64__)
 
 #include "text/simd/AVX512.h"
@@ -63,6 +63,9 @@ LOAM_VECTOR __attribute__((noinline)) bool NextOfAlphabet(MappedWordFacts const&
                                                           amortizedmemblock& block,
                                                           unsigned int& mappedLength)
 {
+    if (!IsReady(block, mappedLength)) [[unlikely]]
+        return NextWordByUnit<Rule>(facts, text, length, start, rawLength, block, mappedLength);
+
     constexpr unsigned int kUnits = 16;
     std::size_t const from = std::size_t{start} + rawLength;
     std::uint64_t const all = All(length - from, kUnits);
@@ -110,28 +113,16 @@ LOAM_VECTOR_INLINE std::uint32_t FindIn(MappedWordFacts::ByteSet const& set, __m
         FindRows(kConstants.mEighths, columns));
 }
 
-// What bytes of Latin that are taken become.
-LOAM_VECTOR_INLINE __m512i MapLatin(MappedWordFacts const& facts, __m256i bytes)
+// What bytes of Latin become, as `MappedWordFacts::mLatinMap` has them.
+template <class Rule>
+LOAM_VECTOR_INLINE __m256i MapLatin(MappedWordFacts const& facts, __m256i bytes)
 {
-    auto const* const map = reinterpret_cast<__m512i const*>(facts.mLatinMap);
+    auto const* const map =
+        reinterpret_cast<__m512i const*>(facts.mLatinMap[Rule::kTakesSymbols ? 1 : 0]);
     __m512i const at = _mm512_castsi256_si512(bytes);
     __m256i const low = LowerHalf(_mm512_permutex2var_epi8(map[0], at, map[1]));
     __m256i const high = LowerHalf(_mm512_permutex2var_epi8(map[2], at, map[3]));
-    return _mm512_maskz_cvtepu8_epi16(
-        ~0U, _mm256_mask_blend_epi8(_mm256_movepi8_mask(bytes), low, high));
-}
-
-LOAM_VECTOR __attribute__((noinline)) bool PutLatin(MappedWordFacts const& facts,
-                                                    amortizedmemblock& block,
-                                                    Sixteen bytes,
-                                                    std::uint32_t bits,
-                                                    std::uint32_t count)
-{
-    __m128i const word =
-        _mm_maskz_compress_epi8(static_cast<__mmask16>(bits), reinterpret_cast<__m128i>(bytes));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(SetUnits(block, count)),
-                        LowerHalf(MapLatin(facts, _mm256_zextsi128_si256(word))));
-    return true;
+    return _mm256_mask_blend_epi8(_mm256_movepi8_mask(bytes), low, high);
 }
 
 // Latin and Hangul, up to the end of the text.
@@ -161,7 +152,8 @@ LOAM_VECTOR __attribute__((noinline)) bool NextOtherwise(MappedWordFacts const& 
     if (!span.IsWord<Rule>(text + from, kUnits, facts.mTable))
         return NextWordByUnit<Rule>(facts, text, length, start, rawLength, block, mappedLength);
 
-    __m512i const mapped = _mm512_mask_blend_epi16(same, MapLatin(facts, bytes), units);
+    __m512i const mapped = _mm512_mask_blend_epi16(
+        same, _mm512_maskz_cvtepu8_epi16(~0U, MapLatin<Rule>(facts, bytes)), units);
     unsigned int const count = span.End() - span.First();
     _mm512_storeu_si512(SetUnits(block, count),
                         _mm512_maskz_compress_epi16(static_cast<__mmask32>(span.Bits()), mapped));
@@ -170,7 +162,7 @@ LOAM_VECTOR __attribute__((noinline)) bool NextOtherwise(MappedWordFacts const& 
     return true;
 }
 
-// Latin near the end of the text, and the end.
+// Near the end of the text, and the end.
 template <class Rule>
 LOAM_VECTOR __attribute__((noinline)) bool NextNearEnd(MappedWordFacts const& facts,
                                                        char16_t const* text,
@@ -189,22 +181,101 @@ LOAM_VECTOR __attribute__((noinline)) bool NextNearEnd(MappedWordFacts const& fa
         return NextWordByUnit<Rule>(facts, text, length, start, rawLength, block, mappedLength);
     if (next > 0xFF)
         return NextOfAlphabet<Rule>(facts, text, length, start, rawLength, block, mappedLength);
+    return NextOtherwise<Rule>(facts, text, length, start, rawLength, block, mappedLength);
+}
 
-    std::uint64_t const all = All(length - from, kWindow);
-    __m256i const window = _mm256_maskz_loadu_epi16(static_cast<__mmask16>(all), text + from);
-    WindowBytes const units =
-        ToBytes(reinterpret_cast<EightUnits>(_mm256_castsi256_si128(window)),
-                reinterpret_cast<EightUnits>(_mm256_extracti128_si256(window, 1)));
-    LatinBits bits = JudgeLatin<Rule>(facts, units);
-    bits.mNotTaken |= static_cast<std::uint32_t>(~all);
-    bits.mUnknown &= static_cast<std::uint32_t>(all);
-    LatinWord const word(bits);
-    if (!word.IsKnown(bits) || word.mLowest == 0)
+// Where the next calls will begin, as far as a window shows. It saves time and decides nothing.
+//
+// A call begins at the end of the word before, and that comes late: by way of a judged window and
+// through the caller's variables, some forty cycles. So each call also tells, by its own window,
+// where the call after the next will begin. That one compares, and where it is right goes on with
+// the place foretold: as the processor foresees the branch, it begins with a word while it still
+// judges the one before. The place may be of another walk or another text: then it differs, or it
+// is right all the same.
+class CForesight
+{
+public:
+    // Answers `from`. Where that was foretold the processor doesn't wait for it.
+    LOAM_VECTOR_INLINE std::size_t Confirm(std::size_t from)
+    {
+        std::size_t const foretold = mNext;
+        mNext = mAfterNext;
+        // A compiler that knew them to be equal would use either, and might choose without a
+        // branch.
+        std::size_t place;
+        __asm__("" : "=r"(place) : "0"(foretold));
+        if (from == foretold) {
+            __asm__ volatile("" : "=r"(from) : "0"(place));
+        }
+        return from;
+    }
+
+    LOAM_VECTOR_INLINE void Foretell(std::size_t from) { mAfterNext = from; }
+
+private:
+    std::size_t mNext;
+    std::size_t mAfterNext;
+};
+
+// By this model it is reached without a call.
+[[gnu::tls_model("initial-exec")]] constinit thread_local CForesight sForesight{};
+
+// Latin, with a window and more before the end of the text. Out of line, as its vectors take a
+// frame and many registers, which ideographs do without.
+template <class Rule>
+LOAM_VECTOR __attribute__((noinline)) bool NextOfLatin(MappedWordFacts const& facts,
+                                                       char16_t const* text,
+                                                       unsigned int length,
+                                                       unsigned int& start,
+                                                       unsigned int& rawLength,
+                                                       amortizedmemblock& block,
+                                                       unsigned int& mappedLength)
+{
+    if (!IsReady(block, mappedLength)) [[unlikely]]
         return NextOtherwise<Rule>(facts, text, length, start, rawLength, block, mappedLength);
-    std::uint32_t const count = word.Count();
-    start = static_cast<unsigned int>(from) + word.First();
+
+    std::size_t const from = sForesight.Confirm(std::size_t{start} + rawLength);
+    // Units beyond Latin become 0xFF, and that becomes unknown.
+    __m256i const bytes = _mm512_maskz_cvtusepi16_epi8(~0U, _mm512_loadu_si512(text + from));
+    __m256i const mapped = MapLatin<Rule>(facts, bytes);
+    __m256i const isUnknown = LowerHalf(EachByte<MappedWordFacts::kUnknownLatin>());
+    std::uint32_t const unknown = _mm256_cmpeq_epi8_mask(mapped, isUnknown);
+    std::uint32_t const taken = _mm256_cmpgt_epu8_mask(mapped, isUnknown);
+    // The carry goes from the lowest unit up to the first that isn't taken.
+    std::uint32_t const ends = taken + (taken & -taken);
+    std::uint32_t const further = taken & ends;
+    sForesight.Foretell(from + _tzcnt_u32(further + (further & -further)));
+    // A word that goes to the last unit may go further, and without an end there is none.
+    std::uint32_t const upToEnd = ends ^ (ends - 1);
+    if ((upToEnd & (unknown | 0x80000000)) != 0) [[unlikely]]
+        return NextOtherwise<Rule>(facts, text, length, start, rawLength, block, mappedLength);
+
+    unsigned int const first = _tzcnt_u32(taken);
+    unsigned int const count = _tzcnt_u32(ends) - first;
+    start = static_cast<unsigned int>(from) + first;
     rawLength = mappedLength = count;
-    return PutLatin(facts, block, units.mBytes, word.Bits(), count);
+    _mm512_storeu_si512(
+        SetUnits(block, count),
+        _mm512_maskz_cvtepu8_epi16(~0U, _mm256_maskz_compress_epi8(taken & upToEnd, mapped)));
+    return true;
+}
+
+template <class Rule>
+LOAM_VECTOR_INLINE bool Next(MappedWordFacts const& facts,
+                             char16_t const* text,
+                             unsigned int length,
+                             unsigned int& start,
+                             unsigned int& rawLength,
+                             amortizedmemblock& block,
+                             unsigned int& mappedLength)
+{
+    std::size_t const from = std::size_t{start} + rawLength;
+    if (from + kMostUnits >= length) [[unlikely]]
+        return NextNearEnd<Rule>(facts, text, length, start, rawLength, block, mappedLength);
+    if (BeginsBeyondLatin(text + from))
+        return NextIdeograph<Rule, NextOfAlphabet<Rule>, NextOtherwise<Rule>>(
+            from, facts, text, length, start, rawLength, block, mappedLength);
+    return NextOfLatin<Rule>(facts, text, length, start, rawLength, block, mappedLength);
 }
 
 }  // namespace
@@ -217,9 +288,7 @@ LOAM_VECTOR bool NextStubWordAVX512(MappedWordFacts const& facts,
                                     amortizedmemblock& block,
                                     unsigned int& mappedLength)
 {
-    using Rule = StubWordRule;
-    return NextWord<Rule, NextOfAlphabet<Rule>, NextNearEnd<Rule>, NextOtherwise<Rule>, PutLatin>(
-        facts, text, length, start, rawLength, block, mappedLength);
+    return Next<StubWordRule>(facts, text, length, start, rawLength, block, mappedLength);
 }
 
 LOAM_VECTOR bool NextLegacyWordAVX512(MappedWordFacts const& facts,
@@ -230,9 +299,7 @@ LOAM_VECTOR bool NextLegacyWordAVX512(MappedWordFacts const& facts,
                                       amortizedmemblock& block,
                                       unsigned int& mappedLength)
 {
-    using Rule = LegacyWordRule;
-    return NextWord<Rule, NextOfAlphabet<Rule>, NextNearEnd<Rule>, NextOtherwise<Rule>, PutLatin>(
-        facts, text, length, start, rawLength, block, mappedLength);
+    return Next<LegacyWordRule>(facts, text, length, start, rawLength, block, mappedLength);
 }
 
 #endif

@@ -12,8 +12,7 @@ LOAM_VECTOR bool NextStubWordNEON(MappedWordFacts const& facts,
                                   amortizedmemblock& block,
                                   unsigned int& mappedLength)
 {
-    return NextWordOfLevel<StubWordRule>(facts, text, length, start, rawLength, block,
-                                         mappedLength);
+    return NextWord<StubWordRule>(facts, text, length, start, rawLength, block, mappedLength);
 }
 
 LOAM_VECTOR bool NextLegacyWordNEON(MappedWordFacts const& facts,
@@ -24,8 +23,7 @@ LOAM_VECTOR bool NextLegacyWordNEON(MappedWordFacts const& facts,
                                     amortizedmemblock& block,
                                     unsigned int& mappedLength)
 {
-    return NextWordOfLevel<LegacyWordRule>(facts, text, length, start, rawLength, block,
-                                           mappedLength);
+    return NextWord<LegacyWordRule>(facts, text, length, start, rawLength, block, mappedLength);
 }
 
 #endif

@@ -367,6 +367,65 @@ TEST_F(WordRulesTest, HoldForMixturesOfScriptsAtEveryOffsetAndCut)
     }
 }
 
+// What one call makes ready for the next must not be believed: another walk may come between, and
+// the text may be another one by then.
+TEST_F(WordRulesTest, HoldForWalksByTurnsOverTextsThatChange)
+{
+    struct Walk
+    {
+        std::u16string mText;
+        unsigned int mStart = 0;
+        unsigned int mRawLength = 0;
+        unsigned int mMappedLength = 0;
+        amortizedmemblock mBlock;
+        NaiveWords::MappedWalk mNaive;
+    };
+
+    std::u16string const units = u"abcdeXYZ09   .\u00E9\u0301\u0430\uAC00\u4E00\u3001#";
+    Table const& table = Tables().front();
+    std::mt19937 random(5);
+    auto const change = [&](std::u16string& text, size_t from, unsigned int often) {
+        for (size_t at = from; at < text.size(); ++at) {
+            // Latin and blanks mostly.
+            if (random() % often == 0) text[at] = units[random() % (units.size() - random() % 10)];
+        }
+    };
+    auto const goesAsNaive = [&](CUnicodeWordDelimiter& delimiter, NaiveWords::Rule rule,
+                                 Walk& walk) {
+        bool const isFound = delimiter.GetNextMappedWordInRawText(
+            walk.mText.data(), static_cast<unsigned int>(walk.mText.size()), *table.mTable,
+            walk.mStart, walk.mRawLength, walk.mBlock, walk.mMappedLength);
+        NaiveWords::MappedWalk& naive = walk.mNaive;
+        bool const isNaive = NaiveWords::NextMappedWord(rule, walk.mText, table.mMap, naive);
+        bool const isSame = isFound == isNaive && walk.mStart == naive.mStart &&
+                            walk.mRawLength == naive.mRawLength &&
+                            walk.mMappedLength == naive.mMappedLength &&
+                            UnitsIn(walk.mBlock) == naive.mBlock;
+        if (!isFound) {
+            walk.mStart = walk.mRawLength = walk.mMappedLength = 0;
+            walk.mBlock.reset();
+            naive = NaiveWords::MappedWalk();
+        }
+        return isSame;
+    };
+    for (TextKernels const* const level : WordLevels()) {
+        SCOPED_TRACE(level->mName);
+        StTextKernels const guard(*level);
+        for (auto& [delimiter, rule] : mDelimiters) {
+            Walk walks[3];
+            for (Walk& walk : walks) {
+                walk.mText.resize(300 + random() % 100);
+                change(walk.mText, 0, 1);
+            }
+            for (int call = 0; call < 6000; ++call) {
+                Walk& walk = walks[call % 50 < 40 ? 0 : random() % 3];
+                ASSERT_TRUE(goesAsNaive(*delimiter, rule, walk)) << "call " << call;
+                if (random() % 4 == 0) change(walk.mText, walk.mStart + walk.mRawLength, 8);
+            }
+        }
+    }
+}
+
 TEST_F(WordRulesTest, HoldForEveryUnitInEveryTableAsAWordAndBehindOne)
 {
     for (unsigned int unit = 0; unit < 0x10000; unit += 7) {

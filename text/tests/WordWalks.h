@@ -107,7 +107,7 @@ struct MappedWord
 // No walk has more words than this, even with all expansions reported twice.
 inline size_t MostWords(std::u16string_view text)
 {
-    return 2 * 18 * text.size() + 1;
+    return 36 * text.size() + 1;
 }
 
 inline std::vector<RawWord> RawWords(CUnicodeWordDelimiter& delimiter, std::u16string_view text)
