@@ -12,19 +12,12 @@
 #include "concurrency/CThread.h"
 #include "concurrency/StMutexLocker.h"
 #include "marl/HierarchicalException.h"
+#include "testing/Sanitizers.h"
 
 namespace {
 
-#if defined(__SANITIZE_THREAD__)
-constexpr int kLess = 20;  // each step costs this much more there
-constexpr bool kIsSanitized = true;
-#elif defined(__SANITIZE_ADDRESS__)
-constexpr int kLess = 1;
-constexpr bool kIsSanitized = true;
-#else
-constexpr int kLess = 1;
-constexpr bool kIsSanitized = false;
-#endif
+constexpr bool kIsSanitized = kIsThreadSanitized || kIsAddressSanitized;
+constexpr int kLess = kIsThreadSanitized ? 20 : 1;  // each step costs this much more there
 
 class CBrief : public CThread
 {

@@ -30,6 +30,7 @@
 #include "net/NetServiceText.h"
 #include "net/platform/CBasicNetServicePlatform.h"
 #include "net/platform/linux/ServiceNames.h"
+#include "testing/Sanitizers.h"
 #include "testing/StServiceDaemon.h"
 
 namespace {
@@ -468,10 +469,10 @@ TEST_F(ServiceDaemonTest, AnswersAtOnceForWhatHasGone)
 
 TEST_F(ServiceDaemonTest, OutlivesTheDaemon)
 {
-#ifdef __SANITIZE_THREAD__
-    GTEST_SKIP() << "libdbus takes two locks of its own in one order as it connects and in the "
-                    "other as it closes";
-#endif
+    if (kIsThreadSanitized) {
+        GTEST_SKIP() << "libdbus takes two locks of its own in one order as it connects and in the "
+                        "other as it closes";
+    }
     CNetService service;
     CNetServiceBrowser browser;
     ASSERT_TRUE(Register(service, "Scans"));

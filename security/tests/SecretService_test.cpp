@@ -2,6 +2,7 @@
 
 #include "security/CBasicPwdDBServicesImp.h"
 #include "security/CPwdDBServices.h"
+#include "testing/Sanitizers.h"
 #include "testing/StEnvironment.h"
 #include "testing/StSecretService.h"
 #include "testing/StTempDir.h"
@@ -20,14 +21,6 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#if defined(__SANITIZE_THREAD__)
-#define LOAM_THREAD_SANITIZER
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define LOAM_THREAD_SANITIZER
-#endif
-#endif
-
 namespace {
 
 using namespace std::string_literals;
@@ -43,9 +36,8 @@ class SecretService : public testing::Test
 protected:
     void SetUp() override
     {
-#ifdef LOAM_THREAD_SANITIZER
-        GTEST_SKIP() << "GLib's own locks are not those that this sanitizer sees";
-#endif
+        if (kIsThreadSanitized)
+            GTEST_SKIP() << "GLib's own locks are not those that this sanitizer sees";
         if (!StSecretService::IsThere())
             GTEST_SKIP() << "dbus-daemon or gnome-keyring-daemon is not installed";
         // libsecret holds on to the bus of a prompt.

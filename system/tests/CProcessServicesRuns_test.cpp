@@ -5,6 +5,7 @@
 #include "system/platform/CBasicLoadPlatform.h"
 #include "system/platform/CBasicProcessPlatform.h"
 #include "system/platform/ProcFiles.h"
+#include "testing/Sanitizers.h"
 #include "testing/StChildProcess.h"
 #include "testing/StEnvironment.h"
 #include "testing/StTempDir.h"
@@ -193,9 +194,8 @@ TEST(CProcessServicesRuns, AnEndedChildThatNobodyCollectedIsNotRunning)
 
 TEST(CProcessServicesRuns, AProcessRunsOnWithoutItsFirstThread)
 {
-#ifdef __SANITIZE_THREAD__
-    GTEST_SKIP() << "who watches for races doesn't expect a thread to go like this";
-#endif
+    if (kIsThreadSanitized)
+        GTEST_SKIP() << "who watches for races doesn't expect a thread to go like this";
     StChildProcess child([](CTestLink& parent) {
         std::thread([&parent] {
             while (ReadProcFile("/proc/self/stat").find(") Z ") == std::string::npos)
