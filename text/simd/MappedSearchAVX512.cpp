@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 
 #include "text/CUnicodeMappingTable.h"
@@ -71,7 +72,8 @@ class CCoder
 {
 public:
     // ASCII is everywhere, and the half of a page with the needle's first unit is likely to be that
-    // of a text.
+    // of a text. With ASCII at hand or not mapped, lanes behind the text, which hold NUL, are never
+    // asked for in it.
     LOAM_AVX512_INLINE CCoder(CUnicodeMappingTable const& table, char16_t likely)
         : mMappedHalves(_mm512_loadu_si512(table.GetMappedHalves()))
         , mTable(table)
@@ -97,16 +99,14 @@ public:
         if (left == 0) return codes;
         codes = _mm512_mask_mov_epi8(codes, left, ComputeCodes(units));
         left &= HaveMappedPage(units.mHigh);
-        while (left != 0)
-            [[unlikely]]
-            {
-                unsigned int const half =
-                    text[std::countr_zero(left)] / CUnicodeMappingTable::kHalfSize;
-                Halves& halves = half % 2 == 0 ? mLower : mUpper;
-                Half const met = HalfOf(half);
-                met.Take(units, half % 2 == 0 ? ~isUpper : isUpper, left, codes);
-                if (halves.mCount < kUsual) halves.Add(met);
-            }
+        while (left != 0) {
+            unsigned int const half =
+                text[std::countr_zero(left)] / CUnicodeMappingTable::kHalfSize;
+            Halves& halves = half % 2 == 0 ? mLower : mUpper;
+            Half const met = HalfOf(half);
+            met.Take(units, half % 2 == 0 ? ~isUpper : isUpper, left, codes);
+            if (halves.mCount < kUsual) halves.Add(met);
+        }
         return codes;
     }
 
