@@ -76,13 +76,13 @@ TEXT = [
          "FTS5 `unicode61`, diacritics removed", [*LANGUAGES, "short_ascii_lines"], level="best", goal=WORDS),
     Work("raw word walk", "bench_text", "raw_words/loam/{text}", "MB/s", texts=["en", "ru", "ja"]),
     Work("`MapText`, default table", "bench_text", "map_text/loam/{text}", "MB/s", "map_text/icu/{text}",
-         "ICU NFKD, case folded", LANGUAGES, level="best", goal=4),
+         "ICU NFKD, case folded", TEXTS, level="best", goal=4),
     Work("`MapText` with offsets", "bench_text", "map_text_offsets/loam/{text}", "MB/s", "map_text/icu/{text}",
-         "ICU NFKD, case folded, no offsets", LANGUAGES, level="best", goal=3),
+         "ICU NFKD, case folded, no offsets", TEXTS, level="best", goal=3),
     Work("`FindMappedText`, a word that occurs", "bench_text", "find_hit/loam/{text}", "MB/s", "find_hit/icu/{text}",
-         "ICU `usearch`, primary strength", LANGUAGES, level="best", goal=40),
+         "ICU `usearch`, primary strength", TEXTS, level="best", goal=40),
     Work("`FindMappedText`, a word that never does", "bench_text", "find_miss/loam/{text}", "MB/s",
-         "find_miss/icu/{text}", "ICU `usearch`, primary strength", LANGUAGES, level="best", goal=40),
+         "find_miss/icu/{text}", "ICU `usearch`, primary strength", TEXTS, level="best", goal=40),
     Work("`MapText`, of UTF-16", "bench_utf_levels", "map_text/{text}/AVX2", "GB/s", texts=["en", "fr", "ru", "zh"],
          level="AVX2"),
     Work("`FindMappedText`, of UTF-16, a word that never does", "bench_utf_levels", "find_miss/{text}/AVX2", "GB/s",
@@ -90,20 +90,21 @@ TEXT = [
 ]
 
 SCANS = [
-    Work("`HasMappableText`, nothing to find", "bench_text", "walk/has_mappable/{text}", "GB/s", texts=LANGUAGES,
+    Work("`HasMappableText`, nothing to find", "bench_text", "walk/has_mappable/{text}", "GB/s", texts=TEXTS,
          level="best", least=10),
-    Work("`HasMappableText`, diacritics", "bench_text", "walk/has_diacritics/{text}", "GB/s", texts=["en", "ru", "zh"],
-         level="best", least=10),
+    Work("`HasMappableText`, diacritics", "bench_text", "walk/has_diacritics/{text}", "GB/s",
+         texts=["en", "ru", "zh", "emoji"], level="best", least=10),
     Work("first separator, none there", "bench_text", "walk/first_separator/{text}", "GB/s",
-         "walk/first_separator_icu/{text}", "ICU `uset_span`", LANGUAGES, level="best", least=10),
+         "walk/first_separator_icu/{text}", "ICU `uset_span`", TEXTS, level="best", least=10),
     *(
-        Work(f"{named}, none there", "bench_text", f"walk/{name}/{{text}}", "GB/s", texts=["en", "ru", "zh"], level="best",
-             least=10)
-        for named, name in [
+        Work(f"{named}, none there", "bench_text", f"walk/{name}/{{text}}", "GB/s", texts=["en", "ru", "zh", *more],
+             level="best", least=10)
+        for named, name, *more in [
             ("last separator", "last_separator"),
             ("first separator, by a table of pages", "first_separator_pages"),
-            ("first unit that is no letter", "first_other"),
-            ("last unit that is no letter", "last_other"),
+            ("first letter", "first_letter", "emoji"),
+            ("first unit that is no letter", "first_other", "emoji"),
+            ("last unit that is no letter", "last_other", "emoji"),
             ("first pictograph", "first_pictograph"),
         ]
     ),
