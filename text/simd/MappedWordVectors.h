@@ -89,8 +89,11 @@ LOAM_VECTOR __attribute__((noinline)) bool NextBeyondLatin(MappedWordFacts const
 }
 
 // An ideograph, perhaps behind one gap, or what else begins beyond Latin at `from`, where the word
-// before ends.
-template <class Rule, NextMappedWord& kAlphabet, NextMappedWord& kOtherwise>
+// before ends; there are two units at least. `kBeyond` finds what the others don't know.
+template <class Rule,
+          NextMappedWord& kAlphabet,
+          NextMappedWord& kOtherwise,
+          NextMappedWord& kBeyond = NextBeyondLatin<Rule, kAlphabet, kOtherwise>>
 LOAM_VECTOR_INLINE bool NextIdeograph(std::size_t from,
                                       MappedWordFacts const& facts,
                                       char16_t const* text,
@@ -110,8 +113,7 @@ LOAM_VECTOR_INLINE bool NextIdeograph(std::size_t from,
     unsigned int const gap = kind & MappedWordFacts::kGapKind;
     unsigned int const next = facts.mKinds[text[from + 1]] & (0 - gap);
     if (((kind | next) & MappedWordFacts::kIdeographKind) == 0 || !IsReady(block, mappedLength))
-        return NextBeyondLatin<Rule, kAlphabet, kOtherwise>(facts, text, length, start, rawLength,
-                                                            block, mappedLength);
+        return kBeyond(facts, text, length, start, rawLength, block, mappedLength);
     std::size_t const at = from + gap;
     start = static_cast<unsigned int>(at);
     rawLength = mappedLength = 1;

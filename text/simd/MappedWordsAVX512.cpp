@@ -162,28 +162,6 @@ LOAM_VECTOR __attribute__((noinline)) bool NextOtherwise(MappedWordFacts const& 
     return true;
 }
 
-// Near the end of the text, and the end.
-template <class Rule>
-LOAM_VECTOR __attribute__((noinline)) bool NextNearEnd(MappedWordFacts const& facts,
-                                                       char16_t const* text,
-                                                       unsigned int length,
-                                                       unsigned int& start,
-                                                       unsigned int& rawLength,
-                                                       amortizedmemblock& block,
-                                                       unsigned int& mappedLength)
-{
-    std::size_t const from = std::size_t{start} + rawLength;
-    if (from >= length || !IsReady(block, mappedLength))
-        return NextWordByUnit<Rule>(facts, text, length, start, rawLength, block, mappedLength);
-    char16_t const first = text[from];
-    char16_t const next = text[from + (from + 1 < length ? 1 : 0)];
-    if (first > 0x7F || next >= MappedWordFacts::kLowUnits)
-        return NextWordByUnit<Rule>(facts, text, length, start, rawLength, block, mappedLength);
-    if (next > 0xFF)
-        return NextOfAlphabet<Rule>(facts, text, length, start, rawLength, block, mappedLength);
-    return NextOtherwise<Rule>(facts, text, length, start, rawLength, block, mappedLength);
-}
-
 // Where the next calls will begin, as far as a window shows. It saves time and decides nothing.
 //
 // A call begins at the end of the word before, and that comes late: by way of a judged window and
@@ -220,9 +198,9 @@ private:
 // By this model it is reached without a call.
 [[gnu::tls_model("initial-exec")]] constinit thread_local CForesight sForesight{};
 
-// Latin, with a window and more before the end of the text. Out of line, as its vectors take a
-// frame and many registers, which ideographs do without.
-template <class Rule>
+// Latin, near the end of the text or with a window and more before it. Out of line, as its vectors
+// take a frame and many registers, which ideographs do without.
+template <class Rule, bool kIsNearEnd>
 LOAM_VECTOR __attribute__((noinline)) bool NextOfLatin(MappedWordFacts const& facts,
                                                        char16_t const* text,
                                                        unsigned int length,
@@ -235,19 +213,26 @@ LOAM_VECTOR __attribute__((noinline)) bool NextOfLatin(MappedWordFacts const& fa
         return NextOtherwise<Rule>(facts, text, length, start, rawLength, block, mappedLength);
 
     std::size_t const from = sForesight.Confirm(std::size_t{start} + rawLength);
+    static_assert(kMostUnits == 32);
+    // Behind the text nothing is taken, and nothing is unknown.
+    auto const all =
+        kIsNearEnd ? static_cast<__mmask32>(All(length - from, kMostUnits)) : ~__mmask32{0};
+    __m512i const units =
+        kIsNearEnd ? _mm512_maskz_loadu_epi16(all, text + from) : _mm512_loadu_si512(text + from);
     // Units beyond Latin become 0xFF, and that becomes unknown.
-    __m256i const bytes = _mm512_maskz_cvtusepi16_epi8(~0U, _mm512_loadu_si512(text + from));
+    __m256i const bytes = _mm512_maskz_cvtusepi16_epi8(~0U, units);
     __m256i const mapped = MapLatin<Rule>(facts, bytes);
     __m256i const isUnknown = LowerHalf(EachByte<MappedWordFacts::kUnknownLatin>());
-    std::uint32_t const unknown = _mm256_cmpeq_epi8_mask(mapped, isUnknown);
-    std::uint32_t const taken = _mm256_cmpgt_epu8_mask(mapped, isUnknown);
+    std::uint32_t const unknown = _mm256_cmpeq_epi8_mask(mapped, isUnknown) & all;
+    std::uint32_t const taken = _mm256_cmpgt_epu8_mask(mapped, isUnknown) & all;
     // The carry goes from the lowest unit up to the first that isn't taken.
     std::uint32_t const ends = taken + (taken & -taken);
     std::uint32_t const further = taken & ends;
     sForesight.Foretell(from + _tzcnt_u32(further + (further & -further)));
     // A word that goes to the last unit may go further, and without an end there is none.
+    constexpr std::uint32_t kLast = 1U << (kMostUnits - 1);
     std::uint32_t const upToEnd = ends ^ (ends - 1);
-    if ((upToEnd & (unknown | 0x80000000)) != 0) [[unlikely]]
+    if ((upToEnd & (unknown | kLast)) != 0) [[unlikely]]
         return NextOtherwise<Rule>(facts, text, length, start, rawLength, block, mappedLength);
 
     unsigned int const first = _tzcnt_u32(taken);
@@ -258,6 +243,25 @@ LOAM_VECTOR __attribute__((noinline)) bool NextOfLatin(MappedWordFacts const& fa
         SetUnits(block, count),
         _mm512_maskz_cvtepu8_epi16(~0U, _mm256_maskz_compress_epi8(taken & upToEnd, mapped)));
     return true;
+}
+
+// Near the end of the text, and the end.
+template <class Rule>
+LOAM_VECTOR __attribute__((noinline)) bool NextNearEnd(MappedWordFacts const& facts,
+                                                       char16_t const* text,
+                                                       unsigned int length,
+                                                       unsigned int& start,
+                                                       unsigned int& rawLength,
+                                                       amortizedmemblock& block,
+                                                       unsigned int& mappedLength)
+{
+    std::size_t const from = std::size_t{start} + rawLength;
+    if (from + 1 >= length)
+        return NextWordByUnit<Rule>(facts, text, length, start, rawLength, block, mappedLength);
+    if (BeginsBeyondLatin(text + from))
+        return NextIdeograph<Rule, NextOfAlphabet<Rule>, NextOtherwise<Rule>, NextWordByUnit<Rule>>(
+            from, facts, text, length, start, rawLength, block, mappedLength);
+    return NextOfLatin<Rule, true>(facts, text, length, start, rawLength, block, mappedLength);
 }
 
 template <class Rule>
@@ -275,7 +279,7 @@ LOAM_VECTOR_INLINE bool Next(MappedWordFacts const& facts,
     if (BeginsBeyondLatin(text + from))
         return NextIdeograph<Rule, NextOfAlphabet<Rule>, NextOtherwise<Rule>>(
             from, facts, text, length, start, rawLength, block, mappedLength);
-    return NextOfLatin<Rule>(facts, text, length, start, rawLength, block, mappedLength);
+    return NextOfLatin<Rule, false>(facts, text, length, start, rawLength, block, mappedLength);
 }
 
 }  // namespace
