@@ -195,7 +195,8 @@ private:
     std::size_t mAfterNext;
 };
 
-// By this model it is reached without a call.
+// By this model it is reached without a call; it takes 16 bytes of the little static storage that a
+// library loaded at run time may have for threads.
 [[gnu::tls_model("initial-exec")]] constinit thread_local CForesight sForesight{};
 
 // Latin, near the end of the text or with a window and more before it. Out of line, as its vectors
