@@ -239,6 +239,26 @@ private:
     std::uint64_t mFourthCounts;
 };
 
+bool CanBeginWith(CUnicodeMappingTable const& table, char16_t unit, char16_t first)
+{
+    char16_t const* units = &unit;
+    int count = 1;
+    table.FindEntry(unit, units, count);
+    return count > 0 && units[0] == first;
+}
+
+// The first of `lanes` whose unit gives what the needle begins with, or `kWindow`. Some languages
+// are full of units that give several: to stop at each of them takes longer than all the rest.
+LOAM_AVX512_INLINE int FindFirstOf(__mmask64 lanes,
+                                   CUnicodeMappingTable const& table,
+                                   char16_t const* text,
+                                   char16_t first)
+{
+    while (lanes != 0 && !CanBeginWith(table, text[std::countr_zero(lanes)], first))
+        lanes &= lanes - 1;
+    return std::countr_zero(lanes);
+}
+
 LOAM_AVX512 int FindStart(CUnicodeMappingTable const& table,
                           char16_t const* text,
                           int textLength,
@@ -255,12 +275,15 @@ LOAM_AVX512 int FindStart(CUnicodeMappingTable const& table,
     for (; textLength - at >= kWindow; at += kStep) {
         __m512i const codes = coder.Code(text + at, Window(text + at, kAll));
         __mmask64 const starts = compared.FindStarts(codes, kAll) & LowBits(kStep);
-        if (starts != 0) return at + std::countr_zero(starts);
+        if (starts == 0) continue;
+        int const start = FindFirstOf(starts, table, text + at, needle[0]);
+        if (start < kWindow) return at + start;
     }
     __mmask64 const lanes = LowBits(textLength - at);
     __m512i const codes = coder.Code(text + at, Window(text + at, lanes));
     __mmask64 const starts = compared.FindStarts(codes, lanes);
-    return starts == 0 ? textLength : at + std::countr_zero(starts);
+    int const start = FindFirstOf(starts, table, text + at, needle[0]);
+    return start < kWindow ? at + start : textLength;
 }
 
 }  // namespace

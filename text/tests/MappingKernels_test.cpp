@@ -22,6 +22,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 constexpr char16_t kGuard = 0xA5A5;
 constexpr int kOffsetGuard = -4711;
 
@@ -208,6 +210,18 @@ public:
     {
         Outcome const expected = MapNaively(tested.mMapping, source, 0, kLongest);
         return Maps(tested, source, static_cast<std::size_t>(expected.mTargetPos));
+    }
+
+    // Where a needle could begin first.
+    std::size_t
+    FindsStart(Tested const& tested, std::u16string const& text, std::u16string const& needle)
+    {
+        char16_t* const raw = mSource.AtEnd<char16_t>(text.size());
+        std::copy(text.begin(), text.end(), raw);
+        int const start =
+            mKernels.mFindMappedStart(*tested.mTable, raw, static_cast<int>(text.size()), 0,
+                                      needle.c_str(), static_cast<int>(needle.size()));
+        return static_cast<std::size_t>(start);
     }
 
     bool Finds(Tested const& tested,
@@ -512,6 +526,21 @@ TEST_P(MappingKernelsTest, FindAmongStartsThatLeadNowhere)
         EXPECT_TRUE(FindsInFewUnits(*mHeld, tested, u"aab", withNUL));
         EXPECT_TRUE(FindsInFewUnits(*mHeld, tested, units, u"abs"));
         EXPECT_TRUE(FindsInFewUnits(*mHeld, tested, units, u"abes\uFFFF\u0300\u0301日f"));
+    }
+}
+
+TEST_P(MappingKernelsTest, FindNoStartInExpansionsThatBeginOtherwise)
+{
+    if (GetParam() == "plain"s) GTEST_SKIP() << "stops at each of them";
+    constexpr std::size_t kNotShort = 12;
+    Tested const& tested = AllTested().front();
+    for (std::u16string const& needle : {u"q"s, u"qs"s, u"fss"s, u"qssss"s}) {
+        for (std::size_t length = kNotShort; length <= 200; ++length) {
+            EXPECT_EQ(mHeld->FindsStart(tested, Repeated(u"ßß\u0301①", length), needle), length);
+            std::u16string const text = Repeated(u"ß", length - 1) + u"ﬀ";
+            std::size_t const start = needle[0] == u'f' ? length - 1 : length;
+            EXPECT_EQ(mHeld->FindsStart(tested, text, needle), start);
+        }
     }
 }
 
