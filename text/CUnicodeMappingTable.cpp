@@ -225,7 +225,8 @@ void CUnicodeMappingTable::InitMappingTable()
     std::fill(std::begin(mSlots), std::end(mSlots), Slot{nullptr, &sEmptyIndex});
     std::fill(std::begin(mMappedHalves), std::end(mMappedHalves), std::uint16_t{0});
     mASCIIMapping = ASCIIMapping::kKept;
-    mWordFacts.store(nullptr, std::memory_order_relaxed);
+    // A table without a mapping has them too, once words were told by it.
+    delete mWordFacts.exchange(nullptr, std::memory_order_relaxed);
 }
 
 void CUnicodeMappingTable::LoadMappingTable(signed char* data, int length)
@@ -240,7 +241,6 @@ void CUnicodeMappingTable::UnloadMappingTable()
 {
     for (Slot const& slot : mSlots)
         Free(slot);
-    delete mWordFacts.load(std::memory_order_relaxed);
     InitMappingTable();
 }
 

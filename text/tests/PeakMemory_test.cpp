@@ -503,6 +503,33 @@ TEST(PeakMemory, IsNotNeededToLookAtAText)
     }
 }
 
+// However often the content changes, or is said to be forgotten.
+TEST(PeakMemory, OfTheFirstWalkByATableIsWhatItsHeaderSays)
+{
+    Text const text(Repeated(kSamples[0].mPiece, 100));
+    CUnicodeWordDelimiter* const delimiter = CUnicodeWordDelimiter::GetDefaultDelimiter();
+    CUnicodeMappingTable table;
+    auto const walk = [&] {
+        unsigned int start = 0;
+        unsigned int rawLength = 0;
+        unsigned int mappedLength = 0;
+        amortizedmemblock block;
+        while (delimiter->GetNextMappedWordInRawText(
+            text.mUnits.data(), static_cast<unsigned int>(text.mUnits.size()), table, start,
+            rawLength, block, mappedLength)) {}
+    };
+    std::size_t const peak = PeakOf([&] {
+        for (int round = 0; round < 4; ++round) {
+            walk();
+            table.InitMappingTable();
+            walk();
+            table.UnloadMappingTable();
+        }
+    });
+    EXPECT_GE(peak, 82000U);
+    EXPECT_LE(peak, 83000 + kRounding);
+}
+
 TEST(PeakMemory, OfNamingALanguageDependsOnTheProfilesAlone)
 {
     StTempDir const folder;
