@@ -148,11 +148,17 @@ bool PackAll(CFile& from, CDataCompressor& compressor, CPackedFile& to, CMeter& 
         return isMade;
     }
     bool isMade = compressor.StartCompressChunks(kChunk, out);
-    while (isMade && count > 0) {
-        isMade = compressor.CompressChunk(in.data(), count, out);
-        to.Write(out);
-        meter.Add(static_cast<long long>(count));
-        count = ReadChunk(from, in);
+    try {
+        while (isMade && count > 0) {
+            isMade = compressor.CompressChunk(in.data(), count, out);
+            to.Write(out);
+            meter.Add(static_cast<long long>(count));
+            count = ReadChunk(from, in);
+        }
+    } catch (...) {
+        // Only the end of a run gives its memory back.
+        compressor.FinishCompressChunks(out);
+        throw;
     }
     isMade = compressor.FinishCompressChunks(out) && isMade;
     to.Write(out);
